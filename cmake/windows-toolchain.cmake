@@ -1,0 +1,46 @@
+# Cross-builds for 64-bit Windows with MinGW-w64; the result needs no DLL of the compiler beside it.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+
+set(VELK_TRIPLE x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER ${VELK_TRIPLE}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${VELK_TRIPLE}-g++-posix)
+set(CMAKE_RC_COMPILER ${VELK_TRIPLE}-windres)
+
+# The prefix with libcurl, liboauth and GoogleTest: -DVELK_WINDOWS_DEPS, the environment, or the cache that
+# scripts/windows-deps keeps. The environment carries the answer into CMake's own trial builds.
+if(NOT VELK_WINDOWS_DEPS)
+  if("$ENV{VELK_WINDOWS_DEPS}" STREQUAL "")
+    execute_process(
+      COMMAND "${CMAKE_CURRENT_LIST_DIR}/../scripts/windows-deps"
+      OUTPUT_VARIABLE VELK_WINDOWS_DEPS OUTPUT_STRIP_TRAILING_WHITESPACE
+      RESULT_VARIABLE VELK_WINDOWS_DEPS_RESULT)
+    if(NOT VELK_WINDOWS_DEPS_RESULT EQUAL 0)
+      message(FATAL_ERROR "scripts/windows-deps failed")
+    endif()
+    set(ENV{VELK_WINDOWS_DEPS} "${VELK_WINDOWS_DEPS}")
+  endif()
+  set(VELK_WINDOWS_DEPS "$ENV{VELK_WINDOWS_DEPS}")
+endif()
+
+# A build folder that was configured with another prefix must not keep what it found there.
+if(DEFINED CACHE{VELK_WINDOWS_DEPS_USED} AND NOT VELK_WINDOWS_DEPS STREQUAL VELK_WINDOWS_DEPS_USED)
+  foreach(found CURL_DIR GTest_DIR OAuth_INCLUDE_DIR OAuth_LIBRARY VELK_BOOST_INCLUDE)
+    unset(${found} CACHE)
+  endforeach()
+endif()
+set(VELK_WINDOWS_DEPS_USED "${VELK_WINDOWS_DEPS}" CACHE INTERNAL "")
+
+set(CMAKE_FIND_ROOT_PATH "${VELK_WINDOWS_DEPS}" /usr/${VELK_TRIPLE})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# Without the time stamp, the same sources give the same bytes.
+set(VELK_LINK_FLAGS "-static -static-libgcc -static-libstdc++ -Wl,--no-insert-timestamp")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "${VELK_LINK_FLAGS}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${VELK_LINK_FLAGS}")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "${VELK_LINK_FLAGS}")
+
+set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../scripts/wine")
