@@ -1,0 +1,49 @@
+# What all targets of ours share: the language, the warnings, the sanitizers, and the list of exports.
+
+# velk_settings(<target>): C++20 and C99 without extensions, every warning an error.
+function(velk_settings target)
+  target_compile_features(${target} PRIVATE cxx_std_20 c_std_99)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+                                           -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  if(VELK_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${VELK_SANITIZE} -fno-omit-frame-pointer
+                                             -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${VELK_SANITIZE})
+  endif()
+  if(WIN32)
+    # No compiler run-time beside a binary, and no build time inside it.
+    target_link_options(${target} PRIVATE -static -static-libgcc -static-libstdc++ -Wl,--no-insert-timestamp)
+  endif()
+endfunction()
+
+# velk_exports(<target> <list>): lets exactly the listed names leave the library, from one list for both platforms.
+function(velk_exports target list)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
+  file(STRINGS ${list} lines REGEX "^[A-Za-z]")
+  set(definitions "LIBRARY LibVelkUpload\nEXPORTS\n")
+  set(globals "")
+  foreach(line IN LISTS lines)
+    string(APPEND definitions "  ${line}\n")
+    string(REGEX MATCH "^[A-Za-z]+" name "${line}")
+    string(APPEND globals "  ${name};\n")
+    if(NOT WIN32 AND line MATCHES "^([A-Za-z]+) = ([A-Za-z]+)$")
+      target_link_options(${target} PRIVATE -Wl,--defsym=${CMAKE_MATCH_1}=${CMAKE_MATCH_2})
+    endif()
+  endforeach()
+
+  if(WIN32)
+    set(file ${PROJECT_BINARY_DIR}/LibVelkUpload.def)
+    file(CONFIGURE OUTPUT ${file} CONTENT "${definitions}" @ONLY)
+    target_sources(${target} PRIVATE ${file})
+    set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME LibVelkUpload
+                                               IMPORT_PREFIX "" IMPORT_SUFFIX .dll.a)
+  else()
+    set(file ${PROJECT_BINARY_DIR}/exports.map)
+    file(CONFIGURE OUTPUT ${file} CONTENT "{\nglobal:\n${globals}local:\n  *;\n};\n" @ONLY)
+    target_link_options(${target} PRIVATE -Wl,--version-script=${file})
+  endif()
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS ${file} LINKER_LANGUAGE CXX
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}
+    ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+endfunction()

@@ -1,0 +1,298 @@
+/*
+ * Velk Upload: publishes media files and short posts to Facebook, Twitter and YouTube.
+ *
+ * This is the library's whole interface: plain C functions over fixed-layout records, for C99 and C++.
+ *
+ * Calls      Every function blocks until its HTTP exchange is over and runs on the caller's thread. The
+ *            library starts no thread, holds no lock and keeps no pointer to a caller's memory after it returns.
+ * Threads    Any function may be called on any thread, several at once. Two things are shared: the proxy
+ *            setting, and a FileUploader that one thread passes to an upload while others poll or cancel it.
+ * Results    A signed 32-bit code: 0 for success, negative for failure, and for some Facebook functions a small
+ *            positive code for partial success. VelkResult lists them; each function says when it returns which.
+ * Text       Narrow and NUL-terminated; paths are UTF-8 on every platform. Text goes to the services byte for
+ *            byte unless a function says otherwise: pass UTF-8, and percent-encode what goes into a URL yourself.
+ * Arguments  A null pointer or an empty required string answers VELK_MISSING_ARGUMENT before anything is sent,
+ *            unless a function says otherwise. A record's field without a terminator is read to its width.
+ * Buffers    Written only on the paths named. Each function states the room that a buffer without a size needs.
+ * TLS        The services' certificates are not verified; the name in a certificate is.
+ */
+#ifndef VELK_UPLOAD_H
+#define VELK_UPLOAD_H
+
+#include <stdint.h>
+
+#if defined(_WIN32) && !defined(VELK_UPLOAD_STATIC)
+#define VELK_API __declspec(dllimport)
+#elif defined(__GNUC__) && !defined(_WIN32)
+#define VELK_API __attribute__((visibility("default")))
+#else
+#define VELK_API
+#endif
+
+/* No exception leaves the library, and a C++ host's compiler may rely on it. */
+#ifdef __cplusplus
+#define VELK_NOEXCEPT noexcept
+extern "C" {
+#else
+#define VELK_NOEXCEPT
+#endif
+
+/* ------------------------------------------------------------ result codes */
+
+/* What a call answers: the common meanings. A function's own list says when it returns which. */
+enum VelkResult {
+  VELK_OK = 0,
+  VELK_PRIVACY_NOT_UPDATED = 1,   /* Facebook: published or found, but its privacy could not be set */
+  VELK_NO_PAGES = 2,              /* Facebook: the user manages no page */
+  VELK_TEXT_NOT_UPDATED = 3,      /* Facebook update: the text step of updateKind 1 or 2 failed */
+  VELK_MESSAGE_NOT_UPDATED = 4,   /* Facebook update: the message step of updateKind 0 failed */
+  VELK_UNSUPPORTED_GET = 5,       /* Facebook: "Unsupported get request." for a video's embed address */
+  VELK_UNEXPECTED_REPLY = -1,     /* the reply was not the expected one; progress: nothing reported yet */
+  VELK_MISSING_ARGUMENT = -2,     /* a required argument is null or empty; YouTube: also status 401 */
+  VELK_TRANSFER_FAILED = -3,      /* name resolution, connection, TLS, time-out, or a broken exchange */
+  VELK_NO_IDENTIFIER = -4,        /* the reply lacks the token or identifier that the call is for */
+  VELK_TOKEN_REJECTED = -5,       /* Facebook refused the access token, or asked for a retry later */
+  VELK_BUFFER_TOO_SMALL = -6,     /* the caller's buffer is smaller than the library needs */
+  VELK_NO_TITLE = -7,             /* YouTube categories: the reply has no title */
+  VELK_FORBIDDEN = -8,            /* YouTube: status 403 */
+  VELK_CANCELLED = -10,           /* the transfer was aborted through its handle */
+  VELK_NOT_UPLOADING = -11,       /* YouTube: progress or cancel asked while nothing is uploading */
+  VELK_BUSY = -12,                /* the handle is in use and was not freed */
+  VELK_CREDENTIALS_REFUSED = -13, /* Twitter refused the credentials or the signature */
+  VELK_DUPLICATE_STATUS = -14,    /* Twitter refused a text that repeats an earlier one */
+  VELK_TOO_LARGE = -15,           /* Twitter: text or file beyond its limit; also a timed-out media step */
+  VELK_SERVER_ERROR = -16,        /* Facebook's video host answered status 500 */
+  VELK_NO_HANDLE = -17,           /* no HTTP handle could be made; YouTube: also a status not listed */
+  VELK_OUT_OF_MEMORY = -18,       /* a memory allocation failed */
+  VELK_FILE_NOT_OPENED = -19      /* the file to upload could not be opened for reading */
+};
+
+/* ------------------------------------------------------------ upload handle */
+
+/*
+ * Follows one upload: the upload writes it, other threads poll it and cancel through it.
+ * Made by an Init function, passed to one Start... call, freed by the matching Uninit. Use one handle per
+ * upload. The layout is fixed (24 bytes), but hosts read it through Get...Progress.
+ */
+typedef struct FileUploader {
+  double uploadedBytes;     /* bytes sent so far in the current transfer */
+  double totalBytes;        /* bytes to send in the current transfer; a form's own bytes count as well */
+  uint32_t state;           /* Facebook, Twitter: 0 idle or cancelled, 1 progress was reported.
+                           YouTube: 0 idle, 2 uploading, 4 cancel asked */
+  uint32_t cancelRequested; /* Facebook, Twitter: non-zero aborts the transfer; never cleared */
+} FileUploader;
+
+/*
+ * Makes a handle for the uploads to Facebook and Twitter; the two names are one function, and a handle of
+ * either serves both services. Returns a zeroed handle that the caller owns until Uninit..., or null without
+ * memory.
+ */
+VELK_API FileUploader* InitFacebookFileUploder(void) VELK_NOEXCEPT;
+VELK_API FileUploader* InitTwitterFileUploder(void) VELK_NOEXCEPT;
+
+/*
+ * Reads how far an upload is. Meant for another thread than the uploading one, at any time while the handle
+ * lives; the two figures may stem from two successive reports.
+ *
+ *   uploader     in   the handle
+ *   outUploaded  out  bytes sent so far in the current transfer
+ *   outTotal     out  bytes to send in the current transfer
+ *
+ * VELK_OK                 both figures written
+ * VELK_MISSING_ARGUMENT   a pointer is null
+ * VELK_UNEXPECTED_REPLY   no progress was reported yet, or the upload was cancelled; nothing written
+ */
+VELK_API int32_t GetFacebookUploadFileProgress(const FileUploader* uploader, double* outUploaded,
+                                               double* outTotal) VELK_NOEXCEPT;
+VELK_API int32_t GetTwitterUploadFileProgress(const FileUploader* uploader, double* outUploaded,
+                                              double* outTotal) VELK_NOEXCEPT;
+
+/*
+ * Asks the upload that uses the handle to stop. Returns at once; the upload stops at its next progress report
+ * and answers VELK_CANCELLED. The request is never cleared: every later transfer with this handle is aborted
+ * too.
+ *
+ * VELK_OK                 recorded, whether or not an upload runs
+ * VELK_MISSING_ARGUMENT   uploader is null
+ */
+VELK_API int32_t CancelFacebookUploadFile(FileUploader* uploader) VELK_NOEXCEPT;
+VELK_API int32_t CancelTwitterUploadFile(FileUploader* uploader) VELK_NOEXCEPT;
+
+/*
+ * Frees a handle. Never call it while another thread is inside an upload with the handle.
+ * An upload that reported progress leaves the handle's state at 1, and nothing sets it back: such a handle
+ * answers VELK_BUSY and stays allocated. A handle that was cancelled in mid-transfer, or never used, can be
+ * freed.
+ *
+ * VELK_OK                 freed; the pointer is dead
+ * VELK_MISSING_ARGUMENT   uploader is null
+ * VELK_BUSY               its state is not 0; nothing freed
+ */
+VELK_API int32_t UninitFacebookFileUploder(FileUploader* uploader) VELK_NOEXCEPT;
+VELK_API int32_t UninitTwitterFileUploder(FileUploader* uploader) VELK_NOEXCEPT;
+
+/* ------------------------------------------------------------ proxy */
+
+/*
+ * Routes all later requests of the process through a proxy. Set it before starting requests: it is one string
+ * without a lock, and a request that is being set up meanwhile may read a mixed text. A running request keeps
+ * its own.
+ *
+ *   proxy  in  what libcurl accepts as CURLOPT_PROXY, such as "http://127.0.0.1:8080"; empty or null
+ *              turns the proxy off. Only the first 255 bytes are kept.
+ *
+ * VELK_OK   always
+ */
+VELK_API int32_t SetLibVelkUploadProxy(const char* proxy) VELK_NOEXCEPT;
+
+/*
+ * Reads the proxy setting back.
+ *
+ *   outProxy  out  receives the text, NUL-terminated
+ *   size      in   the buffer's size in bytes; at least 256, however short the text is. Not written.
+ *
+ * VELK_OK                 written
+ * VELK_MISSING_ARGUMENT   a pointer is null
+ * VELK_BUFFER_TOO_SMALL   *size is below 256; nothing written
+ */
+VELK_API int32_t GetLibVelkUploadProxy(char* outProxy, const int32_t* size) VELK_NOEXCEPT;
+
+/* ------------------------------------------------------------ Facebook */
+
+/* What to publish on Facebook, or how to change it. Filled by the host, only read here. 53624 bytes. */
+typedef struct FacebookUploadInfo {
+  uint32_t updateKind; /* SetFacebookUpdateInfo: 0 message, 1 privacy and message, 2 description */
+  char targetId[260]; /* the node to publish to, such as a page's id; the user's own node ("me") when the text
+                         is empty, does not begin with a non-zero number, or is "NULL" */
+  char filePath[1024];     /* the media file, UTF-8 */
+  char title[260];         /* a video's title */
+  char description[50000]; /* a video's description; the message of a photo or a post */
+  char privacy[25];        /* the value of the Graph API's privacy object, such as "EVERYONE" or "SELF" */
+  char link[2048];         /* the link of a post */
+} FacebookUploadInfo;
+
+/* One page that the user manages. 1284 bytes. */
+typedef struct FacebookPage {
+  char id[260];
+  char name[1024];
+} FacebookPage;
+
+/* ------------------------------------------------------------ Twitter */
+
+/* The host application's own Twitter credentials. 2048 bytes. */
+typedef struct TwitterConsumer {
+  char consumerKey[1024];
+  char consumerSecret[1024];
+} TwitterConsumer;
+
+/* What is traded for an access token. 4096 bytes. */
+typedef struct TwitterAccessRequest {
+  char consumerKey[1024];
+  char consumerSecret[1024];
+  char requestToken[1024]; /* the oauth_token in the authorize URL */
+  char verifier[1024];     /* the PIN that the user got from Twitter */
+} TwitterAccessRequest;
+
+/* The signed-in user. 2568 bytes. */
+typedef struct TwitterAccessToken {
+  char oauthToken[1024];
+  char oauthTokenSecret[1024];
+  char userId[260];
+  char screenName[260];
+} TwitterAccessToken;
+
+/* A photo to tweet. 3072 bytes. */
+typedef struct TwitterUploadFile {
+  char fileName[1024];   /* the file's name with its extension, UTF-8 */
+  char folderPath[1024]; /* the folder that holds it, UTF-8, without a trailing separator */
+  char statusText[1024]; /* the tweet's text, at most 420 bytes */
+} TwitterUploadFile;
+
+/* ------------------------------------------------------------ YouTube */
+
+/*
+ * A video to publish, or an update of one. 7398 bytes.
+ * The calls rewrite title and description in place: each line feed, carriage return and tab becomes a
+ * backslash and n, r or t, cut at the field's width. Refill both fields before using a record again for
+ * another text. Text goes into the request between single quotes and is not escaped otherwise: an apostrophe
+ * ends it early, so replace it.
+ */
+typedef struct YoutubeUploadInfo {
+  char filePath[1024];    /* the video file, UTF-8 */
+  char title[300];        /* the video's title; required */
+  char description[5000]; /* the video's description; required */
+  char privacyStatus[25]; /* "public", "private" or "unlisted"; required */
+  char categoryId[25];    /* the number of a YouTube category as text, such as "22"; required */
+  char tags[1024];        /* one tag per line, separated by a line feed; may be empty */
+} YoutubeUploadInfo;
+
+/*
+ * Makes a handle for an upload to YouTube. Its states differ from those of the other services, so keep it to
+ * the YouTube functions. Returns a zeroed handle that the caller owns until Uninit..., or null without memory.
+ */
+VELK_API FileUploader* InitYoutubeFileUploder(void) VELK_NOEXCEPT;
+
+/*
+ * Frees a handle. A finished upload leaves the handle uploading: call CancelYoutubeUploadFile first, then
+ * this. Never call it while another thread is inside an upload with the handle.
+ *
+ * VELK_OK                 freed; the pointer is dead
+ * VELK_MISSING_ARGUMENT   uploader is null
+ * VELK_BUSY               an upload runs or has finished, and was not cancelled since; nothing freed
+ */
+VELK_API int32_t UninitYoutubeFileUploder(FileUploader* uploader) VELK_NOEXCEPT;
+
+/*
+ * Uploads one video file in two exchanges (YouTube Data API v3, resumable upload): a request that describes
+ * the video and opens a session, limited to 10 seconds, and one PUT of the whole file, without a time limit.
+ * Nothing is retried.
+ *
+ *   uploader     in/out  receives the progress; a cancel through it aborts the PUT
+ *   accessToken  in      an OAuth 2.0 access token with the scope youtube.upload
+ *   info         in/out  the video; title and description are rewritten (see YoutubeUploadInfo)
+ *   outVideoId   out     room for 256 bytes: the new video's identifier, NUL-terminated, cut at
+ *                        255 characters
+ *
+ * VELK_OK                 the video exists; outVideoId written. On every other code outVideoId is left alone
+ * VELK_MISSING_ARGUMENT   accessToken or info null; accessToken, description, title, privacyStatus or
+ *                         categoryId empty; the session was refused with status 401; or, after the session
+ *                         was opened, uploader or outVideoId null
+ * VELK_FILE_NOT_OPENED    the file cannot be opened for reading
+ * VELK_FORBIDDEN          the session was refused with status 403
+ * VELK_UNEXPECTED_REPLY   the session was refused with another status; the PUT was answered 400
+ * VELK_CANCELLED          the PUT was cancelled
+ * VELK_TRANSFER_FAILED    an exchange failed; the PUT was answered 503
+ * VELK_NO_IDENTIFIER      the PUT was answered 200 or 302 without an identifier, or 201 or 308; the video
+ *                         may exist
+ * VELK_NO_HANDLE          no HTTP handle could be made; the PUT was answered another status
+ * VELK_OUT_OF_MEMORY      a memory allocation failed
+ */
+VELK_API int32_t StartYoutubeUploadFile(FileUploader* uploader, const char* accessToken,
+                                        YoutubeUploadInfo* info, char* outVideoId) VELK_NOEXCEPT;
+
+/*
+ * Reads how far an upload is; as for the other services, from any thread. The figures count the file's bytes.
+ * They stay readable after the upload has ended, until the handle is cancelled.
+ *
+ * VELK_OK                 both figures written
+ * VELK_MISSING_ARGUMENT   a pointer is null
+ * VELK_NOT_UPLOADING      the PUT has not begun, or a cancel was asked; nothing written
+ */
+VELK_API int32_t GetYoutubeUploadFileProgress(const FileUploader* uploader, double* outUploaded,
+                                              double* outTotal) VELK_NOEXCEPT;
+
+/*
+ * Asks the PUT that uses the handle to stop; on a finished upload it releases the handle for Uninit.... Returns
+ * at once.
+ *
+ * VELK_OK                 recorded
+ * VELK_MISSING_ARGUMENT   uploader is null
+ * VELK_NOT_UPLOADING      no PUT has begun with the handle since it was made or last cancelled
+ */
+VELK_API int32_t CancelYoutubeUploadFile(FileUploader* uploader) VELK_NOEXCEPT;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,107 @@
+// Composing and performing one HTTP exchange with libcurl.
+#include "core/transfer.h"
+
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "core/proxy.h"
+
+namespace velk {
+namespace {
+
+// libcurl reads a file in pieces of this size. Measured: larger pieces gain nothing.
+constexpr long kUploadBufferSize = 256 * 1024;
+
+}  // namespace
+
+Transfer::Transfer(TransferSetup setup) : curl_(curl_easy_init()) {
+  if (!curl_) return;
+  Set(CURLOPT_USERAGENT, "libcurl-agent/1.0");
+  Set(CURLOPT_WRITEFUNCTION, &ResponseBufferAppend);
+  Set(CURLOPT_WRITEDATA, static_cast<void*>(&reply_));
+  Set(CURLOPT_SSL_VERIFYPEER, 0L);
+  if (setup.setHostVerification) Set(CURLOPT_SSL_VERIFYHOST, 1L);
+  if (setup.useProxy && *ProxyAddress() != '\0') Set(CURLOPT_PROXY, ProxyAddress());
+  // The upload session's reply is searched for the exact text "Location: ", which HTTP/2 delivers in lower
+  // case.
+  Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  // A host calls from several threads, where a time-out by signal would be unsafe.
+  Set(CURLOPT_NOSIGNAL, 1L);
+}
+
+Transfer& Transfer::Note(CURLcode outcome) {
+  if (outcome == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+  if (refusal_ == CURLE_OK) refusal_ = outcome;
+  return *this;
+}
+
+Transfer& Transfer::Header(const std::string& line) {
+  curl_slist* longer = curl_slist_append(headers_.get(), line.c_str());
+  if (!longer) throw std::bad_alloc();
+  // Appending answers the same first entry, or the new one for an empty list.
+  static_cast<void>(headers_.release());
+  headers_.reset(longer);
+  return *this;
+}
+
+Transfer& Transfer::Progress(ProgressCallback callback, FileUploader* uploader) {
+  Set(CURLOPT_PROGRESSFUNCTION, callback);
+  Set(CURLOPT_PROGRESSDATA, static_cast<void*>(uploader));
+  return Set(CURLOPT_NOPROGRESS, 0L);
+}
+
+Transfer& Transfer::Body(std::string body) {
+  body_ = std::move(body);
+  return Set(CURLOPT_POSTFIELDS, body_.c_str());
+}
+
+Transfer& Transfer::Put(const UploadFile& file) {
+  Set(CURLOPT_UPLOAD, 1L);
+  Set(CURLOPT_PUT, 1L);
+  Set(CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferSize);
+  Set(CURLOPT_READFUNCTION, &FileReadCallback);
+  Set(CURLOPT_READDATA, static_cast<void*>(file.Stream()));
+  return Set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(file.Size()));
+}
+
+template <typename... Options>
+Transfer& Transfer::AddFormPart(Options... options) {
+  curl_httppost* first = form_.release();
+  const CURLFORMcode outcome = curl_formadd(&first, &lastPart_, options..., CURLFORM_END);
+  form_.reset(first);
+  if (outcome == CURL_FORMADD_MEMORY) throw std::bad_alloc();
+  return Note(outcome == CURL_FORMADD_OK ? CURLE_OK : CURLE_BAD_FUNCTION_ARGUMENT);
+}
+
+Transfer& Transfer::FormField(const char* name, std::string_view content) {
+  // The length is told, since content need not be terminated and may hold any byte; told 0, libcurl looks for
+  // a terminator.
+  return AddFormPart(CURLFORM_COPYNAME, name, CURLFORM_COPYCONTENTS, content.empty() ? "" : content.data(),
+                     CURLFORM_CONTENTLEN, static_cast<curl_off_t>(content.size()));
+}
+
+Transfer& Transfer::FormFile(const UploadFile& file, const std::string& fileName) {
+  Set(CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferSize);
+  Set(CURLOPT_READFUNCTION, &FileReadCallback);
+  // CURLFORM_CONTENTLEN carries 64 bits on every platform; CURLFORM_CONTENTSLENGTH is a long.
+  return AddFormPart(CURLFORM_COPYNAME, "file", CURLFORM_STREAM, static_cast<void*>(file.Stream()),
+                     CURLFORM_CONTENTLEN, static_cast<curl_off_t>(file.Size()), CURLFORM_FILENAME,
+                     fileName.c_str());
+}
+
+CURLcode Transfer::Perform() {
+  if (headers_) Set(CURLOPT_HTTPHEADER, headers_.get());
+  if (form_) Set(CURLOPT_HTTPPOST, form_.get());
+  return refusal_ != CURLE_OK ? refusal_ : curl_easy_perform(curl_.get());
+}
+
+long Transfer::Status() const noexcept {
+  long status = 0;
+  curl_easy_getinfo(curl_.get(), CURLINFO_RESPONSE_CODE, &status);
+  return status;
+}
+
+bool Transfer::Says(const char* text) const noexcept { return std::strstr(reply_.Text(), text) != nullptr; }
+
+}  // namespace velk
