@@ -1,0 +1,271 @@
+// The tokenizer's actions: its token buffer, its nesting stack and what it reports.
+#include "json/token_actions.h"
+
+#include <cstdlib>
+#include <limits>
+
+namespace velk::tokenizer {
+namespace {
+
+constexpr uint8_t kArray = 0;
+constexpr uint8_t kObject = 1;
+
+// ---- Buffer and stack ----
+
+// Doubles a block of `size` bytes up to `limit` (0: none). New bytes are not cleared.
+template <typename Byte>
+int Double(const JsonConfig& config, uint32_t limit, Byte*& block, uint32_t& size) {
+  uint64_t wanted = uint64_t{size} * 2;
+  if (limit != 0) wanted = std::min<uint64_t>(wanted, limit);
+  if (wanted > std::numeric_limits<uint32_t>::max()) return kJsonOutOfMemory;
+  auto* reallocate = config.reallocate ? config.reallocate : std::realloc;
+  void* grown = reallocate(block, static_cast<size_t>(wanted));
+  if (!grown) return kJsonOutOfMemory;
+  block = static_cast<Byte*>(grown);
+  size = static_cast<uint32_t>(wanted);
+  return 0;
+}
+
+int GrowBuffer(JsonParser& parser) {
+  const uint32_t limit = parser.config.maxData;
+  if (limit != 0 && parser.bufferSize == limit) return kJsonDataLimit;
+  return Double(parser.config, limit, parser.buffer, parser.bufferSize);
+}
+
+inline int StoreByte(JsonParser& parser, char byte) {
+  // One byte stays free for a terminator.
+  if (parser.bufferPosition + 1 >= parser.bufferSize) [[unlikely]] {
+    if (int error = GrowBuffer(parser)) return error;
+  }
+  parser.buffer[parser.bufferPosition++] = byte;
+  return 0;
+}
+
+int Push(JsonParser& parser, uint8_t kind) {
+  if (parser.stackDepth >= parser.stackSize) {
+    if (parser.config.maxNesting != 0) return kJsonNestingLimit;
+    if (int error = Double(parser.config, 0, parser.stack, parser.stackSize)) return error;
+  }
+  parser.stack[parser.stackDepth++] = kind;
+  return 0;
+}
+
+int Pop(JsonParser& parser, uint8_t kind) {
+  if (parser.stackDepth == 0) return kJsonCloseWithoutOpen;
+  if (parser.stack[parser.stackDepth - 1] != kind) return kJsonCloseMismatch;
+  --parser.stackDepth;
+  return 0;
+}
+
+// ---- Actions ----
+
+int Report(JsonParser& parser, JsonTokenType type) {
+  return parser.callback ? parser.callback(parser.userData, type, nullptr, 0) : 0;
+}
+
+int ReportText(JsonParser& parser, JsonTokenType type) {
+  if (!parser.callback) return 0;
+  parser.buffer[parser.bufferPosition] = '\0';
+  return parser.callback(parser.userData, type, parser.buffer, parser.bufferPosition);
+}
+
+// Reports the number or literal that the current byte ends, if one is pending.
+int Flush(JsonParser& parser) {
+  if (parser.tokenType >= JsonTokenType::kInteger) {
+    if (int stop = ReportText(parser, parser.tokenType)) return stop;
+  }
+  parser.bufferPosition = 0;
+  return 0;
+}
+
+int Enter(JsonParser& parser, JsonParserState state, JsonTokenType type = JsonTokenType::kNone) {
+  parser.tokenType = type;
+  parser.state = state;
+  return 0;
+}
+
+int Separate(JsonParser& parser) {
+  if (int error = Flush(parser)) return error;
+  if (parser.stackDepth == 0) return kJsonCommaOutside;
+  if (parser.stack[parser.stackDepth - 1] == kArray) return Enter(parser, kValue);
+  parser.expectingKey = 1;
+  return Enter(parser, kNextKey);
+}
+
+int Open(JsonParser& parser, uint8_t kind) {
+  const bool object = kind == kObject;
+  if (int error = Report(parser, object ? JsonTokenType::kObjectBegin : JsonTokenType::kArrayBegin))
+    return error;
+  if (int error = Push(parser, kind)) return error;
+  if (object) parser.expectingKey = 1;
+  return Enter(parser, object ? kObjectStart : kArrayStart);
+}
+
+int Close(JsonParser& parser, uint8_t kind) {
+  const bool object = kind == kObject;
+  if (int error = Flush(parser)) return error;
+  if (int error = Report(parser, object ? JsonTokenType::kObjectEnd : JsonTokenType::kArrayEnd)) return error;
+  if (int error = Pop(parser, kind)) return error;
+  if (object) parser.expectingKey = 0;
+  return Enter(parser, kAfterValue);
+}
+
+int BeginComment(JsonParser& parser, int32_t allowed, JsonParserState inside) {
+  if (int error = Flush(parser)) return error;
+  if (!allowed) return kJsonCommentNotAllowed;
+  parser.savedState = parser.state;
+  return Enter(parser, inside);
+}
+
+int EndComment(JsonParser& parser) {
+  // A number that the comment interrupted is over: its text was flushed when the comment began.
+  return Enter(parser, parser.savedState < kInString ? parser.savedState : kAfterValue);
+}
+
+int EndString(JsonParser& parser) {
+  const bool key = parser.expectingKey != 0;
+  if (int error = ReportText(parser, key ? JsonTokenType::kKey : JsonTokenType::kString)) return error;
+  parser.bufferPosition = 0;
+  parser.expectingKey = 0;
+  return Enter(parser, key ? kAfterKey : kAfterValue);
+}
+
+// -1 for a byte that is no hex digit.
+int HexValue(char byte) {
+  if (byte >= '0' && byte <= '9') return byte - '0';
+  if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
+  if (byte >= 'A' && byte <= 'F') return byte - 'A' + 10;
+  return -1;
+}
+
+int StoreUtf8(JsonParser& parser, uint32_t codePoint) {
+  if (codePoint < 0x80) return StoreByte(parser, static_cast<char>(codePoint));
+  const int trailing = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
+  constexpr std::array<uint32_t, 4> kLeadMarks = {0, 0xC0, 0xE0, 0xF0};
+  const uint32_t lead = kLeadMarks[static_cast<size_t>(trailing)] | codePoint >> (6 * trailing);
+  if (int error = StoreByte(parser, static_cast<char>(lead))) return error;
+  for (int left = trailing - 1; left >= 0; --left) {
+    const uint32_t next = 0x80 | (codePoint >> (6 * left) & 0x3F);
+    if (int error = StoreByte(parser, static_cast<char>(next))) return error;
+  }
+  return 0;
+}
+
+// Replaces the four hex digits stored last by what they stand for.
+int DecodeUnicode(JsonParser& parser) {
+  // A caller that feeds on after an error of this action comes back with fewer digits than four behind it.
+  if (parser.bufferPosition < 4) return kJsonUnexpectedByte;
+  uint32_t value = 0;
+  for (uint32_t index = parser.bufferPosition - 4; index < parser.bufferPosition; ++index) {
+    const int digit = HexValue(parser.buffer[index]);
+    if (digit < 0) return kJsonUnexpectedByte;
+    value = value << 4 | static_cast<uint32_t>(digit);
+  }
+  parser.bufferPosition -= 4;
+
+  const bool high = value >> 10 == 0b110110;
+  const bool low = value >> 10 == 0b110111;
+  if (parser.pendingHighSurrogate != 0) {
+    if (!low) return kJsonHighSurrogateAlone;
+    value = ((parser.pendingHighSurrogate & 0x3FFU) << 10) + (value & 0x3FF) + 0x10000;
+    parser.pendingHighSurrogate = 0;
+  } else if (low) {
+    return kJsonLowSurrogateAlone;
+  } else if (high) {
+    parser.pendingHighSurrogate = static_cast<uint16_t>(value);
+    return Enter(parser, kAfterHighSurrogate);
+  }
+  if (int error = StoreUtf8(parser, value)) return error;
+  return Enter(parser, kInString);
+}
+
+int Run(JsonParser& parser, Action action) {
+  switch (action) {
+    case Action::kUnexpectedByte:
+      return kJsonUnexpectedByte;
+    case Action::kUnknownByte:
+      return kJsonUnknownByte;
+    case Action::kKeySeparator:
+      return Enter(parser, kValue);
+    case Action::kSeparator:
+      return Separate(parser);
+    case Action::kArrayBegin:
+      return Open(parser, kArray);
+    case Action::kArrayEnd:
+      return Close(parser, kArray);
+    case Action::kObjectBegin:
+      return Open(parser, kObject);
+    case Action::kObjectEnd:
+      return Close(parser, kObject);
+    case Action::kCommentBegin:
+      return BeginComment(parser, parser.config.allowComments, kAfterSlash);
+    case Action::kYamlCommentBegin:
+      return BeginComment(parser, parser.config.allowYamlComments, kInYamlComment);
+    case Action::kCommentEnd:
+      return EndComment(parser);
+    case Action::kFalse:
+      return Enter(parser, kAfterValue, JsonTokenType::kFalse);
+    case Action::kTrue:
+      return Enter(parser, kAfterValue, JsonTokenType::kTrue);
+    case Action::kNull:
+      return Enter(parser, kAfterValue, JsonTokenType::kNull);
+    case Action::kFloatByExponent:
+      return Enter(parser, kAfterExponent, JsonTokenType::kFloat);
+    case Action::kFloatByPoint:
+      return Enter(parser, kAfterPoint, JsonTokenType::kFloat);
+    case Action::kStringEnd:
+      return EndString(parser);
+    case Action::kIntegerByMinus:
+      return Enter(parser, kAfterMinus, JsonTokenType::kInteger);
+    case Action::kIntegerByZero:
+      return Enter(parser, kAfterZero, JsonTokenType::kInteger);
+    case Action::kIntegerByDigit:
+      return Enter(parser, kInInteger, JsonTokenType::kInteger);
+    case Action::kUnicode:
+      return DecodeUnicode(parser);
+  }
+  return kJsonUnexpectedByte;
+}
+
+char DecodedEscape(char letter) {
+  switch (letter) {
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    default:
+      return letter;
+  }
+}
+
+}  // namespace
+
+int TakeByte(JsonParser& parser, Transition transition, char byte) noexcept {
+  if (transition.Stored() != Store::kNothing) {
+    const bool decode = transition.Stored() == Store::kDecodedEscape;
+    if (int error = StoreByte(parser, decode ? DecodedEscape(byte) : byte)) return error;
+  }
+  if (transition.IsAction()) return Run(parser, transition.NextAction());
+  parser.state = transition.NextState();
+  return 0;
+}
+
+int TakeBytes(JsonParser& parser, const char* bytes, uint32_t length, uint32_t* processed) noexcept {
+  int error = 0;
+  uint32_t taken = 0;
+  while (taken < length) {
+    error = TakeByte(parser, TransitionFor(parser, bytes[taken]), bytes[taken]);
+    if (error != 0) break;
+    ++taken;
+  }
+  if (processed) *processed = taken;
+  return error;
+}
+
+}  // namespace velk::tokenizer
