@@ -1,0 +1,11 @@
+// Enters every stand-in service of the kit.
+#include "service.h"
+#include "youtube.h"
+
+namespace velk::sandbox {
+
+void AddAllServices(Services& services, Store& store, [[maybe_unused]] const std::string& address) {
+  services.Add(std::make_unique<Youtube>(store));
+}
+
+}  // namespace velk::sandbox

@@ -1,0 +1,42 @@
+// Serves a connection's requests one after the other, each by its service or as a script says.
+#pragma once
+
+#include <openssl/ssl.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "body.h"
+#include "content.h"
+#include "head.h"
+#include "journal.h"
+#include "script.h"
+#include "server.h"
+#include "service.h"
+#include "stream.h"
+
+namespace velk::sandbox {
+
+// What all connections share.
+struct World {
+  Store store;
+  Server proxy;
+  Server control;
+  SSL_CTX* tls = nullptr;
+  Journal journal = {};
+  Scripts scripts = {};
+  Services services = {};
+  bool verbose = false;
+};
+
+std::string SerializeHead(const Reply& reply, bool noContentLength);
+
+// The proxy's side of one connection: plain requests, or one tunnel and the requests inside it.
+void ServeProxy(Stream& stream, World& world);
+
+// A connection that sees no scripts: every request goes to the handler with its whole body.
+void ServePlainly(Stream& stream, const std::function<Reply(const Head&, const std::string& body)>& handler);
+
+}  // namespace velk::sandbox

@@ -1,0 +1,181 @@
+// Stands in for the video service: resumable sessions, uploads into them, and the videos they make.
+#include "youtube.h"
+
+#include <algorithm>
+#include <boost/json/array.hpp>
+#include <charconv>
+
+#include "lenient_json.h"
+
+namespace velk::sandbox {
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::string_view kHost = "www.googleapis.com";
+constexpr std::string_view kUploadPath = "/upload/youtube/v3/videos";
+
+// Thrown by a check; becomes the service's error reply.
+struct Refusal {
+  int status;
+  const char* reason;
+  const char* message;
+};
+
+void Demand(bool holds, int status, const char* reason, const char* message) {
+  if (!holds) throw Refusal{status, reason, message};
+}
+
+Reply ErrorReply(const Refusal& refusal) {
+  const json::object detail{{"message", refusal.message}, {"domain", "youtube"}, {"reason", refusal.reason}};
+  return JsonReply(
+      refusal.status,
+      {{"error", {{"code", refusal.status}, {"message", refusal.message}, {"errors", json::array{detail}}}}});
+}
+
+Handler Refusing(Handler handler) {
+  return [handler = std::move(handler)](const ServiceRequest& request) {
+    try {
+      return handler(request);
+    } catch (const Refusal& refusal) {
+      return ErrorReply(refusal);
+    }
+  };
+}
+
+void CheckToken(const ServiceRequest& request) {
+  const std::string token = request.BearerToken();
+  Demand(!token.empty() && token != "expired", 401, "authError", "Invalid Credentials");
+  Demand(token != "forbidden", 403, "forbidden", "The caller may not upload videos to this channel.");
+}
+
+std::string Text(const json::object& object, std::string_view name) {
+  const json::value* const value = object.if_contains(name);
+  return value && value->is_string() ? std::string(value->get_string()) : std::string();
+}
+
+json::object Member(const json::object& object, std::string_view name) {
+  const json::value* const value = object.if_contains(name);
+  return value && value->is_object() ? value->get_object() : json::object();
+}
+
+// Characters of UTF-8 text: every byte that does not continue one.
+std::size_t Characters(std::string_view text) {
+  return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+json::array ToJson(const std::vector<std::string>& texts) {
+  json::array array;
+  for (const std::string& text : texts) array.emplace_back(text);
+  return array;
+}
+
+}  // namespace
+
+void Youtube::Enter(Routes& routes) {
+  routes.On(kHost, "POST", kUploadPath, Refusing([this](const ServiceRequest& r) { return Begin(r); }));
+  routes.On(kHost, "PUT", kUploadPath, Refusing([this](const ServiceRequest& r) { return Upload(r); }));
+}
+
+Youtube::Metadata Youtube::ReadMetadata(const Content& body) {
+  static constexpr std::string_view kPrivacies[] = {"public", "private", "unlisted"};
+  const auto parsed = ParseLenientJson(body.Bytes());
+  Demand(parsed && parsed->is_object(), 400, "parseError", "Parse Error");
+  const json::object snippet = Member(parsed->get_object(), "snippet");
+  Metadata metadata{Text(snippet, "title"),
+                    Text(snippet, "description"),
+                    Text(snippet, "categoryId"),
+                    Text(Member(parsed->get_object(), "status"), "privacyStatus"),
+                    {}};
+  std::size_t tagCharacters = 0;
+  if (const json::value* const tags = snippet.if_contains("tags"); tags && tags->is_array()) {
+    for (const json::value& tag : tags->get_array()) {
+      Demand(tag.is_string(), 400, "invalidTags", "The request metadata specifies invalid video keywords.");
+      metadata.tags.emplace_back(tag.get_string());
+      tagCharacters += Characters(metadata.tags.back());
+    }
+  }
+  const std::size_t titleCharacters = Characters(metadata.title);
+  Demand(titleCharacters > 0 && titleCharacters <= 100, 400, "invalidTitle",
+         "The request metadata specifies an invalid or empty video title.");
+  Demand(metadata.description.size() <= 5000, 400, "invalidDescription",
+         "The request metadata specifies an invalid video description.");
+  Demand(AllDigits(metadata.categoryId), 400, "invalidCategoryId",
+         "The request metadata specifies an invalid category ID.");
+  Demand(std::ranges::find(kPrivacies, metadata.privacyStatus) != std::end(kPrivacies), 400,
+         "invalidVideoMetadata", "The request metadata specifies an invalid privacy status.");
+  Demand(tagCharacters <= 500, 400, "invalidTags", "The request metadata specifies invalid video keywords.");
+  return metadata;
+}
+
+Reply Youtube::Begin(const ServiceRequest& request) {
+  CheckToken(request);
+  Demand(request.Query("uploadType") == "resumable", 400, "badRequest", "Only resumable uploads are known.");
+  const std::string declared = request.head.Header("X-Upload-Content-Length");
+  std::uint64_t length = 0;
+  const bool numeric =
+      AllDigits(declared) &&
+      std::from_chars(declared.data(), declared.data() + declared.size(), length).ec == std::errc();
+  Demand(numeric, 400, "badRequest", "X-Upload-Content-Length is not a number.");
+  Session session{length, ReadMetadata(request.received.body)};
+  const std::string id = RandomName(24);
+  sessions_.emplace(id, std::move(session));
+  return {.status = 200,
+          .headers = {"X-GUploader-UploadID: " + id,
+                      "Location: https://" + std::string(kHost) + request.head.target + "&upload_id=" + id}};
+}
+
+Reply Youtube::Upload(const ServiceRequest& request) {
+  CheckToken(request);
+  const auto session = sessions_.find(request.Query("upload_id"));
+  Demand(session != sessions_.end(), 404, "notFound", "The upload session does not exist.");
+  const Content& body = request.received.body;
+  Demand(body.Size() == session->second.length, 400, "badRequest",
+         "The upload's length differs from the one that was declared.");
+  Video video{RandomName(11), std::move(session->second.metadata), body.Size(), body.Sha256(), {}};
+  video.file = store_.Keep(body, video.id).string();
+  sessions_.erase(session);
+  videos_.push_back(std::move(video));
+  return JsonReply(200, Resource(videos_.back()));
+}
+
+json::object Youtube::Resource(const Video& video) {
+  const Metadata& metadata = video.metadata;
+  return {{"kind", "youtube#video"},
+          {"etag", '"' + video.sha256.substr(0, 16) + '"'},
+          {"id", video.id},
+          {"snippet",
+           {{"title", metadata.title},
+            {"description", metadata.description},
+            {"tags", ToJson(metadata.tags)},
+            {"categoryId", metadata.categoryId}}},
+          {"status", {{"uploadStatus", "uploaded"}, {"privacyStatus", metadata.privacyStatus}}}};
+}
+
+json::object Youtube::State() const {
+  json::array sessions;
+  for (const auto& [id, session] : sessions_) {
+    sessions.push_back({{"uploadId", id}, {"length", session.length}, {"title", session.metadata.title}});
+  }
+  json::array videos;
+  for (const Video& video : videos_) {
+    const Metadata& metadata = video.metadata;
+    videos.push_back({{"id", video.id},
+                      {"title", metadata.title},
+                      {"description", metadata.description},
+                      {"tags", ToJson(metadata.tags)},
+                      {"categoryId", metadata.categoryId},
+                      {"privacyStatus", metadata.privacyStatus},
+                      {"size", video.size},
+                      {"sha256", video.sha256},
+                      {"file", video.file}});
+  }
+  return {{"sessions", std::move(sessions)}, {"videos", std::move(videos)}};
+}
+
+void Youtube::Reset() {
+  sessions_.clear();
+  videos_.clear();
+}
+
+}  // namespace velk::sandbox

@@ -1,0 +1,434 @@
+// Holds the sandbox to what every other test relies on: exact records, faults that fire, no harm from
+// rubbish.
+#include "support/sandbox.h"
+
+#include <curl/curl.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace velk::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+using Curl = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+Curl NewCurl() { return {curl_easy_init(), curl_easy_cleanup}; }
+
+enum class End { kOpen, kInOrder, kReset };
+
+struct Outcome {
+  std::string bytes;
+  End end;
+};
+
+// A bare connection to the proxy's port, for what no well-behaved client would send.
+class Wire {
+ public:
+  explicit Wire(const Sandbox& sandbox) : curl_(NewCurl()) {
+    curl_easy_setopt(curl_.get(), CURLOPT_URL, sandbox.Proxy().c_str());
+    curl_easy_setopt(curl_.get(), CURLOPT_PROXY, "");
+    curl_easy_setopt(curl_.get(), CURLOPT_CONNECT_ONLY, 1L);
+    EXPECT_EQ(curl_easy_perform(curl_.get()), CURLE_OK);
+  }
+
+  bool Send(std::string_view bytes) {
+    while (!bytes.empty()) {
+      std::size_t sent = 0;
+      const CURLcode result = curl_easy_send(curl_.get(), bytes.data(), bytes.size(), &sent);
+      if (result == CURLE_AGAIN) std::this_thread::sleep_for(milliseconds(1));
+      if (result != CURLE_OK && result != CURLE_AGAIN) return false;
+      bytes.remove_prefix(sent);
+    }
+    return true;
+  }
+
+  // Reads to the end of the connection; one expected to stay open is given up after a while of silence.
+  Outcome Read(std::size_t expected, bool staysOpen) {
+    Outcome outcome{{}, End::kOpen};
+    auto last = Clock::now();
+    for (char piece[4096];;) {
+      std::size_t count = 0;
+      const CURLcode result = curl_easy_recv(curl_.get(), piece, sizeof piece, &count);
+      if (result == CURLE_AGAIN) {
+        const bool quiet = staysOpen && outcome.bytes.size() >= expected;
+        if (Clock::now() - last > (quiet ? milliseconds(100) : kPatience)) return outcome;
+        std::this_thread::sleep_for(milliseconds(1));
+        continue;
+      }
+      outcome.bytes.append(piece, count);
+      last = Clock::now();
+      if (count > 0) continue;
+      // Some systems report a reset as an end; but only behind an orderly one is there still a reader.
+      outcome.end = result == CURLE_OK && Send("x") ? End::kInOrder : End::kReset;
+      return outcome;
+    }
+  }
+
+ private:
+  Curl curl_;
+};
+
+std::string Post(std::string_view headers, std::string_view body) {
+  return "POST http://gdata.youtube.com/p?q HTTP/1.1\r\nHost: h\r\n" + std::string(headers) + "\r\n" +
+         std::string(body);
+}
+
+std::string Counted(std::string_view type, std::string_view body) {
+  return Post(
+      "Content-Type: " + std::string(type) + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n",
+      body);
+}
+
+TEST(SandboxRubbish, IsRefusedAndHarmsNothing) {
+  struct Row {
+    const char* name;
+    std::string sent;
+    const char* status = "400";
+  };
+  const std::string line = "GET / HTTP/1.1\r\n";
+  const Row rows[] = {
+      {"no HTTP at all", "\x16\x03\x01\x02\x05"},
+      {"bytes above ASCII", "\xff\xfe\xfd\r\n\r\n"},
+      {"no version", "GET /\r\nHost: h\r\n\r\n"},
+      {"later version", "GET / HTTP/2.0\r\nHost: h\r\n\r\n"},
+      {"blank in the target", "GET /a b HTTP/1.1\r\nHost: h\r\n\r\n"},
+      {"control byte in the target", "GET /a\x01 HTTP/1.1\r\nHost: h\r\n\r\n"},
+      {"target without a slash", "GET a HTTP/1.1\r\nHost: h\r\n\r\n"},
+      {"no host", line + "\r\n"},
+      {"line without a colon", line + "Host: h\r\nrubbish\r\n\r\n"},
+      {"blank before the colon", line + "Host : h\r\n\r\n"},
+      {"folded line", line + "Host: h\r\nA: b\r\n c\r\n\r\n"},
+      {"line feed alone", line + "Host: h\nA: b\r\n\r\n"},
+      {"CONNECT without a port", "CONNECT graph.facebook.com HTTP/1.1\r\nHost: h\r\n\r\n"},
+      {"length in words", Post("Content-Length: four\r\n", "")},
+      {"negative length", Post("Content-Length: -1\r\n", "")},
+      {"length beyond 64 bits", Post("Content-Length: 18446744073709551616\r\n", "")},
+      {"two lengths", Post("Content-Length: 1\r\nContent-Length: 2\r\n", "a")},
+      {"length and chunks",
+       Post("Content-Length: 1\r\nTransfer-Encoding: chunked\r\n", "1\r\na\r\n0\r\n\r\n")},
+      {"unknown coding", Post("Transfer-Encoding: gzip\r\n", "")},
+      {"chunk size in words", Post("Transfer-Encoding: chunked\r\n", "two\r\nab\r\n0\r\n\r\n")},
+      {"chunk beyond its size", Post("Transfer-Encoding: chunked\r\n", "1\r\nab\r\n0\r\n\r\n")},
+      {"form without a boundary", Counted("multipart/form-data", "a")},
+      {"form without an end", Counted("multipart/form-data; boundary=b", "--b\r\n\r\ntext")},
+      {"form with a broken delimiter", Counted("multipart/form-data; boundary=b", "--bc\r\n\r\n\r\n--b--")},
+      {"part header without a colon",
+       Counted("multipart/form-data; boundary=b", "--b\r\nx\r\n\r\n\r\n--b--")},
+      {"endless head", line + "A: " + std::string(1024 * 1024 + 20000, 'a'), "431"},
+  };
+  Sandbox sandbox;
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    Wire wire(sandbox);
+    wire.Send(row.sent);
+    const Outcome outcome = wire.Read(0, false);
+    EXPECT_EQ(outcome.bytes.substr(0, 13), std::string("HTTP/1.1 ") + row.status + " ");
+    EXPECT_EQ(outcome.end, End::kInOrder);
+  }
+}
+
+TEST(SandboxRubbish, ClientThatVanishesLeavesAnIncompleteRecord) {
+  Sandbox sandbox;
+  Wire(sandbox).Send("POST / HT");
+  Wire(sandbox).Send(Post("Content-Length: 10\r\n", "part"));
+  EXPECT_TRUE(sandbox.WaitForBody(0, 4));
+  const Request request = sandbox.Only();
+  EXPECT_FALSE(request.bodyComplete);
+  EXPECT_EQ(request.bodyReceived, 4u);
+  EXPECT_EQ(request.status, 0);
+}
+
+TEST(SandboxFaults, FireAsScriptedAndAreToldApart) {
+  const std::string head = "HTTP/1.1 201 Made\r\nA:  b\r\nContent-Length: 5\r\n\r\n";
+  const std::string uncounted = "HTTP/1.1 201 Made\r\nA:  b\r\n\r\nreply";
+  struct Row {
+    const char* name;
+    Script script;
+    std::string received;
+    End end;
+    std::vector<std::string> fired;
+  };
+  const Row rows[] = {
+      {"plain reply", {}, head + "reply", End::kOpen, {}},
+      {"cut in the head", {.cutAfter = 10}, head.substr(0, 10), End::kInOrder, {"cutAfter"}},
+      {"cut before all", {.cutAfter = 0}, "", End::kInOrder, {"cutAfter"}},
+      {"cut in the body", {.cutBodyAfter = 2}, head + "re", End::kInOrder, {"cutBodyAfter"}},
+      {"cut beyond the end", {.cutAfter = 1000}, head + "reply", End::kOpen, {}},
+      {"body cut at its end", {.cutBodyAfter = 5}, head + "reply", End::kOpen, {}},
+      {"reset", {.reset = true}, "", End::kReset, {"reset"}},
+      {"reset at a cut",
+       {.cutBodyAfter = 1, .reset = true},
+       head + "r",
+       End::kReset,
+       {"cutBodyAfter", "reset"}},
+      {"never answered", {.neverAnswer = true}, "", End::kOpen, {"neverAnswer"}},
+      {"uncounted", {.noContentLength = true}, uncounted, End::kInOrder, {"noContentLength"}},
+      {"reading stops", {.stopReadingAfter = 2}, "", End::kOpen, {"stopReadingAfter"}},
+      {"reading stops at the end", {.stopReadingAfter = 4}, head + "reply", End::kOpen, {}},
+      {"reset in the body",
+       {.reset = true, .stopReadingAfter = 2},
+       "",
+       End::kReset,
+       {"reset", "stopReadingAfter"}},
+      {"answered early", {.answerEarly = true}, head + "reply", End::kOpen, {"answerEarly"}},
+  };
+  Sandbox sandbox;
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    Script script = row.script;
+    script.path = "/p";
+    script.status = 201;
+    script.reason = "Made";
+    script.headers = {"A:  b"};
+    script.body = "reply";
+    const int id = sandbox.Add(script);
+    Wire wire(sandbox);
+    wire.Send(Post("Content-Length: 4\r\n", "body"));
+    const Outcome outcome = wire.Read(row.received.size(), row.end == End::kOpen);
+    EXPECT_EQ(outcome.bytes, row.received);
+    EXPECT_EQ(outcome.end, row.end);
+    EXPECT_EQ(sandbox.FiredFaults(id), row.fired);
+    const Request request = sandbox.Only();
+    EXPECT_TRUE(request.scripted);
+    EXPECT_EQ(request.status, row.received.empty() ? 0 : 201);
+    EXPECT_EQ(request.bodyReceived, script.stopReadingAfter.value_or(4));
+  }
+}
+
+TEST(SandboxFaults, EarlyAnswerComesBeforeTheBody) {
+  Sandbox sandbox;
+  sandbox.Add({.status = 413, .answerEarly = true});
+  Wire wire(sandbox);
+  wire.Send(Post("Content-Length: 4\r\nExpect: 100-continue\r\n", ""));
+  EXPECT_TRUE(wire.Read(1, true).bytes.starts_with("HTTP/1.1 413 "));
+  EXPECT_FALSE(sandbox.Only().bodyComplete);
+  wire.Send("body");
+  EXPECT_TRUE(sandbox.WaitForBody(0, 4));
+}
+
+TEST(SandboxFaults, WaitsLastAsLongAsAsked) {
+  Sandbox sandbox;
+  const int delayed = sandbox.Add({.delayMs = 300});
+  const int slow = sandbox.Add({.readSlowly = 1000});
+  for (const int id : {delayed, slow}) {
+    SCOPED_TRACE(id);
+    Wire wire(sandbox);
+    const auto start = Clock::now();
+    wire.Send(Post("Content-Length: 400\r\n", std::string(400, 'x')));
+    EXPECT_TRUE(wire.Read(1, true).bytes.starts_with("HTTP/1.1 200 OK\r\n"));
+    EXPECT_GE(Clock::now() - start, milliseconds(300));
+    EXPECT_EQ(sandbox.FiredFaults(id).size(), 1u);
+  }
+}
+
+TEST(SandboxScripts, ApplyInOrderToWhatMatches) {
+  Sandbox sandbox;
+  sandbox.Add({.host = "graph.facebook.com", .status = 501});
+  sandbox.Add({.method = "PUT", .status = 502});
+  sandbox.Add({.path = "/p/*", .status = 503});
+  sandbox.Add({.path = "/p", .times = 2, .status = 504});
+  sandbox.Add({.status = 505, .passThrough = true, .delayMs = 1});
+  const int rest = sandbox.Add({.times = 0, .status = 506});
+  std::string statuses;
+  Wire wire(sandbox);
+  for (int i = 0; i < 5; ++i) {
+    wire.Send(Post("", ""));
+    statuses += wire.Read(1, true).bytes.substr(9, 4);
+  }
+  EXPECT_EQ(statuses, "504 504 404 506 506 ");
+  EXPECT_EQ(sandbox.Report(rest).matched, 2);
+}
+
+TEST(SandboxRecord, KeepsHeadsByteForByte) {
+  Sandbox sandbox;
+  const std::string bytes =
+      "get HTTP://GData.Youtube.com?a=%2C'\xff HTTP/1.0\r\nhOST:\r\nX:  two \t\r\nA:b\r\n\r\n";
+  Wire(sandbox).Send(bytes);
+  ASSERT_TRUE(sandbox.WaitForRequest("/"));
+  const Request request = sandbox.Only();
+  EXPECT_EQ(request.head, bytes);
+  EXPECT_EQ(request.headers, (std::vector<std::string>{"hOST:", "X:  two \t", "A:b"}));
+  EXPECT_EQ(request.method + " " + request.host + " " + request.target, "get gdata.youtube.com /?a=%2C'\xff");
+  EXPECT_EQ(request.Header("x"), "  two \t");
+}
+
+// One byte to a chunk makes the form's reader see each delimiter in every state of incompleteness.
+std::string Chunked(std::string_view type, std::string_view body) {
+  std::string chunks;
+  for (const char c : body) chunks += std::string("1;ext=1\r\n") + c + "\r\n";
+  return Post("Transfer-Encoding: chunked\r\nContent-Type: " + std::string(type) + "\r\n",
+              chunks + "0\r\nTrailer: t\r\n\r\n");
+}
+
+TEST(SandboxRecord, TakesFormsApartExactly) {
+  const std::string tricky =
+      "\r\n\r\n--b\r\r\n--bo\r\n--\r\n\r\n-bound --bound\r\nContent-Type: no\r\n\r\n\xff" +
+      std::string(1, '\0') + "\r\n-";
+  const std::string form =
+      "preamble\r\n--bound\r\nContent-Disposition: form-data; name=\"t\"\r\n\r\n" + tricky +
+      "\r\n--bound\r\nContent-Disposition: form-data; name=\"f\"; filename=\"C:\\d\\x;%22.mp4\"\r\n" +
+      "Content-Type: video/mp4\r\n\r\n\r\n--bound\r\n\r\nbare\r\n--bound--\r\nepilogue";
+  const std::string type = "Multipart/Form-Data; boundary=\"bound\"";
+  Sandbox sandbox;
+  for (const std::string& sent : {Counted(type, form), Chunked(type, form)}) {
+    sandbox.Reset();
+    Wire wire(sandbox);
+    wire.Send(sent);
+    EXPECT_TRUE(wire.Read(1, true).bytes.starts_with("HTTP/1.1 404 "));
+    const Request request = sandbox.Only();
+    EXPECT_EQ(request.body, form);
+    EXPECT_EQ(request.bodySha256, sandbox.Sha256(form));
+    ASSERT_EQ(request.fields.size(), 3u);
+    EXPECT_EQ(request.fields[0].name, "t");
+    EXPECT_EQ(request.fields[0].content, tricky);
+    EXPECT_EQ(request.fields[0].sha256, sandbox.Sha256(tricky));
+    EXPECT_EQ(request.fields[1].fileName, "C:\\d\\x;%22.mp4");
+    EXPECT_EQ(request.fields[1].contentType, "video/mp4");
+    EXPECT_EQ(request.fields[1].size, 0u);
+    EXPECT_EQ(request.fields[2].name + request.fields[2].content, "bare");
+  }
+}
+
+TEST(SandboxRecord, SpoolsWhatIsLarge) {
+  const std::string file = RandomBytes(700'001, 1);
+  const std::string form = "--b\r\nContent-Disposition: form-data; name=f\r\n\r\n" + file + "\r\n--b--\r\n";
+  Sandbox sandbox;
+  Wire wire(sandbox);
+  wire.Send(Counted("video/mp4", file) + Counted("multipart/form-data; boundary=b", form));
+  ASSERT_TRUE(sandbox.WaitForBody(1, form.size()));
+  const std::vector<Request> requests = sandbox.Requests();
+  ASSERT_EQ(requests.size(), 2u);
+  EXPECT_EQ(requests[0].bodySize, file.size());
+  EXPECT_EQ(requests[0].bodySha256, sandbox.Sha256(file));
+  EXPECT_EQ(requests[1].bodySha256, sandbox.Sha256(form));
+  ASSERT_EQ(requests[1].fields.size(), 1u);
+  EXPECT_EQ(requests[1].fields[0].sha256, sandbox.Sha256(file));
+  EXPECT_EQ(requests[0].body + requests[1].fields[0].content, "");
+}
+
+CURLcode Get(const Sandbox& sandbox, const std::string& url) {
+  const Curl curl = NewCurl();
+  curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
+  curl_easy_setopt(curl.get(), CURLOPT_PROXY, sandbox.Proxy().c_str());
+  curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+  curl_easy_setopt(curl.get(), CURLOPT_NOBODY, 0L);
+  curl_easy_setopt(
+      curl.get(), CURLOPT_WRITEFUNCTION, +[](char*, std::size_t, std::size_t count, void*) { return count; });
+  return curl_easy_perform(curl.get());
+}
+
+TEST(SandboxTunnel, ReachesEveryServiceByItsCertifiedName) {
+  for (const char* const host :
+       {"graph.facebook.com", "graph-video.facebook.com", "www.facebook.com", "api.twitter.com",
+        "upload.twitter.com", "www.googleapis.com", "gdata.youtube.com"}) {
+    SCOPED_TRACE(host);
+    Sandbox sandbox;
+    EXPECT_EQ(Get(sandbox, std::string("https://") + host + "/x"), CURLE_OK);
+    const Request request = sandbox.Only();
+    EXPECT_EQ(request.scheme + "://" + request.host + request.target, std::string("https://") + host + "/x");
+    EXPECT_TRUE(request.connectHead.starts_with(std::string("CONNECT ") + host + ":443 HTTP/1.1\r\n"));
+  }
+}
+
+TEST(SandboxTunnel, IsRefusedToStrangersAndOnRequest) {
+  Sandbox sandbox;
+  const int id = sandbox.Add({.host = "graph.facebook.com", .refuseConnect = 407});
+  EXPECT_NE(Get(sandbox, "https://example.com/"), CURLE_OK);
+  EXPECT_NE(Get(sandbox, "https://graph.facebook.com/"), CURLE_OK);
+  EXPECT_EQ(sandbox.FiredFaults(id), std::vector<std::string>{"refuseConnect"});
+  const std::vector<Request> requests = sandbox.Requests();
+  ASSERT_EQ(requests.size(), 2u);
+  EXPECT_EQ(requests[0].method, "CONNECT");
+  EXPECT_EQ(requests[0].status, 502);
+  EXPECT_EQ(requests[1].status, 407);
+  EXPECT_EQ(Get(sandbox, "https://graph.facebook.com/"), CURLE_OK);
+}
+
+std::string Metadata(const std::string& title, const std::string& tags = "",
+                     const std::string& privacy = "public", const std::string& category = "22") {
+  return "{ 'snippet': {  'title': '" + title + "',  'tags': [  " + tags +
+         "  ], 'description': 'd', 'categoryId': '" + category + "'}, 'status': { 'privacyStatus' : '" +
+         privacy + "'}}";
+}
+
+TEST(SandboxYoutube, RefusesWhatTheServiceWould) {
+  struct Row {
+    const char* name;
+    std::string token, length, body;
+    const char* status;
+  };
+  const Row rows[] = {
+      {"accepted", "t", "5", Metadata(std::string(100, 'a'), "'x','y'"), "200"},
+      {"strict JSON", "t", "5",
+       R"({"snippet":{"title":"a\u00e9","categoryId":"1"},"status":{"privacyStatus":"private"}})", "200"},
+      {"raw line feed in a text", "t", "5", Metadata("a\nb"), "200"},
+      {"hundred letters of two bytes", "t", "5", Metadata([] {
+         std::string s;
+         for (int i = 0; i < 100; ++i) s += "\xc3\xa9";
+         return s;
+       }()),
+       "200"},
+      {"no token", "", "5", Metadata("a"), "401"},
+      {"expired token", "expired", "5", Metadata("a"), "401"},
+      {"forbidden", "forbidden", "5", Metadata("a"), "403"},
+      {"length in words", "t", "five", Metadata("a"), "400"},
+      {"quote in a text", "t", "5", Metadata("it's"), "400"},
+      {"cut off", "t", "5", Metadata("a").substr(0, 60), "400"},
+      {"something behind", "t", "5", Metadata("a") + "x", "400"},
+      {"no title", "t", "5", Metadata(""), "400"},
+      {"long title", "t", "5", Metadata(std::string(101, 'a')), "400"},
+      {"unknown privacy", "t", "5", Metadata("a", "", "secret"), "400"},
+      {"category in words", "t", "5", Metadata("a", "", "public", "Music"), "400"},
+      {"long tags", "t", "5", Metadata("a", "'" + std::string(501, 't') + "'"), "400"},
+  };
+  Sandbox sandbox;
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    Wire wire(sandbox);
+    wire.Send(
+        "POST http://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable HTTP/1.1\r\nHost: "
+        "h\r\nConnection: close\r\n"
+        "Authorization: Bearer " +
+        row.token + "\r\nX-Upload-Content-Length: " + row.length +
+        "\r\nContent-Length: " + std::to_string(row.body.size()) + "\r\n\r\n" + row.body);
+    EXPECT_EQ(wire.Read(0, false).bytes.substr(9, 3), row.status);
+  }
+}
+
+TEST(SandboxYoutube, TurnsAnUploadIntoAVideo) {
+  Sandbox sandbox;
+  Wire wire(sandbox);
+  const std::string common =
+      " HTTP/1.1\r\nHost: h\r\nAuthorization: Bearer t\r\nX-Upload-Content-Length: 5\r\nContent-Length: ";
+  const std::string good = Metadata("\xc3\xa9\\n", "'x'");
+  wire.Send("POST http://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable" + common +
+            std::to_string(good.size()) + "\r\n\r\n" + good);
+  const std::string begun = wire.Read(1, true).bytes;
+  const std::size_t at = begun.find("Location: https://");
+  ASSERT_NE(at, std::string::npos);
+  const std::string url = "http://" + begun.substr(at + 18, begun.find('\r', at) - at - 18);
+  const auto put = [&](const std::string& target, const std::string& body) {
+    wire.Send("PUT " + target + common + std::to_string(body.size()) + "\r\n\r\n" + body);
+    return wire.Read(1, true).bytes;
+  };
+  EXPECT_TRUE(put(url + "x", "video").starts_with("HTTP/1.1 404 "));
+  EXPECT_TRUE(put(url, "vide").starts_with("HTTP/1.1 400 "));
+  const std::string done = put(url, "video");
+  EXPECT_TRUE(done.starts_with("HTTP/1.1 200 "));
+  const boost::json::value state = sandbox.State();
+  const boost::json::value& video = state.at("youtube").at("videos").at(0);
+  const std::string id(video.at("id").as_string());
+  EXPECT_EQ(id.size(), 11u);
+  EXPECT_EQ(done.find("\"id\":\"" + id + "\""), done.find("\"id\""));
+  EXPECT_EQ(video.at("title").as_string(), "\xc3\xa9\n");
+  EXPECT_EQ(video.at("sha256").as_string(), sandbox.Sha256("video"));
+}
+
+}  // namespace
+}  // namespace velk::test
