@@ -1,0 +1,118 @@
+// Publishing a video: a session that describes it, then one PUT of the file.
+#include <array>
+#include <cstring>
+
+#include "json/json.h"
+#include "youtube/youtube.h"
+
+namespace velk {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* kSessionUrl =
+    "https://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable&part=snippet%2Cstatus";
+
+constexpr size_t kVideoIdRoom = 256;
+
+constexpr StatusResult kSessionResults[] = {
+    {200, VELK_OK},
+    {401, VELK_MISSING_ARGUMENT},
+    {403, VELK_FORBIDDEN},
+};
+
+constexpr StatusResult kPutResults[] = {
+    {200, VELK_OK},
+    {302, VELK_OK},
+    {201, VELK_NO_IDENTIFIER},
+    {308, VELK_NO_IDENTIFIER},
+    {400, VELK_UNEXPECTED_REPLY},
+    {503, VELK_TRANSFER_FAILED},
+};
+
+bool LacksText(const char* accessToken, const YoutubeUploadInfo& info) noexcept {
+  return *accessToken == '\0' || *info.description == '\0' || *info.title == '\0' ||
+         *info.privacyStatus == '\0' || *info.categoryId == '\0';
+}
+
+// The text after "Bearer " names the user in every request to YouTube.
+std::string Authorization(const char* accessToken) { return Concat({"Authorization: Bearer ", accessToken}); }
+
+}  // namespace
+
+std::string FindLocationHeader(std::string_view text) {
+  constexpr std::string_view kName = "Location: ";
+  const std::string_view searched = text.substr(0, text.find('\0'));
+  const size_t line = searched.rfind(kName);
+  // The value begins nine bytes after the byte behind the line's first; with no such line, nine after the
+  // text's first.
+  const size_t anchor = line == std::string_view::npos ? 0 : line + 1;
+  const size_t start = anchor + kName.size() - 1;
+  const size_t end = std::min(searched.find_first_of("\r\n", anchor), searched.size());
+  return start < end ? std::string(searched.substr(start, end - start)) : std::string();
+}
+
+int32_t CreateResumableUpload(const char* accessToken, YoutubeUploadInfo* info, std::string& outUploadUrl,
+                              const NativePath& path) {
+  if (!info || LacksText(accessToken, *info)) return VELK_MISSING_ARGUMENT;
+  UploadFile file(path);
+  if (!file) return VELK_FILE_NOT_OPENED;
+  file.Close();
+
+  Transfer session;
+  if (!session) return VELK_NO_HANDLE;
+  session.Url(kSessionUrl)
+      .Timeout(10s)
+      .Body(ComposeVideoBody(*info))
+      .Post()
+      .Header(Authorization(accessToken))
+      .Header("Content-Type:  application/json; charset=UTF-8")
+      .Header("X-Upload-Content-Length: " + std::to_string(file.Size()))
+      .Header("X-Upload-Content-Type: application/octet-stream")
+      .CollectHeaders();
+  if (session.Perform() != CURLE_OK) return VELK_TRANSFER_FAILED;
+
+  const int32_t result = FromStatus(session.Status(), kSessionResults, VELK_UNEXPECTED_REPLY);
+  if (result == VELK_OK) outUploadUrl = FindLocationHeader(session.Reply().Bytes());
+  return result;
+}
+
+int32_t UploadFileContent(FileUploader* uploader, const char* accessToken, const YoutubeUploadInfo* info,
+                          const std::string& uploadUrl, char* outVideoId, const NativePath& path) {
+  if (!accessToken || !uploader || !info || !outVideoId) return VELK_MISSING_ARGUMENT;
+  Transfer upload;
+  if (!upload) return VELK_NO_HANDLE;
+  UploadFile file(path);
+  if (!file) return VELK_FILE_NOT_OPENED;
+
+  upload.Url(uploadUrl)
+      .Progress(&YoutubeProgressCallback, uploader)
+      .Put(file)
+      .Header(Authorization(accessToken))
+      .Header("Content-Type: application/octet-stream")
+      .Header("Content-Length: " + std::to_string(file.Size()));
+  Store(uploader->state, uint32_t{kYoutubeUploading});
+  const CURLcode failure = upload.Perform();
+  file.Close();
+  if (failure != CURLE_OK) return FromTransfer(failure);
+
+  const int32_t result = FromStatus(upload.Status(), kPutResults, VELK_NO_HANDLE);
+  if (result != VELK_OK) return result;
+  const bool found = JsonGetStringValue(upload.Reply().Bytes(), "id", {outVideoId, kVideoIdRoom}) == 0;
+  return found ? VELK_OK : VELK_NO_IDENTIFIER;
+}
+
+}  // namespace velk
+
+int32_t StartYoutubeUploadFile(FileUploader* uploader, const char* accessToken, YoutubeUploadInfo* info,
+                               char* outVideoId) noexcept {
+  using namespace velk;
+  return Guarded([&]() -> int32_t {
+    const NativePath path = info ? WidenPath(Field(info->filePath)) : NativePath();
+    if (!accessToken) return VELK_MISSING_ARGUMENT;
+    std::string uploadUrl;
+    const int32_t created = CreateResumableUpload(accessToken, info, uploadUrl, path);
+    if (created < 0) return created;
+    return UploadFileContent(uploader, accessToken, info, uploadUrl, outVideoId, path);
+  });
+}

@@ -1,0 +1,125 @@
+// The handle's and the proxy setting's exports.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "velk_upload.h"
+
+namespace {
+
+using Figures = int32_t (*)(const FileUploader*, double*, double*);
+using Init = FileUploader* (*)();
+using OnHandle = int32_t (*)(FileUploader*);
+
+TEST(Uploader, TwitterAndFacebookNamesAreOneFunction) {
+  EXPECT_EQ(Init{InitFacebookFileUploder}, Init{InitTwitterFileUploder});
+  EXPECT_EQ(Figures{GetFacebookUploadFileProgress}, Figures{GetTwitterUploadFileProgress});
+  EXPECT_EQ(OnHandle{CancelFacebookUploadFile}, OnHandle{CancelTwitterUploadFile});
+  EXPECT_EQ(OnHandle{UninitFacebookFileUploder}, OnHandle{UninitTwitterFileUploder});
+}
+
+TEST(Uploader, NullIsAMissingArgumentEverywhere) {
+  FileUploader uploader{1, 2, 1, 0};
+  double figure = 0;
+  for (const Figures progress :
+       {Figures{GetFacebookUploadFileProgress}, Figures{GetYoutubeUploadFileProgress}}) {
+    EXPECT_EQ(progress(nullptr, &figure, &figure), VELK_MISSING_ARGUMENT);
+    EXPECT_EQ(progress(&uploader, nullptr, &figure), VELK_MISSING_ARGUMENT);
+    EXPECT_EQ(progress(&uploader, &figure, nullptr), VELK_MISSING_ARGUMENT);
+  }
+  for (const OnHandle call : {OnHandle{CancelFacebookUploadFile}, OnHandle{UninitFacebookFileUploder},
+                              OnHandle{CancelYoutubeUploadFile}, OnHandle{UninitYoutubeFileUploder}})
+    EXPECT_EQ(call(nullptr), VELK_MISSING_ARGUMENT);
+}
+
+TEST(Uploader, FollowsItsStates) {
+  FileUploader* uploader = InitTwitterFileUploder();
+  ASSERT_NE(uploader, nullptr);
+  const FileUploader zeroed{};
+  EXPECT_EQ(std::memcmp(uploader, &zeroed, sizeof zeroed), 0);
+
+  double uploaded = -1;
+  double total = -1;
+  EXPECT_EQ(GetTwitterUploadFileProgress(uploader, &uploaded, &total), VELK_UNEXPECTED_REPLY);
+  EXPECT_EQ(uploaded, -1);
+  EXPECT_EQ(total, -1);
+
+  *uploader = {12.5, 99, 1, 0};
+  EXPECT_EQ(GetTwitterUploadFileProgress(uploader, &uploaded, &total), VELK_OK);
+  EXPECT_EQ(uploaded, 12.5);
+  EXPECT_EQ(total, 99);
+  EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_BUSY);
+
+  EXPECT_EQ(CancelTwitterUploadFile(uploader), VELK_OK);
+  EXPECT_EQ(uploader->cancelRequested, 1U);
+  EXPECT_EQ(uploader->state, 1U);
+  uploader->state = 0;
+  EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_OK);
+}
+
+TEST(YoutubeUploader, FollowsItsStates) {
+  FileUploader* uploader = InitYoutubeFileUploder();
+  ASSERT_NE(uploader, nullptr);
+  double uploaded = -1;
+  double total = -1;
+  for (const uint32_t state : {0U, 1U, 4U}) {
+    uploader->state = state;
+    EXPECT_EQ(GetYoutubeUploadFileProgress(uploader, &uploaded, &total), VELK_NOT_UPLOADING);
+    EXPECT_EQ(CancelYoutubeUploadFile(uploader), VELK_NOT_UPLOADING);
+    EXPECT_EQ(uploader->state, state);
+  }
+  EXPECT_EQ(uploaded, -1);
+
+  *uploader = {5, 6, 2, 0};
+  EXPECT_EQ(UninitYoutubeFileUploder(uploader), VELK_BUSY);
+  EXPECT_EQ(GetYoutubeUploadFileProgress(uploader, &uploaded, &total), VELK_OK);
+  EXPECT_EQ(uploaded, 5);
+  EXPECT_EQ(total, 6);
+  EXPECT_EQ(CancelYoutubeUploadFile(uploader), VELK_OK);
+  EXPECT_EQ(uploader->state, 4U);
+  EXPECT_EQ(uploader->cancelRequested, 0U);
+  EXPECT_EQ(UninitYoutubeFileUploder(uploader), VELK_OK);
+}
+
+std::string ReadProxy() {
+  char text[256];
+  std::memset(text, '#', sizeof text);
+  const int32_t size = sizeof text;
+  EXPECT_EQ(GetLibVelkUploadProxy(text, &size), VELK_OK);
+  EXPECT_EQ(size, 256);
+  return text;
+}
+
+TEST(Proxy, IsStoredWholeOrCutAndNeverMixed) {
+  const std::pair<const char*, std::string> rows[] = {
+      {"http://127.0.0.1:8080", "http://127.0.0.1:8080"},
+      {"a:1", "a:1"},
+      {"", ""},
+      {"b%s%n:2", "b%s%n:2"},
+      {nullptr, ""},
+  };
+  for (const auto& [set, read] : rows) {
+    EXPECT_EQ(SetLibVelkUploadProxy(set), VELK_OK);
+    EXPECT_EQ(ReadProxy(), read);
+  }
+  for (const size_t length : {255U, 256U, 5000U}) {
+    SetLibVelkUploadProxy(std::string(length, 'p').c_str());
+    EXPECT_EQ(ReadProxy(), std::string(255, 'p'));
+  }
+  SetLibVelkUploadProxy("");
+}
+
+TEST(Proxy, WantsRoomForTheWholeSetting) {
+  SetLibVelkUploadProxy("");
+  char text[256] = "untouched";
+  int32_t size = 255;
+  EXPECT_EQ(GetLibVelkUploadProxy(text, &size), VELK_BUFFER_TOO_SMALL);
+  size = -1;
+  EXPECT_EQ(GetLibVelkUploadProxy(text, &size), VELK_BUFFER_TOO_SMALL);
+  EXPECT_STREQ(text, "untouched");
+  EXPECT_EQ(GetLibVelkUploadProxy(nullptr, &size), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(GetLibVelkUploadProxy(text, nullptr), VELK_MISSING_ARGUMENT);
+}
+
+}  // namespace

@@ -1,0 +1,326 @@
+// Publishing a video to YouTube: both requests byte by byte, every result code, faults and cancels.
+#include <boost/json/serialize.hpp>
+#include <thread>
+
+#include "api/service_test.h"
+
+namespace velk::test {
+namespace {
+
+constexpr const char* kPath = "/upload/youtube/v3/videos";
+constexpr const char* kUntouched = "untouched";
+
+class YoutubeUpload : public ServiceTest {
+ protected:
+  YoutubeUpload() {
+    Fill(info.filePath, file.Path());
+    Fill(info.title, "a");
+    Fill(info.description, "about a");
+    Fill(info.privacyStatus, "private");
+    Fill(info.categoryId, "22");
+    Fill(info.tags, "x\ny");
+  }
+  ~YoutubeUpload() override {
+    CancelYoutubeUploadFile(uploader);
+    EXPECT_EQ(UninitYoutubeFileUploder(uploader), VELK_OK);
+  }
+
+  int32_t Start() { return StartYoutubeUploadFile(uploader, "token", &info, videoId); }
+
+  // Answers the session request with an address of the sandbox's own service, and the PUT as a case wants.
+  void Answer(Script session, Script put) {
+    session.method = "POST";
+    session.headers.push_back("Location: https://www.googleapis.com/upload/youtube/v3/videos?upload_id=1");
+    put.method = "PUT";
+    sandbox.Add(session);
+    sandbox.Add(put);
+  }
+
+  TempFile file{"clip.mp4", "not much of a video"};
+  FileUploader* uploader = InitYoutubeFileUploder();
+  YoutubeUploadInfo info{};
+  char videoId[256] = "untouched";
+};
+
+TEST_F(YoutubeUpload, SendsBothRequestsToTheByte) {
+  Answer({}, {.body = R"({"kind": "youtube#video", "id": "dQw4"})"});
+  ASSERT_EQ(Start(), VELK_OK);
+  EXPECT_STREQ(videoId, "dQw4");
+
+  const auto requests = sandbox.Requests();
+  ASSERT_EQ(requests.size(), 2U);
+  const std::string body =
+      "{ 'snippet': {  'title': 'a',  'tags': [  'x','y'  ], 'description': 'about a', 'categoryId': '22'}, "
+      "'status': { 'privacyStatus' : 'private'}}";
+  EXPECT_EQ(requests[0].host, "www.googleapis.com");
+  EXPECT_EQ(requests[0].scheme, "https");
+  EXPECT_EQ(requests[0].head,
+            "POST /upload/youtube/v3/videos?uploadType=resumable&part=snippet%2Cstatus HTTP/1.1\r\n"
+            "Host: www.googleapis.com\r\n"
+            "User-Agent: libcurl-agent/1.0\r\n"
+            "Accept: */*\r\n"
+            "Authorization: Bearer token\r\n"
+            "Content-Type:  application/json; charset=UTF-8\r\n"
+            "X-Upload-Content-Length: 19\r\n"
+            "X-Upload-Content-Type: application/octet-stream\r\n"
+            "Content-Length: " +
+                std::to_string(body.size()) + "\r\n\r\n");
+  EXPECT_EQ(requests[0].body, body);
+
+  EXPECT_EQ(requests[1].head,
+            "PUT /upload/youtube/v3/videos?upload_id=1 HTTP/1.1\r\n"
+            "Host: www.googleapis.com\r\n"
+            "User-Agent: libcurl-agent/1.0\r\n"
+            "Accept: */*\r\n"
+            "Authorization: Bearer token\r\n"
+            "Content-Type: application/octet-stream\r\n"
+            "Content-Length: 19\r\n"
+            "Expect: 100-continue\r\n\r\n");
+  EXPECT_EQ(requests[1].body, "not much of a video");
+}
+
+TEST_F(YoutubeUpload, PublishesFilesOfAnyNameAndSize) {
+  struct Row {
+    const char* name;
+    std::string fileName;
+    std::string content;
+  };
+  const Row rows[] = {
+      {"empty", "empty.mp4", ""},
+      {"a Chinese name", "\xE6\x88\x91\xE7\x9A\x84 \xE8\xA7\x86\xE9\xA2\x91.mp4", "content"},
+      {"every byte", "bytes.bin", RandomBytes(100000, 1)},
+      {"larger than any buffer", "large.bin", RandomBytes(3 * 1024 * 1024 + 1, 2)},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    const TempFile media(row.fileName, row.content);
+    Fill(info.filePath, media.Path());
+    ASSERT_EQ(Start(), VELK_OK);
+    const auto requests = sandbox.Requests();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_EQ(requests[1].bodySize, row.content.size());
+    EXPECT_EQ(requests[1].bodySha256, sandbox.Sha256(row.content));
+    EXPECT_NE(boost::json::serialize(sandbox.State()).find('"' + std::string(videoId) + '"'),
+              std::string::npos);
+
+    double uploaded = -1;
+    double total = -1;
+    EXPECT_EQ(GetYoutubeUploadFileProgress(uploader, &uploaded, &total), VELK_OK) << "readable after the end";
+    EXPECT_EQ(uploaded, static_cast<double>(row.content.size()));
+    EXPECT_EQ(total, static_cast<double>(row.content.size()));
+    EXPECT_EQ(UninitYoutubeFileUploder(uploader), VELK_BUSY);
+    EXPECT_TRUE(Deletable(media));
+  }
+}
+
+TEST_F(YoutubeUpload, MeasuresBeyondFourGibibytes) {
+  const auto large = TempFile::Sparse("large.mp4", (4ULL << 30) + 5);
+  Fill(info.filePath, large.Path());
+  Answer({}, {.status = 400, .answerEarly = true});
+  EXPECT_EQ(Start(), VELK_UNEXPECTED_REPLY);
+  const auto requests = sandbox.Requests();
+  ASSERT_EQ(requests.size(), 2U);
+  EXPECT_EQ(requests[0].Header("X-Upload-Content-Length"), " 4294967301");
+  EXPECT_EQ(requests[1].Header("Content-Length"), " 4294967301");
+}
+
+TEST_F(YoutubeUpload, RewritesTheRecordAsItWasSent) {
+  Fill(info.title, "two\nlines");
+  Fill(info.description, "tab\there\r\n" + std::string(4988, 'd') + "\t\t");
+  Answer({}, {.body = R"({"id": "1"})"});
+  ASSERT_EQ(Start(), VELK_OK);
+  EXPECT_STREQ(info.title, "two\\nlines");
+  const std::string description(info.description, sizeof info.description);
+  EXPECT_EQ(description, "tab\\there\\r\\n" + std::string(4986, 'd') + '\0');
+  EXPECT_NE(
+      sandbox.Requests()[0].body.find("'description': 'tab\\there\\r\\n" + std::string(4986, 'd') + "', "),
+      std::string::npos);
+}
+
+TEST_F(YoutubeUpload, JudgesEveryReply) {
+  struct Row {
+    const char* name;
+    Script session;
+    Script put;
+    int32_t result;
+    size_t requests;
+  };
+  const std::string id = R"({"id": "v1"})";
+  const Row rows[] = {
+      {"session 401", {.status = 401}, {}, VELK_MISSING_ARGUMENT, 1},
+      {"session 403", {.status = 403}, {}, VELK_FORBIDDEN, 1},
+      {"session 400", {.status = 400}, {}, VELK_UNEXPECTED_REPLY, 1},
+      {"session 201", {.status = 201}, {}, VELK_UNEXPECTED_REPLY, 1},
+      {"session 302", {.status = 302}, {}, VELK_UNEXPECTED_REPLY, 1},
+      {"session 500", {.status = 500}, {}, VELK_UNEXPECTED_REPLY, 1},
+      {"session reset", {.reset = true}, {}, VELK_TRANSFER_FAILED, 1},
+      {"session cut", {.body = "half of it", .cutBodyAfter = 4}, {}, VELK_TRANSFER_FAILED, 1},
+      {"connection refused", {.refuseConnect = 503}, {}, VELK_TRANSFER_FAILED, 0},
+      {"put 200", {}, {.body = id}, VELK_OK, 2},
+      {"put 302",
+       {},
+       {.status = 302, .headers = {"Location: https://graph.facebook.com/"}, .body = id},
+       VELK_OK,
+       2},
+      {"put 200 without id", {}, {.body = R"({"kind": "id-less"})"}, VELK_NO_IDENTIFIER, 2},
+      {"put 200 without a body", {}, {}, VELK_NO_IDENTIFIER, 2},
+      {"put 200 with a numeric id", {}, {.body = R"({"id": 12})"}, VELK_NO_IDENTIFIER, 2},
+      {"put 201", {}, {.status = 201, .body = id}, VELK_NO_IDENTIFIER, 2},
+      {"put 308", {}, {.status = 308, .body = id}, VELK_NO_IDENTIFIER, 2},
+      {"put 400", {}, {.status = 400, .body = id}, VELK_UNEXPECTED_REPLY, 2},
+      {"put 503", {}, {.status = 503, .body = id}, VELK_TRANSFER_FAILED, 2},
+      {"put 401", {}, {.status = 401, .body = id}, VELK_NO_HANDLE, 2},
+      {"put 404", {}, {.status = 404, .body = id}, VELK_NO_HANDLE, 2},
+      {"put 500", {}, {.status = 500, .body = id}, VELK_NO_HANDLE, 2},
+      {"put reset", {}, {.body = id, .reset = true}, VELK_TRANSFER_FAILED, 2},
+      {"put reset behind the id",
+       {},
+       {.body = id + "    ", .cutBodyAfter = 13, .reset = true},
+       VELK_TRANSFER_FAILED,
+       2},
+      {"put cut", {}, {.body = id, .cutBodyAfter = 3}, VELK_TRANSFER_FAILED, 2},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    Fill(videoId, kUntouched);
+    if (row.session.refuseConnect != 0)
+      sandbox.Add(row.session);
+    else
+      Answer(row.session, row.put);
+    EXPECT_EQ(Start(), row.result);
+    EXPECT_STREQ(videoId, row.result == VELK_OK ? "v1" : kUntouched);
+    size_t arrived = 0;
+    for (const Request& request : sandbox.Requests()) arrived += request.method != "CONNECT" ? 1 : 0;
+    EXPECT_EQ(arrived, row.requests);
+  }
+  EXPECT_TRUE(Deletable(file)) << "no failure leaves the file open";
+}
+
+TEST_F(YoutubeUpload, ChecksBeforeItSends) {
+  struct Row {
+    const char* name;
+    char* emptied;
+    int32_t result;
+  };
+  const Row rows[] = {
+      {"description", info.description, VELK_MISSING_ARGUMENT},
+      {"title", info.title, VELK_MISSING_ARGUMENT},
+      {"privacy", info.privacyStatus, VELK_MISSING_ARGUMENT},
+      {"category", info.categoryId, VELK_MISSING_ARGUMENT},
+      {"file path", info.filePath, VELK_FILE_NOT_OPENED},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const char kept = std::exchange(*row.emptied, '\0');
+    EXPECT_EQ(Start(), row.result);
+    *row.emptied = kept;
+  }
+  EXPECT_EQ(StartYoutubeUploadFile(uploader, nullptr, &info, videoId), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(StartYoutubeUploadFile(uploader, "", &info, videoId), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(StartYoutubeUploadFile(uploader, "token", nullptr, videoId), VELK_MISSING_ARGUMENT);
+
+  Fill(info.filePath, file.Path() + "x");
+  EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
+  *info.title = '\0';
+  EXPECT_EQ(Start(), VELK_MISSING_ARGUMENT) << "a missing text is told before a missing file";
+  EXPECT_TRUE(sandbox.Requests().empty());
+  EXPECT_STREQ(videoId, kUntouched);
+  EXPECT_EQ(uploader->state, 0U);
+}
+
+TEST_F(YoutubeUpload, MissesItsHandleOnlyAfterTheSession) {
+  EXPECT_EQ(StartYoutubeUploadFile(nullptr, "token", &info, videoId), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(StartYoutubeUploadFile(uploader, "token", &info, nullptr), VELK_MISSING_ARGUMENT);
+  const auto requests = sandbox.Requests();
+  ASSERT_EQ(requests.size(), 2U);
+  for (const Request& request : requests) EXPECT_EQ(request.method, "POST");
+  EXPECT_EQ(uploader->state, 0U);
+}
+
+TEST_F(YoutubeUpload, FollowsTheLastLocationOrNone) {
+  const std::string longQuery(900, 'q');
+  sandbox.Add({.method = "POST",
+               .headers = {"Location: https://graph.facebook.com/first",
+                           "Location: https://www.googleapis.com/second?" + longQuery}});
+  sandbox.Add({.method = "PUT", .body = R"({"id": "1"})"});
+  EXPECT_EQ(Start(), VELK_OK);
+  ASSERT_EQ(sandbox.Requests().size(), 2U);
+  EXPECT_EQ(sandbox.Requests()[1].target, "/second?" + longQuery);
+
+  sandbox.Reset();
+  sandbox.Add({.method = "POST"});
+  EXPECT_EQ(Start(), VELK_TRANSFER_FAILED) << "a reply without an address leaves the status text as one";
+  EXPECT_EQ(sandbox.Requests().size(), 1U);
+}
+
+TEST_F(YoutubeUpload, CutsALongIdentifier) {
+  char room[257];
+  std::fill(std::begin(room), std::end(room), '#');
+  Answer({}, {.body = R"({"id": ")" + std::string(300, 'i') + "\"}"});
+  EXPECT_EQ(StartYoutubeUploadFile(uploader, "token", &info, room), VELK_OK);
+  EXPECT_EQ(std::string(room), std::string(255, 'i'));
+  EXPECT_EQ(room[256], '#');
+}
+
+TEST_F(YoutubeUpload, CancelsInMidTransferFromAnotherThread) {
+  const TempFile large("large.mp4", RandomBytes(8 * 1024 * 1024, 3));
+  Fill(info.filePath, large.Path());
+  sandbox.Add({.method = "PUT", .passThrough = true, .readSlowly = 200000});
+  EXPECT_EQ(CancelYoutubeUploadFile(uploader), VELK_NOT_UPLOADING);
+
+  int32_t result = VELK_OK;
+  std::thread upload([&] { result = Start(); });
+  EXPECT_TRUE(sandbox.WaitForBody(1, 1000));
+  double uploaded = 0;
+  double total = 0;
+  while (GetYoutubeUploadFileProgress(uploader, &uploaded, &total) == VELK_OK && uploaded <= 0)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_EQ(total, 8.0 * 1024 * 1024);
+  EXPECT_EQ(CancelYoutubeUploadFile(uploader), VELK_OK);
+  upload.join();
+
+  EXPECT_EQ(result, VELK_CANCELLED);
+  EXPECT_EQ(uploader->state, 4U);
+  EXPECT_STREQ(videoId, kUntouched);
+  EXPECT_FALSE(sandbox.Requests().at(1).bodyComplete);
+  EXPECT_TRUE(Deletable(large));
+}
+
+TEST_F(YoutubeUpload, ReusesACancelledHandle) {
+  uploader->state = 4;
+  uploader->cancelRequested = 1;
+  EXPECT_EQ(Start(), VELK_OK);
+  EXPECT_EQ(uploader->state, 2U);
+}
+
+TEST_F(YoutubeUpload, GivesUpOnASilentSession) {
+  sandbox.Add({.method = "POST", .neverAnswer = true});
+  const auto began = std::chrono::steady_clock::now();
+  EXPECT_EQ(Start(), VELK_TRANSFER_FAILED);
+  const auto waited = std::chrono::steady_clock::now() - began;
+  EXPECT_GE(waited, std::chrono::seconds(9));
+  EXPECT_LE(waited, std::chrono::seconds(13));
+}
+
+TEST_F(YoutubeUpload, FailsWithoutItsProxy) {
+  SetLibVelkUploadProxy(kRefusingProxy);
+  EXPECT_EQ(Start(), VELK_TRANSFER_FAILED);
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
+TEST_F(YoutubeUpload, RunsOnSeveralThreadsAtOnce) {
+  FileUploader* second = InitYoutubeFileUploder();
+  YoutubeUploadInfo other = info;
+  char otherId[256] = "";
+  std::thread upload([&] { EXPECT_EQ(StartYoutubeUploadFile(second, "token", &other, otherId), VELK_OK); });
+  EXPECT_EQ(Start(), VELK_OK);
+  upload.join();
+  EXPECT_STRNE(videoId, otherId);
+  CancelYoutubeUploadFile(second);
+  EXPECT_EQ(UninitYoutubeFileUploder(second), VELK_OK);
+}
+
+}  // namespace
+}  // namespace velk::test
