@@ -1,9 +1,10 @@
 /* The publisher's system calls on Windows. */
+#include <windows.h>
+
 #include <io.h>
 #include <shellapi.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <windows.h>
 
 #include "system.h"
 
@@ -19,6 +20,8 @@ static volatile LONG interrupted;
 char** Utf8Arguments(int* argc, char** argv) {
   (void)argv;
   SetConsoleOutputCP(CP_UTF8);
+  /* Otherwise a console gets each character by itself, and a progress bar flickers. */
+  setvbuf(stdout, NULL, _IOFBF, BUFSIZ);
   wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), argc);
   char** utf8 = wide ? calloc((size_t)*argc + 1, sizeof *utf8) : NULL;
   for (int index = 0; utf8 && index < *argc; ++index) {

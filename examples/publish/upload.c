@@ -5,7 +5,7 @@
 #include "publish.h"
 #include "system.h"
 
-enum { kPollMilliseconds = 100, kBarWidth = 30 };
+enum { kPollMilliseconds = 100, kBarWidth = 24, kLineWidth = 52 };
 
 static const double kMebibyte = 1048576.0;
 static const double kSecondsBetweenLines = 1.0;
@@ -20,20 +20,27 @@ static void Start(void* context) {
   running->result = running->upload->start(running->upload->context);
 }
 
-/* One state of the progress, on a terminal over the last one. */
+/* One state of the progress: a line of its own, or on a terminal a bar over the last one. */
 static void Show(double uploaded, double total, double seconds, bool terminal) {
   const double share = total > 0 ? fmin(uploaded / total, 1.0) : 1.0;
-  const double rate = seconds > 0 ? uploaded / seconds : 0;
-  char left[32] = "";
-  if (rate > 0 && share < 1) snprintf(left, sizeof left, ", %.0f s left", ceil((total - uploaded) / rate));
+  char pace[48] = "";
+  if (seconds > 0) {
+    const double rate = uploaded / seconds;
+    int length = snprintf(pace, sizeof pace, ", %.1f MiB/s", rate / kMebibyte);
+    if (rate > 0 && share < 1)
+      snprintf(pace + length, sizeof pace - (size_t)length, ", %.0f s left", ceil((total - uploaded) / rate));
+  }
+  char line[kLineWidth + 1];
+  snprintf(line, sizeof line, "%3.0f %%  %.1f of %.1f MiB%s", share * 100, uploaded / kMebibyte,
+           total / kMebibyte, pace);
   if (terminal) {
     char bar[kBarWidth + 1];
     for (int cell = 0; cell < kBarWidth; ++cell) bar[cell] = cell < (int)(share * kBarWidth) ? '#' : '.';
     bar[kBarWidth] = '\0';
-    printf("\r[%s] ", bar);
+    printf("\r[%s] %-*s", bar, kLineWidth, line);
+  } else {
+    puts(line);
   }
-  printf("%3.0f %%  %.1f of %.1f MiB, %.1f MiB/s%s%s", share * 100, uploaded / kMebibyte, total / kMebibyte,
-         rate / kMebibyte, left, terminal ? "          " : "\n");
   fflush(stdout);
 }
 

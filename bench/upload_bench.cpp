@@ -1,0 +1,62 @@
+// Times one upload through the library and tells how much memory it took above the idle process.
+//
+// Usage: upload_bench SERVICE PROXY FILE; prints the seconds of the call, and the peak above idle in KiB.
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "velk_upload.h"
+
+namespace {
+
+// One of the kernel's figures about this process, in KiB.
+long MemoryFigure(std::string_view name) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.starts_with(name)) return std::stol(line.substr(name.size() + 1));
+  return 0;
+}
+
+template <size_t width>
+void Fill(char (&field)[width], const char* text) {
+  std::snprintf(field, width, "%s", text);
+}
+
+int32_t UploadToYoutube(const char* file) {
+  const auto info = std::make_unique<YoutubeUploadInfo>();
+  Fill(info->filePath, file);
+  Fill(info->title, "title");
+  Fill(info->description, "description");
+  Fill(info->privacyStatus, "private");
+  Fill(info->categoryId, "22");
+  char videoId[256];
+  return StartYoutubeUploadFile(InitYoutubeFileUploder(), "token", info.get(), videoId);
+}
+
+struct Service {
+  const char* name;
+  int32_t (*upload)(const char* file);
+};
+
+constexpr Service kServices[] = {{"youtube", UploadToYoutube}};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 4) return 2;
+  for (const Service& service : kServices) {
+    if (std::strcmp(service.name, argv[1]) != 0) continue;
+    SetLibVelkUploadProxy(argv[2]);
+    const long idle = MemoryFigure("VmRSS:");
+    const auto began = std::chrono::steady_clock::now();
+    const int32_t result = service.upload(argv[3]);
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - began;
+    std::printf("%.6f %ld\n", taken.count(), MemoryFigure("VmHWM:") - idle);
+    return result == VELK_OK ? 0 : 1;
+  }
+  return 2;
+}
