@@ -9,32 +9,17 @@ namespace velk {
 // ---- Walker ----
 
 JsonWalker::JsonWalker() noexcept {
-  JsonConfig config{};
-  config.allowComments = 1;
-  config.allowYamlComments = 1;
+  const JsonConfig config = {.allowComments = 1, .allowYamlComments = 1};
   initResult_ = JsonParserInit(&parser_, &config, nullptr, nullptr);
-}
-
-int JsonWalker::Feed(char byte) noexcept {
-  if (keepPrevious_) {
-    keepPrevious_ = false;
-  } else {
-    previous_ = parser_.state;
-  }
-  // A byte reaches no further than the position before it, also when it completes a \u escape and is rewound.
-  if (parser_.bufferPosition >= written_) written_ = parser_.bufferPosition + 1;
-  const uint32_t sizeBefore = parser_.bufferSize;
-  const int error = JsonParserFeed(&parser_, &byte, 1, nullptr);
-  if (parser_.bufferSize != sizeBefore) {
-    // The tokenizer leaves new memory as it comes; a text in it must still end at a NUL.
-    std::memset(parser_.buffer + sizeBefore, 0, parser_.bufferSize - sizeBefore);
-  }
-  return error;
 }
 
 std::string_view JsonWalker::TokenText() const noexcept {
   const std::string_view whole(parser_.buffer, parser_.bufferSize);
   return whole.substr(0, whole.find('\0'));
+}
+
+void JsonWalker::ClearFrom(uint32_t offset) noexcept {
+  std::memset(parser_.buffer + offset, 0, parser_.bufferSize - offset);
 }
 
 void JsonWalker::ClearToken() noexcept {
@@ -86,12 +71,6 @@ int PutTerminated(std::string_view value, std::span<char> output) {
   return kFound;
 }
 
-// The sign and digits that a text starts with: a point, an exponent or an older token's rest may follow them.
-std::string_view LeadingInteger(std::string_view text) {
-  const size_t sign = text.starts_with('-') ? 1 : 0;
-  return text.substr(0, text.find_first_not_of("0123456789", sign));
-}
-
 bool Between(JsonParserState state, JsonParserState first, JsonParserState last) {
   return state >= first && state <= last;
 }
@@ -135,16 +114,19 @@ int JsonGetExpiresIn(std::string_view reply, const char* /*key*/, std::span<char
   using enum JsonParserState;
   JsonWalker walker;
   bool found = false;
+  uint32_t digits = 0;  // with the sign; a point, an exponent or an older token's rest may follow them
   const bool done = Find(walker, reply, [&] {
     if (!found) {
       if (walker.StringEvent()) found = TakeName(walker, "expires_in");
       return Step::kGoOn;
     }
-    const JsonParserState previous = walker.PreviousState();
-    const bool inInteger = Between(previous, kAfterZero, kInInteger);
-    return inInteger && walker.State() != previous ? Step::kResult : Step::kGoOn;
+    if (Between(walker.State(), kAfterZero, kInInteger)) {
+      digits = walker.TokenLength();
+      return Step::kGoOn;
+    }
+    return Between(walker.PreviousState(), kAfterZero, kInInteger) ? Step::kResult : Step::kGoOn;
   });
-  return done ? PutTerminated(LeadingInteger(walker.TokenText()), output) : kNotFound;
+  return done ? PutTerminated(walker.TokenText().substr(0, digits), output) : kNotFound;
 }
 
 int JsonGetEmail(std::string_view reply, const char* /*key*/, std::span<char> output) noexcept {

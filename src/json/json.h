@@ -1,5 +1,4 @@
-// Reads single values out of the services' JSON replies: a push tokenizer, a walker over it and the
-// extractors.
+// Reads single values out of JSON replies: a push tokenizer, a walker over it and the extractors.
 #pragma once
 
 #include <cstddef>
@@ -12,13 +11,13 @@ namespace velk {
 // ---- Tokenizer -----------------------------------------------------------------------------------------
 
 struct JsonConfig {
-  uint32_t initialBufferSize;                          // 0: 4096
-  uint32_t maxNesting;                                 // 0: starts at 256 levels and grows; else a hard limit
-  uint32_t maxData;                                    // 0: no limit; else the token buffer's largest size
-  int32_t allowComments;                               // slash-star comments
-  int32_t allowYamlComments;                           // from a hash to the end of its line
-  void* (*allocateZeroed)(size_t count, size_t size);  // null: calloc; its blocks go to free()
-  void* (*reallocate)(void* block, size_t size);       // null: realloc
+  uint32_t initialBufferSize = 0;  // 0: 4096
+  uint32_t maxNesting = 0;         // 0: starts at 256 levels and grows; else a hard limit
+  uint32_t maxData = 0;            // 0: no limit; else the token buffer's largest size
+  int32_t allowComments = 0;       // slash-star comments
+  int32_t allowYamlComments = 0;   // from a hash to the end of its line
+  void* (*allocateZeroed)(size_t count, size_t size) = nullptr;  // null: calloc; its blocks go to free()
+  void* (*reallocate)(void* block, size_t size) = nullptr;       // null: realloc
 };
 
 enum class JsonTokenType : uint32_t {
@@ -116,8 +115,8 @@ int JsonParserInit(JsonParser* parser, const JsonConfig* config, JsonTokenCallba
                    void* userData) noexcept;
 
 // Takes bytes in order up to the first error. Returns 0, a JsonError or the callback's value; `processed`
-// (may be null) receives the number of bytes taken before the failing one. The parser keeps its state on an
-// error.
+// (may be null) receives the number of bytes taken before the failing one. An error leaves the state
+// as it was.
 int JsonParserFeed(JsonParser* parser, const char* bytes, uint32_t length, uint32_t* processed) noexcept;
 
 // True when everything that was opened is closed again.
@@ -140,7 +139,19 @@ class JsonWalker {
   bool Ok() const noexcept { return initResult_ == 0; }
 
   // 0 or a JsonError. The queries below speak of the byte fed last.
-  int Feed(char byte) noexcept;
+  int Feed(char byte) noexcept {
+    if (keepPrevious_) {
+      keepPrevious_ = false;
+    } else {
+      previous_ = parser_.state;
+    }
+    // A byte reaches no further than the position before it, also when it ends a \u escape and is rewound.
+    if (parser_.bufferPosition >= written_) written_ = parser_.bufferPosition + 1;
+    const uint32_t sizeBefore = parser_.bufferSize;
+    const int error = JsonParserFeed(&parser_, &byte, 1, nullptr);
+    if (parser_.bufferSize != sizeBefore) ClearFrom(sizeBefore);
+    return error;
+  }
 
   JsonParserState State() const noexcept { return parser_.state; }
   JsonParserState PreviousState() const noexcept { return previous_; }
@@ -156,10 +167,16 @@ class JsonWalker {
   // The token buffer up to its first NUL; text left by an earlier token may follow the current one's.
   std::string_view TokenText() const noexcept;
 
+  // How much of it belongs to the token that is being collected.
+  uint32_t TokenLength() const noexcept { return parser_.bufferPosition; }
+
   // Zeroes the token buffer. The write position stays, so text that follows an escape begins behind NULs.
   void ClearToken() noexcept;
 
  private:
+  // The tokenizer leaves new memory as it comes; a text in it must still end at a NUL.
+  void ClearFrom(uint32_t offset) noexcept;
+
   JsonParser parser_;
   int initResult_;
   uint32_t written_ = 0;  // every byte of the buffer from here on is zero
@@ -182,8 +199,7 @@ int JsonGetEscapedStringValue(std::string_view reply, const char* key, std::span
 // The first integer after "expires_in" that a further byte follows. `key` is ignored.
 int JsonGetExpiresIn(std::string_view reply, const char* key, std::span<char> output) noexcept;
 
-// The next string after "email" with simple and \u escapes decoded; a surrogate pair ends it. `key` is
-// ignored.
+// The next string after "email", escapes decoded; a surrogate pair ends it. `key` is ignored.
 int JsonGetEmail(std::string_view reply, const char* key, std::span<char> output) noexcept;
 
 // Cuts a text in place at its double quotes, runs of which count as one.

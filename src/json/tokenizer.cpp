@@ -10,8 +10,8 @@ namespace {
 constexpr uint32_t kDefaultBufferSize = 4096;
 constexpr uint32_t kDefaultStackSize = 256;
 
-// Takes a byte that needs no action, no decoding and no larger buffer, as nearly all do; else changes
-// nothing.
+// Takes a byte that needs no action, no decoding and no larger buffer, as nearly all do. Otherwise changes
+// nothing and returns false.
 inline bool TakePlain(JsonParser& parser, tokenizer::Transition transition, char byte) {
   const JsonParserState current = parser.state;
   if (transition.IsStoringMove()) {

@@ -131,11 +131,10 @@ enum class Action : uint8_t {
 enum class Store : uint8_t { kNothing, kByte, kDecodedEscape };
 
 // What a byte of some class does in some state: the next state or an action, and what goes into the buffer.
-// In one byte, so that a table row fits a cache line and the tokenizer tells the plain cases by a comparison
-// each.
+// In one byte, so that a table row fits a cache line and the tokenizer tells plain cases by one comparison.
 class Transition {
  public:
-  constexpr Transition() : Transition(Action::kUnexpectedByte, Store::kNothing) {}
+  constexpr Transition() = default;
   constexpr Transition(JsonParserState state, Store what) : Transition(static_cast<uint8_t>(state), what) {}
   constexpr Transition(Action action, Store what) : Transition(static_cast<uint8_t>(action), what) {}
 
@@ -155,12 +154,16 @@ class Transition {
   constexpr Transition(uint8_t next, Store what)
       : bits_(static_cast<uint8_t>(next | static_cast<uint8_t>(what) << kStoreShift)) {}
 
-  uint8_t bits_;
+  uint8_t bits_ = 0;
 };
 
 // Every pair that no row names is an unexpected byte.
 class TransitionTable {
  public:
+  constexpr TransitionTable() {
+    for (auto& row : rows_) row.fill(Transition(Action::kUnexpectedByte, Store::kNothing));
+  }
+
   constexpr void On(std::initializer_list<JsonParserState> states, ClassSet classes, auto next,
                     Store store = Store::kNothing) {
     for (JsonParserState state : states) {
