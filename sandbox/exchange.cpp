@@ -69,8 +69,9 @@ void Exchange::Record() {
 
 bool Exchange::Serve() {
   Record();
+  const bool wantsBody = !script_->answerEarly || script_->stopReadingAfter;
+  if (Asked().expectsContinue && wantsBody) stream_.Write("HTTP/1.1 100 Continue\r\n\r\n");
   if (script_->answerEarly) return ServeEarly();
-  if (Asked().expectsContinue) stream_.Write("HTTP/1.1 100 Continue\r\n\r\n");
   Receive(script_->stopReadingAfter);
   if (!received_) {
     script_->Fired("stopReadingAfter");
@@ -84,7 +85,7 @@ bool Exchange::Serve() {
   return false;
 }
 
-// A body without a counted reply would wait for an end that waits for the body, so that end comes first.
+// An uncounted reply has its client wait for the end, so that end must not wait for the body.
 bool Exchange::ServeEarly() {
   Receive(script_->stopReadingAfter.value_or(0));
   if (!received_) script_->Fired("answerEarly");

@@ -60,8 +60,15 @@ void Server::AcceptAll() {
     }
     const int yes = 1;
     ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
-    std::thread([this, owned = std::move(socket)]() mutable { Run(std::move(owned)); }).detach();
+    StartThread(std::move(socket));
   }
+}
+
+void Server::StartThread(Descriptor socket) try {
+  std::thread([this, owned = std::move(socket)]() mutable { Run(std::move(owned)); }).detach();
+} catch (const std::system_error&) {
+  const std::lock_guard lock(mutex_);  // no thread to be had: the client sees its connection closed
+  --threads_;
 }
 
 void Server::Run(Descriptor socket) {

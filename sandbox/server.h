@@ -33,6 +33,7 @@ class Server {
 
  private:
   void AcceptAll();
+  void StartThread(Descriptor socket);
   void Run(Descriptor socket);
   void ServeOne(Descriptor socket);
 

@@ -258,6 +258,17 @@ TEST(SandboxRecord, KeepsHeadsByteForByte) {
   EXPECT_EQ(request.Header("x"), "  two \t");
 }
 
+TEST(SandboxRecord, CarriesEveryByteInBothDirections) {
+  std::string bytes;
+  for (int value = 0; value < 256; ++value) bytes += static_cast<char>(value);
+  Sandbox sandbox;
+  sandbox.Add({.body = bytes});
+  Wire wire(sandbox);
+  wire.Send(Counted("any/thing", bytes));
+  EXPECT_TRUE(wire.Read(1, true).bytes.ends_with("\r\n\r\n" + bytes));
+  EXPECT_EQ(sandbox.Only().body, bytes);
+}
+
 // One byte to a chunk makes the form's reader see each delimiter in every state of incompleteness.
 std::string Chunked(std::string_view type, std::string_view body) {
   std::string chunks;
