@@ -26,6 +26,8 @@ Transfer::Transfer(TransferSetup setup) : curl_(curl_easy_init()) {
   // The upload session's reply is searched for the exact text "Location: ", which HTTP/2 delivers in lower
   // case.
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  // No handle outlives its exchange, so a TLS session would never be taken up again.
+  Set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
   // A host calls from several threads, where a time-out by signal would be unsafe.
   Set(CURLOPT_NOSIGNAL, 1L);
 }
