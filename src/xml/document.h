@@ -1,0 +1,50 @@
+// What stands behind the nodes of a tree: the root with its parse state, and the other elements.
+#pragma once
+
+#include <cstddef>
+#include <forward_list>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "xml/attributes.h"
+#include "xml/entities.h"
+#include "xml/xml.h"
+
+namespace velk::xml {
+
+struct Instruction {
+  std::string_view target;
+  std::string_view data;
+};
+
+// The root: the one node without a parent.
+struct Document : XmlNode {
+  XmlNode* current = nullptr;  // the open element
+  char* buffer = nullptr;      // as given, or the UTF-8 copy
+  size_t length = 0;
+  char* start = nullptr;  // of the text in the buffer: behind a byte-order mark
+  char* end = nullptr;
+  std::unique_ptr<char[]> converted;
+  EntityTable entities;
+  AttributeDefaults defaults;
+  std::vector<Instruction> instructions;  // all but the XML declaration
+  bool standalone = false;
+  char error[128] = "";
+  std::forward_list<std::string> grownValues;
+
+  // Records the error and returns false, so that a reading function can end with it.
+  bool Fail(size_t line, std::initializer_list<std::string_view> message);
+};
+
+// Every node with a parent.
+struct Element : XmlNode {
+  // On the first element of a name: the last one of that name so far. On the others: the first one.
+  XmlNode* peer = nullptr;
+
+  std::string_view Key() const { return name; }
+};
+
+}  // namespace velk::xml

@@ -1,0 +1,175 @@
+// Finds, checks and replaces references, without recursion: how deep entities nest is up to the sender.
+#include "xml/entities.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "xml/characters.h"
+
+namespace velk::xml {
+namespace {
+
+// A reference runs up to its semicolon. The other characters cannot be part of one; stopping there keeps the
+// search short in a text full of ampersands.
+constexpr std::string_view kReferenceEnd = "; &\t\n<>\"'";
+
+// The code point of "#60" or "#x3C", or 0 when it is not one that a document may hold.
+char32_t ParseCode(std::string_view body) {
+  const bool hexadecimal = body.starts_with("#x");
+  const std::string_view digits = body.substr(hexadecimal ? 2 : 1);
+  uint32_t code = 0;
+  const auto [end, failure] =
+      std::from_chars(digits.data(), digits.data() + digits.size(), code, hexadecimal ? 16 : 10);
+  const bool surrogate = code >= 0xD800 && code < 0xE000;
+  const bool complete = failure == std::errc{} && end == digits.data() + digits.size();
+  return complete && !surrogate && code <= 0x10FFFF ? code : 0;
+}
+
+void AppendCode(std::string& out, char32_t code) {
+  char bytes[4];
+  out.append(bytes, EncodeUtf8(code, bytes));
+}
+
+}  // namespace
+
+EntityTable::EntityTable() {
+  const auto predefine = [this](std::string_view name, std::string_view value) {
+    Entity entity{.name = name, .value = value};
+    entity.circleTest = Entity::kCleared;
+    entity.decoded = true;
+    byName_.Add(&entities_.emplace_back(entity));
+  };
+  predefine("lt", "<");
+  predefine("gt", ">");
+  predefine("quot", "\"");
+  predefine("apos", "'");
+  predefine("amp", "&");
+}
+
+void EntityTable::Declare(std::string_view name, std::span<char> value, size_t line) {
+  if (byName_.Find(name)) return;
+  const std::string_view written(value.data(), value.size());
+  char* out = value.data();
+  size_t from = 0;
+  const auto keepUpTo = [&](size_t end) {
+    std::memmove(out, value.data() + from, end - from);
+    out += end - from;
+  };
+  while (const Reference reference = FindReference(written, from)) {
+    keepUpTo(reference.entity ? reference.end : reference.begin);
+    if (!reference.entity) out = EncodeUtf8(reference.code, out);  // never longer than the reference
+    from = reference.end;
+  }
+  keepUpTo(value.size());
+  byName_.Add(&entities_.emplace_back(Entity{.name = name, .value = {value.data(), out}, .line = line}));
+}
+
+EntityTable::Reference EntityTable::FindReference(std::string_view text, size_t from) {
+  for (size_t begin = text.find('&', from); begin != text.npos; begin = text.find('&', begin + 1)) {
+    const size_t end = text.find_first_of(kReferenceEnd, begin + 1);
+    if (end == text.npos) break;
+    if (text[end] != ';') continue;
+    const std::string_view body = text.substr(begin + 1, end - begin - 1);
+    if (body.starts_with('#')) {
+      if (const char32_t code = ParseCode(body)) return {begin, end + 1, code, nullptr};
+    } else if (Entity* const found = byName_.Find(body)) {
+      return {begin, end + 1, 0, found};
+    }
+  }
+  return {};
+}
+
+const Entity* EntityTable::FindCircle() {
+  for (Entity& entity : entities_) {
+    if (entity.circleTest != Entity::kUnvisited) continue;
+    if (const Entity* const circular = FindCircleFrom(entity)) return circular;
+  }
+  return nullptr;
+}
+
+// Walks depth first through all that the start refers to. An entity met on the walk's own path closes a circle.
+const Entity* EntityTable::FindCircleFrom(Entity& start) {
+  std::vector<Step> path{{&start, 0}};
+  start.circleTest = Entity::kOnPath;
+  while (!path.empty()) {
+    Step& step = path.back();
+    const Reference reference = FindReference(step.entity->value, step.from);
+    Entity* const inner = reference.entity;
+    step.from = reference.end;
+    if (!reference) {
+      step.entity->circleTest = Entity::kCleared;
+      path.pop_back();
+    } else if (inner && inner->circleTest == Entity::kUnvisited) {
+      inner->circleTest = Entity::kOnPath;
+      path.push_back({inner, 0});
+    } else if (inner && inner->circleTest == Entity::kOnPath) {
+      const auto first = std::find_if(path.begin(), path.end(), [=](Step s) { return s.entity == inner; });
+      // Names lie in the document in order of declaration.
+      const auto precedes = [](Step a, Step b) { return a.entity->name.data() < b.entity->name.data(); };
+      return std::max_element(first, path.end(), precedes)->entity;
+    }
+  }
+  return nullptr;
+}
+
+std::string_view EntityTable::Decode(std::string_view text, std::string& scratch) {
+  Reference reference = FindReference(text, 0);
+  if (!reference) return text;
+  scratch.clear();
+  size_t from = 0;
+  for (; reference; reference = FindReference(text, from)) {
+    scratch.append(text, from, reference.begin - from);
+    if (reference.entity) {
+      scratch.append(DecodedText(*reference.entity));
+    } else {
+      AppendCode(scratch, reference.code);
+    }
+    from = reference.end;
+  }
+  return scratch.append(text, from);
+}
+
+std::string_view EntityTable::DecodedText(Entity& entity) {
+  if (!entity.decoded) Expand(entity);
+  const std::string_view text =
+      entity.source ? std::string_view(*entity.source).substr(entity.offset, entity.length) : entity.value;
+  if (entity.line != 0) spent_ += text.size();
+  if (spent_ > kMaxDecoded) throw std::bad_alloc();
+  return text;
+}
+
+// Decodes an entity with all that it refers to. Each entity is expanded once in the life of the table: one
+// met on the way is remembered as the part of the same string where its text came out. So entities that nest
+// to nothing cost no more than those that nest to much.
+void EntityTable::Expand(Entity& outermost) {
+  std::string& out = expansions_.emplace_front();
+  std::vector<Step> open{{&outermost, 0}};
+  while (!open.empty()) {
+    Entity& entity = *open.back().entity;
+    const Reference reference = FindReference(entity.value, open.back().from);
+    out.append(entity.value.substr(open.back().from, reference.begin - open.back().from));
+    open.back().from = reference.end;
+    if (!reference) {
+      entity.length = out.size() - entity.offset;
+      entity.source = &out;
+      entity.decoded = true;
+      open.pop_back();
+    } else if (!reference.entity) {
+      AppendCode(out, reference.code);
+    } else if (Entity& inner = *reference.entity; !inner.decoded) {
+      inner.offset = out.size();
+      open.push_back({&inner, 0});
+    } else if (inner.source) {
+      out.append(*inner.source, inner.offset, inner.length);
+    } else {
+      out.append(inner.value);
+    }
+    if (out.size() > kMaxDecoded) throw std::bad_alloc();
+  }
+}
+
+}  // namespace velk::xml

@@ -1,0 +1,95 @@
+// Walking and freeing a finished tree. Loops follow the links, so that neither depth nor breadth costs stack.
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "xml/document.h"
+
+namespace velk {
+namespace {
+
+constexpr short kLeaving = 0x100;  // only while XmlFree runs
+
+void ReleaseStrings(const XmlNode& node) {
+  if (node.flags & kXmlTextAllocated) delete[] node.text;
+  if (node.flags & kXmlAttributesAllocated) delete[] node.attributes;
+}
+
+// Takes an element and its successors out of their parent's links.
+void Detach(XmlNode* first) {
+  for (XmlNode* node = first; node; node = node->ordered) node->flags |= kLeaving;
+  const auto dropLeaving = [](XmlNode*& link) {
+    if (link && (link->flags & kLeaving)) link = nullptr;
+  };
+  XmlNode* stays = first->parent->child;
+  dropLeaving(first->parent->child);
+  while (stays != first) {
+    XmlNode* const following = stays->ordered;
+    dropLeaving(stays->ordered);
+    dropLeaving(stays->next);
+    dropLeaving(stays->sibling);
+    stays = following;
+  }
+}
+
+// Frees an element, its successors and all their descendants: always the deepest first child first, so that a
+// node's own turn comes when it has no child left.
+void FreeElements(XmlNode* node) {
+  XmlNode* const top = node ? node->parent : nullptr;
+  while (node != top) {
+    if (node->child) {
+      node = std::exchange(node->child, nullptr);
+      continue;
+    }
+    XmlNode* const following = node->ordered ? node->ordered : node->parent;
+    ReleaseStrings(*node);
+    delete static_cast<xml::Element*>(node);
+    node = following;
+  }
+}
+
+}  // namespace
+
+XmlNode* XmlChild(const XmlNode* node, const char* name) noexcept {
+  if (!node || !name) return nullptr;
+  XmlNode* child = node->child;
+  while (child && std::strcmp(child->name, name) != 0) child = child->sibling;
+  return child;
+}
+
+void XmlFree(XmlNode* node) noexcept {
+  if (!node) return;
+  if (node->parent) {
+    Detach(node);
+    FreeElements(node);
+    return;
+  }
+  FreeElements(node->child);
+  ReleaseStrings(*node);
+  delete static_cast<xml::Document*>(node);
+}
+
+const char* XmlError(const XmlNode* root) noexcept {
+  if (!root) return "";
+  while (root->parent) root = root->parent;
+  return static_cast<const xml::Document*>(root)->error;
+}
+
+namespace xml {
+
+bool Document::Fail(size_t line, std::initializer_list<std::string_view> message) {
+  size_t used = 0;
+  const auto put = [&](std::string_view part) {
+    const size_t room = sizeof error - 1 - used;
+    used += part.copy(error + used, std::min(part.size(), room));
+  };
+  put("[error near line ");
+  put(std::to_string(line));
+  put("]: ");
+  for (const std::string_view part : message) put(part);
+  error[used] = '\0';
+  return false;
+}
+
+}  // namespace xml
+}  // namespace velk

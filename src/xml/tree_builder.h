@@ -1,0 +1,53 @@
+// Builds the tree of a document while it is read.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "xml/document.h"
+#include "xml/names.h"
+
+namespace velk::xml {
+
+using AttributeArray = std::unique_ptr<const char*[]>;
+
+class TreeBuilder {
+ public:
+  explicit TreeBuilder(Document& document) : document_(document) {}
+
+  bool Started() const { return started_; }       // the root's start tag was read
+  bool Inside() const { return !open_.empty(); }  // an element is open
+  const char* CurrentName() const { return document_.current->name; }
+
+  // Makes a child of the current element (or fills the root) and makes it current.
+  void Open(const char* name, AttributeArray attributes);
+  void Close();
+
+  // Appends to the current element's text. The first piece of a text stays in the document, in the place
+  // `written`, when it fits; the byte behind that place must be free.
+  void Append(std::span<char> written, std::string_view decoded);
+
+ private:
+  // What is needed of an element only until its end tag, so that adding a child or a piece of text never
+  // walks over what is there already.
+  struct OpenElement {
+    XmlNode* node = nullptr;
+    Element* lastChild = nullptr;
+    Element* lastName = nullptr;  // end of the sibling chain
+    size_t textLength = 0;
+    std::unique_ptr<NameTable<Element>> names;  // the first child of each name, once there are many names
+  };
+
+  void Link(OpenElement& parent, std::unique_ptr<Element> child);
+  static Element* FirstOfName(OpenElement& parent, const char* name);
+  static void GrowText(OpenElement& element, size_t added);
+
+  Document& document_;
+  std::vector<OpenElement> open_;
+  bool started_ = false;
+};
+
+}  // namespace velk::xml
