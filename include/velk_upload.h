@@ -291,6 +291,29 @@ VELK_API int32_t GetYoutubeUploadFileProgress(const FileUploader* uploader, doub
  */
 VELK_API int32_t CancelYoutubeUploadFile(FileUploader* uploader) VELK_NOEXCEPT;
 
+/*
+ * Replaces the title, description, tags, category and privacy of a published video (YouTube Data API v3) in one
+ * request limited to 10 seconds. All five are replaced: give those that stay as they are too, and no tags only
+ * to remove them.
+ *
+ *   accessToken  in      an OAuth 2.0 access token with a scope that manages videos, such as youtube; the
+ *                        scope youtube.upload is not enough
+ *   videoId      in      the video's identifier, as StartYoutubeUploadFile gave it
+ *   info         in/out  the new description; filePath is not read, title and description are rewritten
+ *                        (see YoutubeUploadInfo)
+ *
+ * VELK_OK                 the video is changed
+ * VELK_MISSING_ARGUMENT   a pointer is null; accessToken, videoId, description, title, privacyStatus or
+ *                         categoryId empty; or the request was refused with status 401
+ * VELK_FORBIDDEN          the request was refused with status 403
+ * VELK_UNEXPECTED_REPLY   the request was refused with another status
+ * VELK_TRANSFER_FAILED    the exchange failed
+ * VELK_NO_HANDLE          no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY      a memory allocation failed
+ */
+VELK_API int32_t SetYoutubeUploadFileUpdateInfo(const char* accessToken, const char* videoId,
+                                                YoutubeUploadInfo* info) VELK_NOEXCEPT;
+
 #ifdef __cplusplus
 }
 #endif

@@ -4,8 +4,8 @@
 
 namespace velk::sandbox {
 
-void AddAllServices(Services& services, Store& store, [[maybe_unused]] const std::string& address) {
-  services.Add(std::make_unique<Youtube>(store));
+void AddAllServices(Services& services, Store& store, const std::string& address) {
+  services.Add(std::make_unique<Youtube>(store, address));
 }
 
 }  // namespace velk::sandbox

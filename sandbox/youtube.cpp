@@ -1,53 +1,26 @@
-// Stands in for the video service: resumable sessions, uploads into them, and the videos they make.
+// The video service's present interface: resumable sessions, uploads into them, and changes of what they made.
 #include "youtube.h"
 
 #include <algorithm>
 #include <boost/json/array.hpp>
 #include <charconv>
+#include <functional>
 
 #include "lenient_json.h"
+#include "youtube_checks.h"
 
 namespace velk::sandbox {
+
+using namespace youtube;
+
 namespace {
 
 namespace json = boost::json;
 
 constexpr std::string_view kHost = "www.googleapis.com";
+constexpr std::string_view kGdataHost = "gdata.youtube.com";
+constexpr std::string_view kOwnHost = "127.0.0.1";
 constexpr std::string_view kUploadPath = "/upload/youtube/v3/videos";
-
-// Thrown by a check; becomes the service's error reply.
-struct Refusal {
-  int status;
-  const char* reason;
-  const char* message;
-};
-
-void Demand(bool holds, int status, const char* reason, const char* message) {
-  if (!holds) throw Refusal{status, reason, message};
-}
-
-Reply ErrorReply(const Refusal& refusal) {
-  const json::object detail{{"message", refusal.message}, {"domain", "youtube"}, {"reason", refusal.reason}};
-  return JsonReply(
-      refusal.status,
-      {{"error", {{"code", refusal.status}, {"message", refusal.message}, {"errors", json::array{detail}}}}});
-}
-
-Handler Refusing(Handler handler) {
-  return [handler = std::move(handler)](const ServiceRequest& request) {
-    try {
-      return handler(request);
-    } catch (const Refusal& refusal) {
-      return ErrorReply(refusal);
-    }
-  };
-}
-
-void CheckToken(const ServiceRequest& request) {
-  const std::string token = request.BearerToken();
-  Demand(!token.empty() && token != "expired", 401, "authError", "Invalid Credentials");
-  Demand(token != "forbidden", 403, "forbidden", "The caller may not upload videos to this channel.");
-}
 
 std::string Text(const json::object& object, std::string_view name) {
   const json::value* const value = object.if_contains(name);
@@ -57,6 +30,12 @@ std::string Text(const json::object& object, std::string_view name) {
 json::object Member(const json::object& object, std::string_view name) {
   const json::value* const value = object.if_contains(name);
   return value && value->is_object() ? value->get_object() : json::object();
+}
+
+json::object ReadJson(const Content& body) {
+  const auto parsed = ParseLenientJson(body.Bytes());
+  Demand(parsed && parsed->is_object(), 400, "parseError", "Parse Error");
+  return parsed->get_object();
 }
 
 // Characters of UTF-8 text: every byte that does not continue one.
@@ -73,19 +52,25 @@ json::array ToJson(const std::vector<std::string>& texts) {
 }  // namespace
 
 void Youtube::Enter(Routes& routes) {
-  routes.On(kHost, "POST", kUploadPath, Refusing([this](const ServiceRequest& r) { return Begin(r); }));
-  routes.On(kHost, "PUT", kUploadPath, Refusing([this](const ServiceRequest& r) { return Upload(r); }));
+  const auto on = [&](std::string_view host, std::string_view method, std::string_view path, auto answer) {
+    routes.On(host, method, path,
+              Refusing([this, answer](const ServiceRequest& r) { return answer(*this, r); }));
+  };
+  on(kHost, "POST", kUploadPath, std::mem_fn(&Youtube::Begin));
+  on(kHost, "PUT", kUploadPath, std::mem_fn(&Youtube::Upload));
+  on(kHost, "PUT", "/youtube/v3/videos", std::mem_fn(&Youtube::Update));
+  on(kGdataHost, "POST", "/action/GetUploadToken", std::mem_fn(&Youtube::GrantTicket));
+  on(kOwnHost, "POST", "/action/FormDataUpload/{ticket}", std::mem_fn(&Youtube::TakeForm));
+  routes.On(kHost, "GET", "/youtube/v3/videoCategories", Refusing(&Youtube::Category));
 }
 
-Youtube::Metadata Youtube::ReadMetadata(const Content& body) {
+Youtube::Metadata Youtube::ReadMetadata(const json::object& body) {
   static constexpr std::string_view kPrivacies[] = {"public", "private", "unlisted"};
-  const auto parsed = ParseLenientJson(body.Bytes());
-  Demand(parsed && parsed->is_object(), 400, "parseError", "Parse Error");
-  const json::object snippet = Member(parsed->get_object(), "snippet");
+  const json::object snippet = Member(body, "snippet");
   Metadata metadata{Text(snippet, "title"),
                     Text(snippet, "description"),
                     Text(snippet, "categoryId"),
-                    Text(Member(parsed->get_object(), "status"), "privacyStatus"),
+                    Text(Member(body, "status"), "privacyStatus"),
                     {}};
   std::size_t tagCharacters = 0;
   if (const json::value* const tags = snippet.if_contains("tags"); tags && tags->is_array()) {
@@ -117,7 +102,7 @@ Reply Youtube::Begin(const ServiceRequest& request) {
       AllDigits(declared) &&
       std::from_chars(declared.data(), declared.data() + declared.size(), length).ec == std::errc();
   Demand(numeric, 400, "badRequest", "X-Upload-Content-Length is not a number.");
-  Session session{length, ReadMetadata(request.received.body)};
+  Session session{length, ReadMetadata(ReadJson(request.received.body))};
   const std::string id = RandomName(24);
   sessions_.emplace(id, std::move(session));
   return {.status = 200,
@@ -132,11 +117,30 @@ Reply Youtube::Upload(const ServiceRequest& request) {
   const Content& body = request.received.body;
   Demand(body.Size() == session->second.length, 400, "badRequest",
          "The upload's length differs from the one that was declared.");
-  Video video{RandomName(11), std::move(session->second.metadata), body.Size(), body.Sha256(), {}};
-  video.file = store_.Keep(body, video.id).string();
+  const Video& video = Publish(std::move(session->second.metadata), body);
   sessions_.erase(session);
-  videos_.push_back(std::move(video));
-  return JsonReply(200, Resource(videos_.back()));
+  return JsonReply(200, Resource(video));
+}
+
+const Youtube::Video& Youtube::Publish(Metadata metadata, const Content& content) {
+  Video video{RandomName(11), std::move(metadata), content.Size(), content.Sha256(), {}};
+  video.file = store_.Keep(content, video.id).string();
+  return videos_.emplace_back(std::move(video));
+}
+
+// The named parts are replaced as a whole, so a body without tags removes them.
+Reply Youtube::Update(const ServiceRequest& request) {
+  CheckToken(request);
+  Demand(request.Query("part") == "snippet,status", 400, "unexpectedPart",
+         "Only snippet and status can change.");
+  Demand(request.head.Header("Content-Type").starts_with("application/json"), 400, "badRequest",
+         "The body's type is not supported.");
+  const json::object body = ReadJson(request.received.body);
+  const auto video = std::ranges::find(videos_, Text(body, "id"), &Video::id);
+  Demand(video != videos_.end(), 404, "videoNotFound",
+         "The video that you are trying to update cannot be found.");
+  video->metadata = ReadMetadata(body);
+  return JsonReply(200, Resource(*video));
 }
 
 json::object Youtube::Resource(const Video& video) {
@@ -175,6 +179,7 @@ json::object Youtube::State() const {
 
 void Youtube::Reset() {
   sessions_.clear();
+  tickets_.clear();
   videos_.clear();
 }
 

@@ -1,4 +1,5 @@
-// Stands in for the video service: resumable sessions, uploads into them, and the videos they make.
+// Stands in for the video service: resumable sessions and the older browser upload, the videos that they make,
+// and their metadata.
 #pragma once
 
 #include <map>
@@ -9,11 +10,10 @@
 
 namespace velk::sandbox {
 
-// Any bearer token will do, except two that show how a host meets refusals: "expired" is answered with 401
-// and "forbidden" with 403.
 class Youtube : public Service {
  public:
-  explicit Youtube(Store& store) : store_(store) {}
+  // The browser upload sends its forms to the sandbox's own address.
+  Youtube(Store& store, std::string address) : store_(store), address_(std::move(address)) {}
 
   std::string Name() const override { return "youtube"; }
   void Enter(Routes& routes) override;
@@ -35,14 +35,29 @@ class Youtube : public Service {
     std::uint64_t length;
     Metadata metadata;
   };
+  // What a form may be sent for: its address ends with the ticket, and the token has to go with it.
+  struct Ticket {
+    std::string token;
+    Metadata metadata;
+  };
 
   Reply Begin(const ServiceRequest& request);
   Reply Upload(const ServiceRequest& request);
-  static Metadata ReadMetadata(const Content& body);
+  Reply Update(const ServiceRequest& request);
+  static Metadata ReadMetadata(const boost::json::object& body);
   static boost::json::object Resource(const Video& video);
+  const Video& Publish(Metadata metadata, const Content& content);
+
+  static Reply Category(const ServiceRequest& request);
+
+  Reply GrantTicket(const ServiceRequest& request);
+  Reply TakeForm(const ServiceRequest& request);
+  static Metadata ReadEntry(const Content& body);
 
   Store& store_;
+  const std::string address_;
   std::map<std::string, Session> sessions_;
+  std::map<std::string, Ticket> tickets_;
   std::vector<Video> videos_;
 };
 

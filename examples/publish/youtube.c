@@ -1,4 +1,4 @@
-/* Publishing to YouTube. */
+/* Publishing to YouTube, and changing what was published. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -9,9 +9,9 @@ static const Meaning kMeanings[] = {
     {VELK_MISSING_ARGUMENT,
      "YouTube did not accept the access token, or something required is empty; sign in again."},
     {VELK_FORBIDDEN,
-     "YouTube forbids this; check that the account may upload and that its quota is not used up."},
+     "YouTube forbids this; check that the channel is the account's own and its quota not used up."},
     {VELK_UNEXPECTED_REPLY,
-     "YouTube refused the video's description; check title, category, privacy and tags."},
+     "YouTube refused the request; check title, category, privacy, tags and, for an update, the video."},
     {0, NULL},
 };
 
@@ -71,6 +71,17 @@ static int PublishVideo(const Arguments* arguments, const char* file) {
   return EXIT_SUCCESS;
 }
 
+static int UpdateVideo(const Arguments* arguments, const char* operand) {
+  (void)operand;
+  YoutubeUploadInfo info = {0};
+  const char* videoId = OptionOr(arguments, "--video", "");
+  if (!FillInfo(&info, arguments)) return EXIT_FAILURE;
+  const int32_t result = SetYoutubeUploadFileUpdateInfo(OptionOr(arguments, "--token", ""), videoId, &info);
+  if (result != VELK_OK) return ReportFailure(result, kMeanings);
+  printf("Updated YouTube video %s\n", videoId);
+  return EXIT_SUCCESS;
+}
+
 static const Option kVideoOptions[] = {
     {"--token", "TOKEN", "an OAuth 2.0 access token", true},
     {"--title", "TEXT", "the video's title", true},
@@ -81,7 +92,21 @@ static const Option kVideoOptions[] = {
     {NULL, NULL, NULL, false},
 };
 
+/* An update replaces everything, so what a new video has by default must be said here. */
+static const Option kUpdateOptions[] = {
+    {"--token", "TOKEN", "an OAuth 2.0 access token", true},
+    {"--video", "ID", "the video's identifier", true},
+    {"--title", "TEXT", "the new title", true},
+    {"--description", "TEXT", "the new description", true},
+    {"--privacy", "STATUS", "public, private or unlisted", true},
+    {"--category", "NUMBER", "the category", true},
+    {"--tag", "TEXT", "a tag; may be given several times, and all others are removed", false},
+    {NULL, NULL, NULL, false},
+};
+
 const Command kYoutubeCommands[] = {
     {"youtube", "FILE", "Uploads a video to YouTube", kVideoOptions, PublishVideo},
+    {"youtube-update", NULL, "Replaces a YouTube video's title, description, privacy, category and tags",
+     kUpdateOptions, UpdateVideo},
     {NULL, NULL, NULL, NULL, NULL},
 };

@@ -92,6 +92,11 @@ Transfer& Transfer::FormFile(const UploadFile& file, const std::string& fileName
                      fileName.c_str());
 }
 
+Transfer& Transfer::FormFileAt(const char* narrowPath) {
+  Set(CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferSize);
+  return AddFormPart(CURLFORM_COPYNAME, "file", CURLFORM_FILE, narrowPath);
+}
+
 CURLcode Transfer::Perform() {
   if (headers_) Set(CURLOPT_HTTPHEADER, headers_.get());
   if (form_) Set(CURLOPT_HTTPPOST, form_.get());
@@ -102,6 +107,12 @@ long Transfer::Status() const noexcept {
   long status = 0;
   curl_easy_getinfo(curl_.get(), CURLINFO_RESPONSE_CODE, &status);
   return status;
+}
+
+std::string_view Transfer::EffectiveUrl() const noexcept {
+  const char* url = nullptr;
+  curl_easy_getinfo(curl_.get(), CURLINFO_EFFECTIVE_URL, &url);
+  return url ? url : "";
 }
 
 bool Transfer::Says(const char* text) const noexcept { return std::strstr(reply_.Text(), text) != nullptr; }

@@ -41,10 +41,14 @@ class Transfer {
   Transfer& Timeout(std::chrono::seconds limit) { return SetLong(CURLOPT_TIMEOUT, limit.count()); }
   Transfer& Get() { return SetLong(CURLOPT_HTTPGET, 1); }
   Transfer& Post() { return SetLong(CURLOPT_POST, 1); }
+  // Sends another verb than the one that the body implies.
+  Transfer& Verb(const char* verb) { return Set(CURLOPT_CUSTOMREQUEST, verb); }
   Transfer& Header(const std::string& line);
   Transfer& Progress(ProgressCallback callback, FileUploader* uploader);
   // Collects status lines and headers ahead of the body.
   Transfer& CollectHeaders() { return SetLong(CURLOPT_HEADER, 1); }
+  // Lets libcurl report connections and headers on the standard error stream.
+  Transfer& Verbose() { return SetLong(CURLOPT_VERBOSE, 1); }
 
   // Sends a text as the body of a POST.
   Transfer& Body(std::string body);
@@ -53,11 +57,15 @@ class Transfer {
   // Adds a part to a multipart form: a text, or an open file as part "file" under the given file name.
   Transfer& FormField(const char* name, std::string_view content);
   Transfer& FormFile(const UploadFile& file, const std::string& fileName);
+  // Adds part "file" from a path that libcurl opens itself, during Perform. It is a path as fopen takes it: on
+  // Windows in the ANSI code page.
+  Transfer& FormFileAt(const char* narrowPath);
 
   CURLcode Perform();
 
   // After Perform: the reply.
   long Status() const noexcept;
+  std::string_view EffectiveUrl() const noexcept;
   const ResponseBuffer& Reply() const noexcept { return reply_; }
   ResponseBuffer& Reply() noexcept { return reply_; }
   // Whether the reply's body contains a text; the search ends at a NUL byte.

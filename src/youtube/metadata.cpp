@@ -59,11 +59,12 @@ std::string FormatTagsList(std::string_view tags) {
   return list += '\'';
 }
 
-std::string ComposeVideoBody(YoutubeUploadInfo& info) {
+std::string ComposeVideoBody(YoutubeUploadInfo& info, std::string_view videoId) {
+  const std::string identity = videoId.empty() ? std::string() : Concat({"'id': '", videoId, "', "});
   const std::string tags = FormatTagsList(Field(info.tags));
   EscapeField(info.description);
   EscapeField(info.title);
-  return Concat({"{ 'snippet': {  'title': '", Field(info.title), "',  'tags': [  ", tags,
+  return Concat({"{ ", identity, "'snippet': {  'title': '", Field(info.title), "',  'tags': [  ", tags,
                  "  ], 'description': '", Field(info.description), "', 'categoryId': '",
                  Field(info.categoryId), "'}, 'status': { 'privacyStatus' : '", Field(info.privacyStatus),
                  "'}}"});

@@ -1,7 +1,4 @@
 // Publishing a video: a session that describes it, then one PUT of the file.
-#include <array>
-#include <cstring>
-
 #include "json/json.h"
 #include "youtube/youtube.h"
 
@@ -15,12 +12,6 @@ constexpr const char* kSessionUrl =
 
 constexpr size_t kVideoIdRoom = 256;
 
-constexpr StatusResult kSessionResults[] = {
-    {200, VELK_OK},
-    {401, VELK_MISSING_ARGUMENT},
-    {403, VELK_FORBIDDEN},
-};
-
 constexpr StatusResult kPutResults[] = {
     {200, VELK_OK},
     {302, VELK_OK},
@@ -29,14 +20,6 @@ constexpr StatusResult kPutResults[] = {
     {400, VELK_UNEXPECTED_REPLY},
     {503, VELK_TRANSFER_FAILED},
 };
-
-bool LacksText(const char* accessToken, const YoutubeUploadInfo& info) noexcept {
-  return *accessToken == '\0' || *info.description == '\0' || *info.title == '\0' ||
-         *info.privacyStatus == '\0' || *info.categoryId == '\0';
-}
-
-// The text after "Bearer " names the user in every request to YouTube.
-std::string Authorization(const char* accessToken) { return Concat({"Authorization: Bearer ", accessToken}); }
 
 }  // namespace
 
@@ -65,14 +48,14 @@ int32_t CreateResumableUpload(const char* accessToken, YoutubeUploadInfo* info, 
       .Timeout(10s)
       .Body(ComposeVideoBody(*info))
       .Post()
-      .Header(Authorization(accessToken))
+      .Header(BearerHeader(accessToken))
       .Header("Content-Type:  application/json; charset=UTF-8")
       .Header("X-Upload-Content-Length: " + std::to_string(file.Size()))
       .Header("X-Upload-Content-Type: application/octet-stream")
       .CollectHeaders();
   if (session.Perform() != CURLE_OK) return VELK_TRANSFER_FAILED;
 
-  const int32_t result = FromStatus(session.Status(), kSessionResults, VELK_UNEXPECTED_REPLY);
+  const int32_t result = FromDescriptionStatus(session.Status());
   if (result == VELK_OK) outUploadUrl = FindLocationHeader(session.Reply().Bytes());
   return result;
 }
@@ -88,7 +71,7 @@ int32_t UploadFileContent(FileUploader* uploader, const char* accessToken, const
   upload.Url(uploadUrl)
       .Progress(&YoutubeProgressCallback, uploader)
       .Put(file)
-      .Header(Authorization(accessToken))
+      .Header(BearerHeader(accessToken))
       .Header("Content-Type: application/octet-stream")
       .Header("Content-Length: " + std::to_string(file.Size()));
   Store(uploader->state, uint32_t{kYoutubeUploading});

@@ -1,0 +1,29 @@
+// Changing the description of a video that is already published.
+#include "youtube/youtube.h"
+
+namespace {
+
+// The request is authorized by its token alone, so the key stays empty.
+constexpr const char* kVideosUrl = "https://www.googleapis.com/youtube/v3/videos?part=snippet%2Cstatus&key=";
+
+}  // namespace
+
+int32_t SetYoutubeUploadFileUpdateInfo(const char* accessToken, const char* videoId,
+                                       YoutubeUploadInfo* info) noexcept {
+  using namespace velk;
+  using namespace std::chrono_literals;
+  if (!accessToken || !info || !videoId) return VELK_MISSING_ARGUMENT;
+  if (LacksText(accessToken, *info) || *videoId == '\0') return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    Transfer update;
+    if (!update) return VELK_NO_HANDLE;
+    update.Url(kVideosUrl)
+        .Timeout(10s)
+        .Body(ComposeVideoBody(*info, videoId))
+        .Verb("PUT")
+        .Header(BearerHeader(accessToken))
+        .Header("Content-Type:  application/json");
+    if (update.Perform() != CURLE_OK) return VELK_TRANSFER_FAILED;
+    return FromDescriptionStatus(update.Status());
+  });
+}

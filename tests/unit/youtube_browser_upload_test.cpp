@@ -1,0 +1,484 @@
+// The older browser upload: the Atom entry by byte, the token request and its reply, and the form.
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <thread>
+
+#include "api/service_test.h"
+#include "youtube/youtube.h"
+
+namespace velk {
+namespace {
+
+using test::Fill;
+using test::Request;
+using test::Script;
+
+YoutubeUploadInfo Video() {
+  YoutubeUploadInfo info{};
+  Fill(info.title, "a title");
+  Fill(info.description, "about it");
+  Fill(info.tags, "a\nb");
+  return info;
+}
+
+// ---- The entry -----------------------------------------------------------------------------------------
+
+std::string Entry(const std::string& title, const std::string& description, const std::string& category,
+                  const std::string& keywords) {
+  return "<?xml version=\"1.0\"?>\n"
+         "<entry xmlns=\"http://www.w3.org/2005/Atom\" xmlns:media=\"http://search.yahoo.com/mrss/\" "
+         "xmlns:yt=\"http://gdata.youtube.com/schemas/2007\"><media:group>"
+         "<media:title type=\"plain\">" +
+         title + "</media:title><media:description type=\"plain\">" + description +
+         "</media:description>"
+         "<media:category scheme=\"http://gdata.youtube.com/schemas/2007/categories.cat\">" +
+         category + "</media:category><media:keywords>" + keywords +
+         "</media:keywords></media:group></entry>\r\n";
+}
+
+// Builds into a block that ends with the room told, so that a byte beyond is seen by the sanitizers.
+struct Built {
+  explicit Built(const YoutubeUploadInfo& info, const char* category, int32_t capacity)
+      : length(capacity), bytes(static_cast<size_t>(std::max(capacity, 0)), '#') {
+    result = BuildAtomEntry(&info, bytes.data(), &length, category);
+  }
+
+  int32_t result;
+  int32_t length;
+  std::string bytes;
+};
+
+TEST(BuildAtomEntry, WritesEachTextIntoItsPlace) {
+  YoutubeUploadInfo full;
+  std::memset(&full, 'x', sizeof full);
+  const auto run = [](size_t length) { return std::string(length, 'x'); };
+  YoutubeUploadInfo raw = Video();
+  Fill(raw.title, "<b>\"&\n\r\t'</b>");
+  Fill(raw.description, "line\nline]]>");
+  Fill(raw.tags, "a\r\nb\n\n,c\n");
+  struct Row {
+    const char* name;
+    YoutubeUploadInfo info;
+    std::string category;
+    std::string expected;
+  };
+  const Row rows[] = {
+      {"plain", Video(), "News", Entry("a title", "about it", "News", "a,b")},
+      {"category cut at its ampersand", Video(), "News&x=1&y", Entry("a title", "about it", "News", "a,b")},
+      {"category that begins with one", Video(), "&News", Entry("a title", "about it", "", "a,b")},
+      {"category that ends with one", Video(), "News&", Entry("a title", "about it", "News", "a,b")},
+      {"nothing is escaped", raw, "<News>",
+       Entry("<b>\"&\n\r\t'</b>", "line\nline]]>", "<News>", "a\r,b,,,c,")},
+      {"fields without terminators", full, std::string(5000, 'c'),
+       Entry(run(300), run(5000), std::string(5000, 'c'), run(1024))},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const Built built(row.info, row.category.c_str(), 20000);
+    EXPECT_EQ(built.result, VELK_OK);
+    ASSERT_EQ(static_cast<size_t>(built.length), row.expected.size());
+    EXPECT_EQ(built.bytes, row.expected + std::string(20000 - row.expected.size(), '#')) << "no terminator";
+  }
+}
+
+TEST(BuildAtomEntry, WantsOneByteMoreThanItWrites) {
+  const auto length = static_cast<int32_t>(Entry("a title", "about it", "News", "a,b").size());
+  for (const int32_t capacity : {length, length - 1, 1, 0, -1, std::numeric_limits<int32_t>::min()}) {
+    const Built built(Video(), "News", capacity);
+    EXPECT_EQ(built.result, VELK_BUFFER_TOO_SMALL);
+    EXPECT_EQ(built.length, length + 1);
+    EXPECT_EQ(built.bytes.find_first_not_of('#'), std::string::npos);
+  }
+  const Built exact(Video(), "News", length + 1);
+  EXPECT_EQ(exact.result, VELK_OK);
+  EXPECT_EQ(exact.length, length);
+  EXPECT_EQ(exact.bytes.back(), '#');
+}
+
+TEST(BuildAtomEntry, MissesWhatIsEmpty) {
+  YoutubeUploadInfo info = Video();
+  for (char* emptied : {info.title, info.description, info.tags}) {
+    const char kept = std::exchange(*emptied, '\0');
+    const Built built(info, "News", 1);
+    EXPECT_EQ(built.result, VELK_MISSING_ARGUMENT);
+    EXPECT_EQ(built.length, 1);
+    *emptied = kept;
+  }
+  char out = '#';
+  int32_t length = 1;
+  EXPECT_EQ(BuildAtomEntry(&info, &out, &length, ""), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(BuildAtomEntry(&info, &out, &length, nullptr), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(BuildAtomEntry(&info, nullptr, &length, "News"), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(BuildAtomEntry(nullptr, &out, &length, "News"), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(BuildAtomEntry(&info, &out, nullptr, "News"), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(length, 1);
+}
+
+// ---- The token reply -----------------------------------------------------------------------------------
+
+TEST(ParseUploadTokenReply, TakesTheFirstOfEachNameBelowTheRoot) {
+  const std::string untouched = "-";
+  const std::string longText(5000, 'u');
+  struct Row {
+    const char* name;
+    std::string reply;
+    int32_t result;
+    std::string url;
+    std::string token;
+  };
+  const Row rows[] = {
+      {"as the service answers",
+       "<?xml version=\"1.0\" "
+       "encoding=\"UTF-8\"?><response><url>http://h/p</url><token>T_-</token></response>",
+       VELK_OK, "http://h/p", "T_-"},
+      {"any root, any order", "<x a='b'><token>t</token><y/><url>u</url></x>", VELK_OK, "u", "t"},
+      {"CRLF", "<r>\r\n<url>a\r\nb</url>\r\n<token>\rt\r\n</token>\r\n</r>\r\n", VELK_OK, "a\nb", "\nt\n"},
+      {"entities", "<r><url>?a&amp;b=&#x41;&#66;</url><token>&lt;&gt;&none;</token></r>", VELK_OK, "?a&b=AB",
+       "<>&none;"},
+      {"two of a name", "<r><url>1</url><token>2</token><url>3</url><token>4</token></r>", VELK_OK, "1", "2"},
+      {"empty elements", "<r><url/><token></token></r>", VELK_OK, "", ""},
+      {"text around an element", "<r><url>a<url>x</url>b</url><token>t</token></r>", VELK_OK, "ab", "t"},
+      {"long", "<r><url>" + longText + "</url><token>" + longText + "</token></r>", VELK_OK, longText,
+       longText},
+      {"no token", "<r><url>u</url></r>", VELK_UNEXPECTED_REPLY, "u", untouched},
+      {"no url", "<r><token>t</token></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"other case", "<r><URL>u</URL><token>t</token></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"deeper", "<r><s><url>u</url><token>t</token></s></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"the root itself", "<url>u<token>t</token></url>", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"truncated behind both", "<r><url>u</url><token>t</token>", VELK_OK, "u", "t"},
+      {"truncated in the token's text", "<r><url>u</url><token>t", VELK_OK, "u", ""},
+      {"truncated in the token's tag", "<r><url>u</url><tok", VELK_UNEXPECTED_REPLY, "u", untouched},
+      {"truncated in the address's tag", "<r><ur", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"no XML", "NoLinkedYouTubeAccount", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"a blank", " ", VELK_UNEXPECTED_REPLY, untouched, untouched},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const auto exact = std::make_unique<char[]>(row.reply.size());
+    std::memcpy(exact.get(), row.reply.data(), row.reply.size());
+    std::string url = untouched;
+    std::string token = untouched;
+    EXPECT_EQ(ParseUploadTokenReply(exact.get(), row.reply.size(), &url, &token), row.result);
+    EXPECT_EQ(url, row.url);
+    EXPECT_EQ(token, row.token);
+    EXPECT_EQ(std::memcmp(exact.get(), row.reply.data(), row.reply.size()), 0) << "the reply is only read";
+  }
+  std::string out;
+  EXPECT_EQ(ParseUploadTokenReply("<r/>", 0, &out, &out), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(ParseUploadTokenReply("<r/>", 4, nullptr, &out), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(ParseUploadTokenReply("<r/>", 4, &out, nullptr), VELK_MISSING_ARGUMENT);
+}
+
+// ---- The token request ---------------------------------------------------------------------------------
+
+class UploadToken : public test::ServiceTest {
+ protected:
+  int32_t Ask(const char* accessToken = "token", const char* entry = "<entry/>") {
+    std::fill(std::begin(url), std::end(url), '#');
+    std::fill(std::begin(token), std::end(token), '#');
+    return RequestUploadToken(accessToken, nullptr, entry, url, &urlLength, token, &tokenLength);
+  }
+  bool TextsUntouched() const {
+    return std::string_view(url, sizeof url).find_first_not_of('#') == std::string_view::npos &&
+           std::string_view(token, sizeof token).find_first_not_of('#') == std::string_view::npos;
+  }
+
+  char url[8000];
+  char token[8000];
+  int32_t urlLength = sizeof url;
+  int32_t tokenLength = sizeof token;
+};
+
+const std::string kReply = "<r><url>http:</url><token>tok</token></r>";
+
+TEST_F(UploadToken, AsksToTheByteThroughTheProxy) {
+  sandbox.Add({.body = kReply});
+  EXPECT_EQ(Ask(), VELK_OK);
+  EXPECT_STREQ(url, "http:");
+  EXPECT_STREQ(token, "tok");
+  EXPECT_EQ(urlLength, 5);
+  EXPECT_EQ(tokenLength, 3);
+  const Request request = sandbox.Only();
+  EXPECT_EQ(
+      request.head,
+      "POST http://gdata.youtube.com/action/GetUploadToken HTTP/1.1\r\n"
+      "Host: gdata.youtube.com\r\n"
+      "User-Agent: libcurl-agent/1.0\r\n"
+      "Accept: */*\r\n"
+      "Proxy-Connection: Keep-Alive\r\n"
+      "Authorization: Bearer token\r\n"
+      "GData-Version: 2\r\n"
+      "X-GData-Key: key=C3J27XDCG2LmlZGEONYlgCtjfIZ4SOcMz9CPVNPkNa1Hedcm4pMbXDu-L1mHoOsFaQfDPrA-71fTquWo"
+      "GsbeKXgzg2sye9b2Ra\r\n"
+      "Content-Type: application/atom+xml; charset=UTF-8\r\n"
+      "Content-Length: 8\r\n\r\n");
+  EXPECT_EQ(request.body, "<entry/>");
+}
+
+TEST_F(UploadToken, SendsALongEntryWithoutAskingFirst) {
+  const std::string entry(2 * 1024 * 1024, 'e');
+  sandbox.Add({.body = kReply});
+  EXPECT_EQ(Ask("token", entry.c_str()), VELK_OK);
+  const Request request = sandbox.Only();
+  EXPECT_EQ(request.bodySize, entry.size());
+  EXPECT_EQ(request.HeaderNames().find("Expect"), std::string::npos);
+}
+
+TEST_F(UploadToken, FitsBothTextsOrGivesNone) {
+  struct Row {
+    int32_t urlRoom, tokenRoom, result;
+  };
+  for (const Row& row :
+       {Row{6, 4, VELK_OK}, Row{5, 4, VELK_BUFFER_TOO_SMALL}, Row{6, 3, VELK_BUFFER_TOO_SMALL},
+        Row{0, 0, VELK_BUFFER_TOO_SMALL}, Row{-1, 4, VELK_BUFFER_TOO_SMALL}}) {
+    SCOPED_TRACE(std::to_string(row.urlRoom) + " and " + std::to_string(row.tokenRoom));
+    sandbox.Add({.body = kReply});
+    urlLength = row.urlRoom;
+    tokenLength = row.tokenRoom;
+    EXPECT_EQ(Ask(), row.result);
+    EXPECT_EQ(urlLength, row.result == VELK_OK ? 5 : row.urlRoom);
+    EXPECT_EQ(tokenLength, row.result == VELK_OK ? 3 : row.tokenRoom);
+    EXPECT_EQ(TextsUntouched(), row.result != VELK_OK);
+    EXPECT_EQ(std::string_view(url, 7), row.result == VELK_OK ? std::string_view("http:\0#", 7) : "#######");
+    EXPECT_EQ(std::string_view(token, 5), row.result == VELK_OK ? std::string_view("tok\0#", 5) : "#####");
+  }
+  sandbox.Add({.body = "<r><url>" + std::string(7000, 'u') + "</url><token>" + std::string(7000, 't') +
+                       "</token></r>"});
+  urlLength = tokenLength = sizeof url;
+  EXPECT_EQ(Ask(), VELK_OK) << "no text is cut on its way";
+  EXPECT_EQ(std::string(url), std::string(7000, 'u'));
+  EXPECT_EQ(tokenLength, 7000);
+}
+
+TEST_F(UploadToken, AnswersEachOutcomeWithItsCode) {
+  struct Row {
+    const char* name;
+    Script reply;
+    int32_t result;
+  };
+  const Row rows[] = {
+      {"200 without a body", {}, VELK_UNEXPECTED_REPLY},
+      {"200 without a token", {.body = "<r><url>u</url></r>"}, VELK_UNEXPECTED_REPLY},
+      {"200 with rubbish", {.body = "Error=BadAuthentication"}, VELK_UNEXPECTED_REPLY},
+      {"201", {.status = 201, .body = kReply}, VELK_UNEXPECTED_REPLY},
+      {"302", {.status = 302, .body = kReply}, VELK_UNEXPECTED_REPLY},
+      {"401", {.status = 401, .body = kReply}, VELK_UNEXPECTED_REPLY},
+      {"403", {.status = 403, .body = kReply}, VELK_UNEXPECTED_REPLY},
+      {"503", {.status = 503, .body = kReply}, VELK_UNEXPECTED_REPLY},
+      {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
+      {"cut", {.body = kReply + " ", .cutBodyAfter = kReply.size()}, VELK_TRANSFER_FAILED},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Add(row.reply);
+    EXPECT_EQ(Ask(), row.result);
+    EXPECT_TRUE(TextsUntouched());
+    EXPECT_EQ(urlLength, static_cast<int32_t>(sizeof url));
+    EXPECT_EQ(tokenLength, static_cast<int32_t>(sizeof token));
+  }
+  SetLibVelkUploadProxy(test::kRefusingProxy);
+  EXPECT_EQ(Ask(), VELK_TRANSFER_FAILED);
+
+  EXPECT_EQ(Ask(nullptr), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(Ask(""), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(Ask("token", nullptr), VELK_MISSING_ARGUMENT);
+  const auto without = [&](char* outUrl, int32_t* outUrlLength, char* outToken, int32_t* outTokenLength) {
+    return RequestUploadToken("token", nullptr, "e", outUrl, outUrlLength, outToken, outTokenLength);
+  };
+  EXPECT_EQ(without(nullptr, &urlLength, token, &tokenLength), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(without(url, nullptr, token, &tokenLength), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(without(url, &urlLength, nullptr, &tokenLength), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(without(url, &urlLength, token, nullptr), VELK_MISSING_ARGUMENT);
+}
+
+TEST_F(UploadToken, GivesUpOnASilentServiceAsTheCategoriesDo) {
+  sandbox.Add({.times = 0, .neverAnswer = true});
+  const auto began = std::chrono::steady_clock::now();
+  char title[kCategoryTitleRoom];
+  std::thread category(
+      [&] { EXPECT_EQ(GetYoutubeCategoryTitle("token", "1", title), VELK_TRANSFER_FAILED); });
+  EXPECT_EQ(Ask(), VELK_TRANSFER_FAILED);
+  category.join();
+  const auto waited = std::chrono::steady_clock::now() - began;
+  EXPECT_GE(waited, std::chrono::seconds(9));
+  EXPECT_LE(waited, std::chrono::seconds(13));
+}
+
+// ---- The form ------------------------------------------------------------------------------------------
+
+class BrowserForm : public test::ServiceTest {
+ protected:
+  // What libcurl reports on the standard error stream is kept from the test's own output.
+  int32_t Post(const std::string& url, const char* token = "T=&+") {
+    std::fill(std::begin(videoId), std::end(videoId), '#');
+    testing::internal::CaptureStderr();
+    const int32_t result =
+        PostBrowserUploadForm(&uploader, "token", media->Path().c_str(), videoId, url.c_str(), token);
+    report = testing::internal::GetCapturedStderr();
+    return result;
+  }
+  bool IdUntouched() const {
+    return std::string_view(videoId, sizeof videoId).find_first_not_of('#') == std::string_view::npos;
+  }
+
+  void SetFile(std::string_view content) { media.emplace("clip.mp4", content); }
+
+  std::optional<test::TempFile> media{std::in_place, "clip.mp4", "not much of a video"};
+  FileUploader uploader{};
+  char videoId[kBrowserVideoIdRoom];
+  std::string report;
+  const std::string address = sandbox.Proxy() + "/form";
+};
+
+TEST_F(BrowserForm, SendsFileAndTokenPastTheProxyAndSaysSo) {
+  SetLibVelkUploadProxy(test::kRefusingProxy);
+  sandbox.Add({.status = 302, .headers = {"Location: http://localhost?status=200&id=elsewhere"}});
+  EXPECT_EQ(Post(address), VELK_OK);
+  EXPECT_STREQ(videoId, "") << "the address asked holds no identifier";
+  EXPECT_EQ(uploader.state, uint32_t{kYoutubeUploading});
+  EXPECT_GT(uploader.totalBytes, 19);
+  EXPECT_EQ(uploader.uploadedBytes, uploader.totalBytes);
+
+  const Request request = sandbox.Only();
+  EXPECT_EQ(request.head.substr(0, request.head.find('\r')), "POST /form?nexturl=http://localhost HTTP/1.1");
+  EXPECT_EQ(request.scheme, "http");
+  EXPECT_EQ(request.HeaderNames(), "Host User-Agent Accept Content-Length Content-Type ");
+  EXPECT_EQ(request.Header("User-Agent"), " libcurl-agent/1.0");
+  ASSERT_EQ(request.fields.size(), 2U);
+  EXPECT_EQ(request.fields[0].name, "file");
+  EXPECT_EQ(request.fields[0].fileName, "clip.mp4");
+  EXPECT_EQ(request.fields[0].content, "not much of a video");
+  EXPECT_EQ(request.fields[1].name, "token");
+  EXPECT_EQ(request.fields[1].content, "T=&+");
+
+  EXPECT_NE(report.find("> POST /form?nexturl=http://localhost HTTP/1.1"), std::string::npos) << report;
+  EXPECT_NE(report.find("< HTTP/1.1 302 "), std::string::npos) << report;
+  EXPECT_EQ(report.find("T=&+"), std::string::npos) << "the token is no part of the report";
+}
+
+TEST_F(BrowserForm, ReadsTheIdentifierOutOfTheAddressAsked) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"", ""},
+      {"?id=abc", "abc?nexturl=http://localhost"},
+      {"/id=1/id=2", "2?nexturl=http://localhost"},
+      {"?upload_id=" + std::string(73, 'u'), std::string(73, 'u') + "?nexturl=http://localhost"},
+      {"?ID=abc", ""},
+      {"?id=" + std::string(4000, 'u'), std::string(100, 'u')},
+  };
+  for (const auto& [rest, expected] : rows) {
+    SCOPED_TRACE(rest);
+    sandbox.Add({});
+    EXPECT_EQ(Post(address + rest), VELK_OK);
+    EXPECT_EQ(std::string(videoId), expected);
+    EXPECT_EQ(sandbox.Requests().back().target, "/form" + rest + "?nexturl=http://localhost");
+  }
+}
+
+TEST_F(BrowserForm, AnswersEachOutcomeWithItsCode) {
+  struct Row {
+    const char* name;
+    Script reply;
+    int32_t result;
+  };
+  const Row rows[] = {
+      {"200", {}, VELK_OK},
+      {"201", {.status = 201}, VELK_UNEXPECTED_REPLY},
+      {"303", {.status = 303, .headers = {"Location: /"}}, VELK_UNEXPECTED_REPLY},
+      {"400", {.status = 400}, VELK_UNEXPECTED_REPLY},
+      {"401", {.status = 401}, VELK_UNEXPECTED_REPLY},
+      {"500", {.status = 500}, VELK_UNEXPECTED_REPLY},
+      {"503", {.status = 503}, VELK_TRANSFER_FAILED},
+      {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
+      {"cut", {.body = "reply", .cutBodyAfter = 3}, VELK_TRANSFER_FAILED},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    uploader.state = kYoutubeCancelAsked;
+    sandbox.Add(row.reply);
+    EXPECT_EQ(Post(address + "?id="), row.result);
+    EXPECT_EQ(IdUntouched(), row.result != VELK_OK);
+    EXPECT_EQ(uploader.state, uint32_t{kYoutubeUploading}) << "left so, whatever came of it";
+    EXPECT_EQ(sandbox.Requests().size(), 1U);
+  }
+  EXPECT_EQ(Post(std::string(test::kRefusingProxy) + "/form"), VELK_TRANSFER_FAILED);
+}
+
+TEST_F(BrowserForm, FailsOnAFileThatCannotBeRead) {
+  EXPECT_TRUE(test::Deletable(*media)) << "nothing holds it open";
+  EXPECT_EQ(Post(address), VELK_TRANSFER_FAILED);
+  EXPECT_TRUE(sandbox.Requests().empty());
+  EXPECT_TRUE(IdUntouched());
+}
+
+TEST_F(BrowserForm, ChecksBeforeItSends) {
+  const auto post = [this](int missing) {
+    const std::string path = media->Path();
+    const char* const texts[] = {"token", path.c_str(), address.c_str(), "T"};
+    const auto text = [&](int index) { return missing == index ? nullptr : texts[index]; };
+    return PostBrowserUploadForm(missing == 4 ? nullptr : &uploader, text(0), text(1),
+                                 missing == 5 ? nullptr : videoId, text(2), text(3));
+  };
+  for (int missing = 0; missing < 6; ++missing) EXPECT_EQ(post(missing), VELK_MISSING_ARGUMENT) << missing;
+  EXPECT_TRUE(sandbox.Requests().empty());
+  EXPECT_EQ(uploader.state, uint32_t{kYoutubeIdle});
+}
+
+TEST_F(BrowserForm, CancelsInMidTransferFromAnotherThread) {
+  SetFile(test::RandomBytes(8 * 1024 * 1024, 4));
+  sandbox.Add({.readSlowly = 200000});
+  int32_t result = VELK_OK;
+  std::thread upload([&] { result = Post(address); });
+  EXPECT_TRUE(sandbox.WaitForBody(0, 1000));
+  double uploaded = 0;
+  double total = 0;
+  while (GetYoutubeUploadFileProgress(&uploader, &uploaded, &total) == VELK_OK && uploaded <= 0)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_GT(total, 8.0 * 1024 * 1024) << "a form's own bytes count as well";
+  EXPECT_EQ(CancelYoutubeUploadFile(&uploader), VELK_OK);
+  upload.join();
+  EXPECT_EQ(result, VELK_CANCELLED);
+  EXPECT_EQ(uploader.state, uint32_t{kYoutubeCancelAsked});
+  EXPECT_TRUE(IdUntouched());
+}
+
+// ---- All three steps -----------------------------------------------------------------------------------
+
+TEST_F(BrowserForm, PublishesInThreeSteps) {
+  const std::string content = test::RandomBytes(300000, 5);
+  SetFile(content);
+  const YoutubeUploadInfo info = Video();
+  char term[kCategoryTermRoom];
+  char entry[8192] = "";
+  char url[1024];
+  char token[1024];
+  int32_t entryLength = sizeof entry;
+  int32_t urlLength = sizeof url;
+  int32_t tokenLength = sizeof token;
+  ASSERT_EQ(YoutubeCategoryTermFromId("20", term), 0);
+  ASSERT_EQ(BuildAtomEntry(&info, entry, &entryLength, term), VELK_OK);
+  EXPECT_EQ(RequestUploadToken("expired", nullptr, entry, url, &urlLength, token, &tokenLength),
+            VELK_UNEXPECTED_REPLY);
+  EXPECT_EQ(
+      RequestUploadToken("token", nullptr, "<entry>a & b</entry>", url, &urlLength, token, &tokenLength),
+      VELK_UNEXPECTED_REPLY);
+  ASSERT_EQ(RequestUploadToken("token", nullptr, entry, url, &urlLength, token, &tokenLength), VELK_OK);
+  EXPECT_EQ(Post(url, "another"), VELK_UNEXPECTED_REPLY);
+  EXPECT_EQ(Post(std::string(url) + "x", token), VELK_UNEXPECTED_REPLY);
+  EXPECT_EQ(Post(url, token), VELK_OK) << report;
+  EXPECT_EQ(Post(url, token), VELK_UNEXPECTED_REPLY) << "a token serves once";
+
+  const boost::json::value state = sandbox.State();
+  ASSERT_EQ(state.at("youtube").at("videos").as_array().size(), 1U);
+  const boost::json::value& video = state.at("youtube").at("videos").at(0);
+  EXPECT_EQ(video.at("title").as_string(), "a title");
+  EXPECT_EQ(video.at("description").as_string(), "about it");
+  EXPECT_EQ(video.at("categoryId").as_string(), "Games");
+  EXPECT_EQ(video.at("tags"), (boost::json::array{"a", "b"}));
+  EXPECT_EQ(video.at("sha256").as_string(), sandbox.Sha256(content));
+}
+
+}  // namespace
+}  // namespace velk

@@ -1,0 +1,127 @@
+// YouTube's categories: the lookup of a title on the wire, and the table of terms.
+#include <cstring>
+
+#include "api/service_test.h"
+#include "youtube/youtube.h"
+
+namespace velk {
+namespace {
+
+using test::Script;
+
+TEST(YoutubeCategoryTerm, KnowsTheWholeTableAndNothingElse) {
+  std::string known;
+  for (int id = 0; id < 120; ++id) {
+    char term[kCategoryTermRoom];
+    std::memset(term, '#', sizeof term);
+    const int result = YoutubeCategoryTermFromId(std::to_string(id), term);
+    if (result == 0) {
+      known += std::to_string(id) + ' ' + term + '\n';
+    } else {
+      EXPECT_EQ(result, -1);
+      EXPECT_EQ(std::string_view(term, sizeof term), std::string(sizeof term, '#'));
+    }
+  }
+  EXPECT_EQ(known,
+            "1 Film\n2 Autos\n10 Music\n15 Animals\n17 Sports\n18 Shortmov\n19 Travel\n20 Games\n22 People\n"
+            "23 People\n24 Entertainment\n25 News\n26 Howto\n27 Education\n28 Tech\n29 Nonprofit\n30 Movies\n"
+            "31 Movies_anime_animation\n32 Movies_action_adventure\n33 Movies_classics\n34 Movies_comedy\n"
+            "35 Movies_documentary\n36 Movies_drama\n37 Movies_family\n38 Movies_foreign\n39 Movies_horror\n"
+            "40 Movies_sci_fi_fantasy\n41 Movies_thriller\n42 Movies_shorts'\n43 Shows\n44 Trailers\n");
+  char term[kCategoryTermRoom];
+  for (const char* id : {"", "01", "1 ", " 1", "20x", "-1", "Film"})
+    EXPECT_EQ(YoutubeCategoryTermFromId(id, term), -1) << id;
+}
+
+class YoutubeCategoryTitle : public test::ServiceTest {
+ protected:
+  int32_t Ask(const char* id, const char* token = "token") {
+    std::memset(title, '#', sizeof title);
+    return GetYoutubeCategoryTitle(token, id, title);
+  }
+  bool Untouched() const { return std::string_view(title, sizeof title) == std::string(sizeof title, '#'); }
+
+  char title[kCategoryTitleRoom];
+};
+
+TEST_F(YoutubeCategoryTitle, AsksToTheByte) {
+  EXPECT_EQ(Ask("10&x=%2C"), VELK_OK) << "the identifier is not escaped, so its rest is another parameter";
+  EXPECT_STREQ(title, "Music");
+  const test::Request request = sandbox.Only();
+  EXPECT_EQ(request.scheme, "https");
+  EXPECT_EQ(request.head,
+            "GET /youtube/v3/videoCategories?part=snippet&id=10&x=%2C HTTP/1.1\r\n"
+            "Host: www.googleapis.com\r\n"
+            "User-Agent: libcurl-agent/1.0\r\n"
+            "Accept: */*\r\n"
+            "Authorization: Bearer token\r\n\r\n");
+  EXPECT_EQ(request.bodySize, 0U);
+}
+
+TEST_F(YoutubeCategoryTitle, TellsTheServicesTitles) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"1", "Film & Animation"}, {"20", "Games"}, {"31", "Anime/Animation"}, {"44", "Trailers"}};
+  for (const auto& [id, expected] : rows) {
+    EXPECT_EQ(Ask(id), VELK_OK);
+    EXPECT_STREQ(title, expected);
+  }
+  EXPECT_EQ(Ask("20", "expired"), VELK_TRANSFER_FAILED);
+  EXPECT_EQ(Ask("20", "forbidden"), VELK_FORBIDDEN);
+}
+
+TEST_F(YoutubeCategoryTitle, RenamesExactlyOneTitle) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"Gaming", "Games"},
+      {"Gaming ", "Gaming "},
+      {"gaming", "gaming"},
+      {"Gaming2", "Gaming2"},
+      {"Games", "Games"},
+      {"", ""},
+      {std::string(255, 't'), std::string(255, 't')},
+      {std::string(400, 't'), std::string(255, 't')},
+  };
+  for (const auto& [told, expected] : rows) {
+    sandbox.Add({.body = R"({"items": [{"snippet": {"title": ")" + told + R"("}}]})"});
+    EXPECT_EQ(Ask("20"), VELK_OK);
+    EXPECT_EQ(title, expected);
+  }
+}
+
+TEST_F(YoutubeCategoryTitle, AnswersEachOutcomeWithItsCode) {
+  const std::string body = R"({"title": "T"})";
+  struct Row {
+    const char* name;
+    Script reply;
+    int32_t result;
+  };
+  const Row rows[] = {
+      {"200 without a title", {.body = R"({"items": []})"}, VELK_NO_TITLE},
+      {"200 without a body", {}, VELK_NO_TITLE},
+      {"200 with a number", {.body = R"({"title": 20})"}, VELK_NO_TITLE},
+      {"201", {.status = 201, .body = body}, VELK_NO_HANDLE},
+      {"302", {.status = 302, .body = body}, VELK_NO_HANDLE},
+      {"400", {.status = 400, .body = body}, VELK_NO_HANDLE},
+      {"401", {.status = 401, .body = body}, VELK_TRANSFER_FAILED},
+      {"403", {.status = 403, .body = body}, VELK_FORBIDDEN},
+      {"404", {.status = 404, .body = body}, VELK_NO_HANDLE},
+      {"500", {.status = 500, .body = body}, VELK_NO_HANDLE},
+      {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
+      {"cut behind the title", {.body = body + "  ", .cutBodyAfter = 14}, VELK_TRANSFER_FAILED},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Add(row.reply);
+    EXPECT_EQ(Ask("20"), row.result);
+    EXPECT_TRUE(Untouched());
+  }
+  SetLibVelkUploadProxy(test::kRefusingProxy);
+  EXPECT_EQ(Ask("20"), VELK_TRANSFER_FAILED);
+  for (const char* missing : {static_cast<const char*>(nullptr), ""}) {
+    EXPECT_EQ(Ask(missing), VELK_MISSING_ARGUMENT);
+    EXPECT_EQ(Ask("20", missing), VELK_MISSING_ARGUMENT);
+    EXPECT_TRUE(Untouched());
+  }
+}
+
+}  // namespace
+}  // namespace velk
