@@ -1,0 +1,74 @@
+// What every test of Twitter starts from: a consumer and a user that the stand-in service knows.
+#pragma once
+
+#include <regex>
+
+#include "api/service_test.h"
+
+namespace velk::test {
+
+constexpr const char* kTweetPath = "/1.1/statuses/update.json";
+constexpr const char* kMediaPath = "/1.1/media/upload.json";
+
+class TwitterTest : public ServiceTest {
+ protected:
+  TwitterTest() {
+    Fill(consumer.consumerKey, "ck");
+    Fill(consumer.consumerSecret, "ck-secret");
+    Fill(token.oauthToken, "7-tk");
+    Fill(token.oauthTokenSecret, "7-tk-secret");
+    Fill(token.userId, "7");
+    Fill(token.screenName, "velk");
+  }
+
+  boost::json::object Service() { return sandbox.State().at("twitter").as_object(); }
+  std::uint64_t Count(const char* what) { return Service().at(what).to_number<std::uint64_t>(); }
+  // The texts of one member of each tweet or media, in order.
+  std::vector<std::string> All(const char* kind, const char* member) {
+    std::vector<std::string> texts;
+    const boost::json::object service = Service();
+    for (const boost::json::value& one : service.at(kind).as_array())
+      texts.emplace_back(one.at(member).as_string());
+    return texts;
+  }
+  // The service recomputes every signature; nothing else may have come to it.
+  void ExpectVerified(std::uint64_t requests) {
+    EXPECT_EQ(Count("verified"), requests);
+    EXPECT_EQ(Count("refused"), 0U);
+    EXPECT_EQ(Count("reusedNonces"), 0U);
+  }
+
+  // Fields without a terminator, and what the service knows such keys' secrets to be.
+  void FillWholeFields() {
+    Fill(consumer.consumerKey, std::string(1024, 'k'));
+    Fill(consumer.consumerSecret, std::string(1024, 's'));
+    Fill(token.oauthToken, std::string(1024, 't'));
+    Fill(token.oauthTokenSecret, std::string(1024, 's'));
+  }
+
+  TwitterConsumer consumer{};
+  TwitterAccessToken token{};
+};
+
+// A request's head in which what differs from run to run is replaced by a word, provided that it has the form
+// that it must have: the signed parameters and a form's boundary.
+inline std::string Masked(const std::string& head) {
+  const std::string nonce = "[A-Za-z0-9_]{15,31}";
+  const std::string signature = "([A-Za-z0-9]|%2B|%2F|%3D)+";
+  const auto parameters = [&](const std::string& separator, const std::string& quote,
+                              const std::string& tokenValue) {
+    const auto pair = [&](const std::string& name, const std::string& value) {
+      return name + "=" + quote + value + quote;
+    };
+    return pair("oauth_consumer_key", "ck") + separator + pair("oauth_nonce", nonce) + separator +
+           pair("oauth_signature_method", "HMAC-SHA1") + separator + pair("oauth_timestamp", "[0-9]{10}") +
+           separator + (tokenValue.empty() ? "" : pair("oauth_token", tokenValue) + separator) +
+           pair("oauth_version", "1\\.0") + separator + pair("oauth_signature", signature);
+  };
+  std::string masked = std::regex_replace(head, std::regex(parameters(", ", "\"", "7-tk")), "QUOTED");
+  masked = std::regex_replace(masked, std::regex(parameters(", ", "", "7-tk")), "BARE");
+  masked = std::regex_replace(masked, std::regex(parameters("&", "", "")), "QUERY");
+  return std::regex_replace(masked, std::regex("boundary=-{24}[0-9a-f]{16}"), "BOUNDARY");
+}
+
+}  // namespace velk::test
