@@ -130,11 +130,13 @@ OauthCheck Twitter::Authenticate(const ServiceRequest& request, const Refusal& r
   throw refusal;
 }
 
-// One upload's requests share their header; any other nonce that comes again could be a replay.
+// The requests of one upload share their header. Any other nonce that comes again could be a replay, and so
+// could a second INIT, which begins another upload.
 void Twitter::NoteNonce(const ServiceRequest& request, const OauthCheck& check) {
   const std::string shared = IsMediaPost(request) ? request.head.Header("Authorization") : "";
   const auto [known, fresh] = nonces_.try_emplace(check.nonce, Nonce{check.timestamp, shared});
-  if (fresh || (!shared.empty() && known->second.uploadHeader == shared)) return;
+  const bool sameUpload = !shared.empty() && known->second.uploadHeader == shared;
+  if (fresh || (sameUpload && FieldText(request, "command") != "INIT")) return;
   ++reusedNonces_;
   if (known->second.timestamp == check.timestamp) ++reusedWithinSecond_;
   known->second = {check.timestamp, shared};
