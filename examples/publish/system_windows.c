@@ -1,9 +1,10 @@
 /* The publisher's system calls on Windows. */
+#include <windows.h>
+
 #include <io.h>
 #include <shellapi.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <windows.h>
 
 #include "system.h"
 
