@@ -50,25 +50,24 @@ class TwitterTest : public ServiceTest {
   TwitterAccessToken token{};
 };
 
+inline Script Reply(int status, const std::string& body = "") { return {.status = status, .body = body}; }
+
 // A request's head in which what differs from run to run is replaced by a word, provided that it has the form
 // that it must have: the signed parameters and a form's boundary.
-inline std::string Masked(const std::string& head) {
-  const std::string nonce = "[A-Za-z0-9_]{15,31}";
-  const std::string signature = "([A-Za-z0-9]|%2B|%2F|%3D)+";
-  const auto parameters = [&](const std::string& separator, const std::string& quote,
-                              const std::string& tokenValue) {
-    const auto pair = [&](const std::string& name, const std::string& value) {
-      return name + "=" + quote + value + quote;
-    };
-    return pair("oauth_consumer_key", "ck") + separator + pair("oauth_nonce", nonce) + separator +
-           pair("oauth_signature_method", "HMAC-SHA1") + separator + pair("oauth_timestamp", "[0-9]{10}") +
-           separator + (tokenValue.empty() ? "" : pair("oauth_token", tokenValue) + separator) +
-           pair("oauth_version", "1\\.0") + separator + pair("oauth_signature", signature);
+inline std::string Masked(std::string head) {
+  const auto parameters = [](std::string separator, std::string quote, std::string tokenPair) {
+    const auto pair = [&](std::string name, std::string value) { return name + '=' + quote + value + quote; };
+    return std::regex(
+        pair("oauth_consumer_key", "ck") + separator + pair("oauth_nonce", "[A-Za-z0-9_]{15,31}") +
+        separator + pair("oauth_signature_method", "HMAC-SHA1") + separator +
+        pair("oauth_timestamp", "[0-9]{10}") + separator +
+        (tokenPair.empty() ? "" : pair("oauth_token", tokenPair) + separator) +
+        pair("oauth_version", "1\\.0") + separator + pair("oauth_signature", "([A-Za-z0-9]|%2B|%2F|%3D)+"));
   };
-  std::string masked = std::regex_replace(head, std::regex(parameters(", ", "\"", "7-tk")), "QUOTED");
-  masked = std::regex_replace(masked, std::regex(parameters(", ", "", "7-tk")), "BARE");
-  masked = std::regex_replace(masked, std::regex(parameters("&", "", "")), "QUERY");
-  return std::regex_replace(masked, std::regex("boundary=-{24}[0-9a-f]{16}"), "BOUNDARY");
+  head = std::regex_replace(head, parameters(", ", "\"", "7-tk"), "QUOTED");
+  head = std::regex_replace(head, parameters(", ", "", "7-tk"), "BARE");
+  head = std::regex_replace(head, parameters("&", "", ""), "QUERY");
+  return std::regex_replace(head, std::regex("boundary=-{24}[0-9a-f]{16}"), "BOUNDARY");
 }
 
 }  // namespace velk::test
