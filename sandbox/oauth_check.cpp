@@ -55,7 +55,10 @@ std::string Normalize(const Pairs& signedPairs) {
     encoded.emplace_back(PercentEncode(name), PercentEncode(value));
   std::ranges::sort(encoded);
   std::string text;
-  for (const auto& [name, value] : encoded) text += (text.empty() ? "" : "&") + name + '=' + value;
+  for (const auto& [name, value] : encoded) {
+    if (!text.empty()) text += '&';
+    text.append(name).append("=").append(value);
+  }
   return text;
 }
 
@@ -64,7 +67,7 @@ std::string HmacSha1Base64(const std::string& key, const std::string& text) {
   unsigned size = 0;
   HMAC(EVP_sha1(), key.data(), static_cast<int>(key.size()),
        reinterpret_cast<const unsigned char*>(text.data()), text.size(), digest.data(), &size);
-  std::array<unsigned char, 2 * EVP_MAX_MD_SIZE> base64{};
+  std::array<unsigned char, 2UL * EVP_MAX_MD_SIZE> base64{};
   const int length = EVP_EncodeBlock(base64.data(), digest.data(), static_cast<int>(size));
   return {reinterpret_cast<const char*>(base64.data()), static_cast<std::size_t>(length)};
 }

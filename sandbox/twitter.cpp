@@ -119,7 +119,7 @@ void Twitter::Enter(Routes& routes) {
 
 OauthCheck Twitter::Authenticate(const ServiceRequest& request, const Refusal& refusal,
                                  const std::vector<std::string_view>& unsignedNames) {
-  const OauthCheck check = CheckOauth(request, SecretOfKey, unsignedNames);
+  OauthCheck check = CheckOauth(request, SecretOfKey, unsignedNames);
   if (check.Valid()) {
     ++verified_;
     NoteNonce(request, check);
