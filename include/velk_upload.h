@@ -208,6 +208,121 @@ typedef struct TwitterUploadFile {
   char statusText[1024]; /* the tweet's text, at most 420 bytes */
 } TwitterUploadFile;
 
+/*
+ * Every request to Twitter is signed (OAuth 1.0a, HMAC-SHA1). Of a consumer key 1004 bytes are used and of a
+ * token 1011, on the wire as in the signature: Twitter refuses a longer one as an unknown one. Secrets may
+ * fill their fields.
+ * A signature holds the time in seconds and a random text that must not come again within that second. On
+ * Windows that text is drawn from a generator that every thread has for itself, and that starts anew on each
+ * new thread: make the calls of one user on one thread, or at least not on two at once, else Twitter may
+ * refuse one of them. An upload draws it up to three times.
+ */
+
+/*
+ * Begins a sign-in: obtains a request token and turns it into the address at which the user authorizes the
+ * application. Open the address in a browser; Twitter then shows the user the PIN that GetTwitterAccessToken
+ * takes, together with the token behind "oauth_token=" in the address. Limited to 10 seconds.
+ *
+ *   consumerKey     in      the host application's key, NUL-terminated
+ *   consumerSecret  in      its secret, NUL-terminated
+ *   urlSize         in/out  the size of url in bytes, or null for no check. It is not compared with the
+ *                           address but with Twitter's reply, less 11 bytes; when it is smaller, it receives
+ *                           that size. An address may be longer than the reply asks for: 52 bytes and the
+ *                           token.
+ *   url             out     room for 1076 bytes, whatever urlSize says: the longest address, with its
+ *                           terminator. A reply beyond 1087 bytes asks for a larger urlSize, which
+ *                           changes nothing about the room needed.
+ *
+ * VELK_OK                    url written. On every other code url is left alone
+ * VELK_MISSING_ARGUMENT      a pointer other than urlSize is null, or key or secret is empty
+ * VELK_BUFFER_TOO_SMALL      *urlSize is too small; the size wanted is in *urlSize
+ * VELK_NO_IDENTIFIER         the reply holds no token
+ * VELK_CREDENTIALS_REFUSED   Twitter refused key, secret or the machine's clock
+ * VELK_UNEXPECTED_REPLY      Twitter answered another status than 200
+ * VELK_TRANSFER_FAILED       the exchange failed
+ * VELK_NO_HANDLE             no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY         a memory allocation failed; inside the signing library it ends the process
+ */
+VELK_API int32_t GetTwitterOauthUrl(const char* consumerKey, const char* consumerSecret, int32_t* urlSize,
+                                    char* url) VELK_NOEXCEPT;
+
+/*
+ * Ends a sign-in: trades the request token and the user's PIN for an access token. Keep it: it does not
+ * expire, and every other call takes it. Limited to 10 seconds.
+ *
+ *   request  in   all four fields required. Token and PIN go into the address as they stand, not
+ *                 percent-encoded and not signed.
+ *   token    out  the user. Values are as Twitter sent them, cut at their fields' widths. A reply that ends
+ *                 after fewer than four fields leaves the fields of the rest alone, and is a success.
+ *
+ * VELK_OK                    token written. On every other code token is left alone
+ * VELK_MISSING_ARGUMENT      a pointer is null, or a field of request is empty
+ * VELK_NO_IDENTIFIER         the reply does not begin with a token
+ * VELK_CREDENTIALS_REFUSED   Twitter refused key, secret, request token, PIN or the machine's clock
+ * VELK_UNEXPECTED_REPLY      Twitter answered another status than 200
+ * VELK_TRANSFER_FAILED       the exchange failed
+ * VELK_NO_HANDLE             no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY         a memory allocation failed; inside the signing library it ends the process
+ */
+VELK_API int32_t GetTwitterAccessToken(const TwitterAccessRequest* request,
+                                       TwitterAccessToken* token) VELK_NOEXCEPT;
+
+/*
+ * Posts a tweet. Only the connection is limited, to 5 seconds.
+ *
+ *   consumer    in  key and secret required
+ *   token       in  the user's token and its secret
+ *   statusText  in  the text, NUL-terminated, at most 420 bytes; may be empty
+ *   mediaIds    in  the identifiers of uploaded media, separated by commas; empty for none
+ *
+ * VELK_OK                    the tweet exists
+ * VELK_MISSING_ARGUMENT      a pointer is null, or key or secret is empty
+ * VELK_TOO_LARGE             the text has more than 420 bytes; nothing was sent
+ * VELK_CREDENTIALS_REFUSED   Twitter refused key, token, a secret or the machine's clock
+ * VELK_DUPLICATE_STATUS      the user posted this text before
+ * VELK_UNEXPECTED_REPLY      Twitter answered another status than 200
+ * VELK_TRANSFER_FAILED       the exchange failed; the tweet may exist
+ * VELK_NO_HANDLE             no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY         a memory allocation failed; inside the signing library it ends the process
+ */
+VELK_API int32_t PostTwitterComment(const TwitterConsumer* consumer, const TwitterAccessToken* token,
+                                    const char* statusText, const char* mediaIds) VELK_NOEXCEPT;
+
+/*
+ * Publishes a photo: uploads the file in segments of 1,048,576 bytes, one exchange each between a first and a
+ * last one, and posts a tweet that shows it. A failed step ends the call, and nothing is withdrawn: without
+ * its tweet an uploaded photo is not seen. Nothing is retried. Only the connections are limited, to 5
+ * seconds each.
+ *
+ *   uploader  in/out  follows the segment being sent, not the file: its figures start again with each
+ *                     segment. A cancel through it aborts that segment, and takes effect on segments alone.
+ *   consumer  in      key and secret required
+ *   token     in      all four fields required
+ *   file      in      the photo and its text. Names are joined with the system's path separator. The first
+ *                     three bytes behind the name's last dot are announced as image type.
+ *
+ * VELK_OK                    the tweet exists. When Twitter reported another state of the photo than
+ *                            "success", the call waited a second and asked once for it, without heeding
+ *                            the answer
+ * VELK_MISSING_ARGUMENT      a pointer is null; a field of consumer or token, or the text, is empty; or the
+ *                            file became shorter while it was sent
+ * VELK_FILE_NOT_OPENED       the file cannot be opened for reading
+ * VELK_TOO_LARGE             the file has more than 5,242,880 bytes (nothing was sent); a connection was
+ *                            not made in time; or the text has more than 420 bytes, which is found out
+ *                            after the upload
+ * VELK_CANCELLED             a segment was cancelled
+ * VELK_CREDENTIALS_REFUSED   Twitter refused key, token, a secret or the machine's clock
+ * VELK_DUPLICATE_STATUS      the user posted this text before
+ * VELK_BUFFER_TOO_SMALL      Twitter's identifier for the photo is longer than 1023 bytes
+ * VELK_UNEXPECTED_REPLY      Twitter answered another status, or the first exchange failed
+ * VELK_TRANSFER_FAILED       another exchange failed; after the last one the tweet may exist
+ * VELK_NO_HANDLE             no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY         a memory allocation failed; inside the signing library it ends the process
+ */
+VELK_API int32_t StartTwitterUploadPhoto(FileUploader* uploader, const TwitterConsumer* consumer,
+                                         const TwitterAccessToken* token,
+                                         const TwitterUploadFile* file) VELK_NOEXCEPT;
+
 /* ------------------------------------------------------------ YouTube */
 
 /*

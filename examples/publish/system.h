@@ -7,6 +7,9 @@
 /* The program's arguments as UTF-8, whatever the system handed over; null without memory. Never freed. */
 char** Utf8Arguments(int* argc, char** argv);
 
+/* The characters that stand between folders and names in a path. */
+extern const char kPathSeparators[];
+
 /* Notes Ctrl-C instead of dying of it, so that a running upload can be cancelled and its call can return. */
 void CatchInterrupt(void);
 bool Interrupted(void);

@@ -18,6 +18,8 @@ struct Worker {
   void* context;
 };
 
+const char kPathSeparators[] = "/";
+
 static volatile sig_atomic_t interrupted;
 
 char** Utf8Arguments(int* argc, char** argv) {

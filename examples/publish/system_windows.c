@@ -14,6 +14,8 @@ struct Worker {
   void* context;
 };
 
+const char kPathSeparators[] = "/\\";
+
 static volatile LONG interrupted;
 
 /* The narrow arguments went through the ANSI code page, which loses characters: take the wide ones. */

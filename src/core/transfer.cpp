@@ -97,6 +97,13 @@ Transfer& Transfer::FormFileAt(const char* narrowPath) {
   return AddFormPart(CURLFORM_COPYNAME, "file", CURLFORM_FILE, narrowPath);
 }
 
+std::string Transfer::Escape(const std::string& text) const {
+  const std::unique_ptr<char, Cleanup> escaped(
+      curl_easy_escape(curl_.get(), text.c_str(), static_cast<int>(text.size())));
+  if (!escaped) throw std::bad_alloc();
+  return escaped.get();
+}
+
 CURLcode Transfer::Perform() {
   if (headers_) Set(CURLOPT_HTTPHEADER, headers_.get());
   if (form_) Set(CURLOPT_HTTPPOST, form_.get());

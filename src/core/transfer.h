@@ -61,6 +61,9 @@ class Transfer {
   // Windows in the ANSI code page.
   Transfer& FormFileAt(const char* narrowPath);
 
+  // Percent-encodes a text for a form-encoded body.
+  std::string Escape(const std::string& text) const;
+
   CURLcode Perform();
 
   // After Perform: the reply.
@@ -76,6 +79,7 @@ class Transfer {
     void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
     void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
     void operator()(curl_httppost* form) const noexcept { curl_formfree(form); }
+    void operator()(char* text) const noexcept { curl_free(text); }
   };
 
   template <typename Value>

@@ -1,0 +1,392 @@
+// Publishing a photo: every request of the upload byte by byte, sizes, names, states, result codes, cancels.
+#include <chrono>
+#include <thread>
+
+#include "api/twitter_test.h"
+
+namespace velk::test {
+namespace {
+
+constexpr std::uint64_t kSegment = 1'048'576;
+constexpr const char* kUploadHost = "upload.twitter.com";
+
+class TwitterPhoto : public TwitterTest {
+ protected:
+  TwitterPhoto() { Fill(upload.statusText, "look"); }
+  ~TwitterPhoto() override {
+    uploader->state = 0;  // a finished upload leaves its handle busy for good
+    EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_OK);
+  }
+
+  void Choose(const TempFile& file) {
+    const std::string path = file.Path();
+    const size_t separator = path.find_last_of("/\\");
+    Fill(upload.folderPath, path.substr(0, separator));
+    Fill(upload.fileName, path.substr(separator + 1));
+  }
+
+  int32_t Start() { return StartTwitterUploadPhoto(uploader, &consumer, &token, &upload); }
+  int32_t Start(const TempFile& file) {
+    Choose(file);
+    return Start();
+  }
+
+  // What arrived, in a few letters each: the form's command, STATUS for its query, TWEET.
+  std::string Steps() {
+    std::string steps;
+    for (const Request& request : sandbox.Requests()) {
+      const FormField* command = request.Field("command");
+      const std::string other = request.method == "GET" ? "STATUS" : "TWEET";
+      if (request.method != "CONNECT") steps += (command ? command->content : other) + ' ';
+    }
+    return steps;
+  }
+
+  // Scripts the replies from INIT on; a script that passes through leaves its step to the service.
+  void Answer(const std::vector<Script>& steps) {
+    for (Script step : steps) {
+      step.host = kUploadHost;
+      step.method = "POST";
+      sandbox.Add(step);
+    }
+  }
+
+  FileUploader* uploader = InitTwitterFileUploder();
+  TwitterUploadFile upload{};
+};
+
+const Script kPass{.passThrough = true};
+
+std::string FieldsOf(const Request& request) {
+  std::string text;
+  for (const FormField& field : request.fields) text += field.name + '=' + field.content + '\n';
+  return text;
+}
+
+TEST_F(TwitterPhoto, SendsEveryRequestToTheByte) {
+  const std::string content = "not\0much\xFF of a photo\r\n--" + RandomBytes(1000, 1);
+  Answer({{.status = 202, .body = R"({"media_id_string":"71\/0"})"},
+          {.status = 204},
+          {.body = R"({"processing_info":{"state":"pending"}})"}});
+  sandbox.Add({.method = "GET", .status = 500});
+  sandbox.Add({.path = kTweetPath});
+  EXPECT_EQ(Start(TempFile("photo.jpg", content)), VELK_OK);
+
+  const auto requests = sandbox.Requests();
+  ASSERT_EQ(Steps(), "INIT APPEND FINALIZE STATUS TWEET ");
+  const auto head = [](const std::string& line, const std::string& host, const std::string& rest) {
+    return line + " HTTP/1.1\r\nHost: " + host + "\r\nUser-Agent: libcurl-agent/1.0\r\nAccept: */*\r\n" +
+           rest + "\r\n\r\n";
+  };
+  const auto form = [&](const Request& request) {
+    return head("POST /1.1/media/upload.json", kUploadHost,
+                "Authorization: OAuth QUOTED\r\nContent-Length: " + std::to_string(request.bodySize) +
+                    "\r\nContent-Type: multipart/form-data; BOUNDARY");
+  };
+  for (const size_t step : {0, 1, 2}) EXPECT_EQ(Masked(requests[step].head), form(requests[step]));
+  EXPECT_EQ(Masked(requests[3].head), head("GET /1.1/media/upload.json?command=STATUS&media_id=pending",
+                                           kUploadHost, "Authorization: OAuth BARE"));
+  EXPECT_EQ(Masked(requests[4].head),
+            head("POST /1.1/statuses/update.json", "api.twitter.com",
+                 "Content-Type: application/x-www-form-urlencoded\r\nAuthorization: OAuth QUOTED\r\n"
+                 "Content-Length: 29"));
+
+  EXPECT_EQ(FieldsOf(requests[0]), "command=INIT\nmedia_type=image/jpg\ntotal_bytes=" +
+                                       std::to_string(content.size()) + "\nmedia_category=tweet_image\n");
+  EXPECT_EQ(FieldsOf(requests[1]), "command=APPEND\nmedia_id=71/0\nsegment_index=0\nmedia=" + content + '\n');
+  EXPECT_EQ(FieldsOf(requests[2]), "command=FINALIZE\nmedia_id=71/0\n");
+  EXPECT_EQ(requests[4].body, "media_ids=pending&status=look");
+  for (const Request& request : requests)
+    for (const FormField& field : request.fields) EXPECT_EQ(field.fileName + field.contentType, "");
+
+  EXPECT_EQ(requests[0].Header("Authorization"), requests[1].Header("Authorization"));
+  EXPECT_EQ(requests[0].Header("Authorization"), requests[2].Header("Authorization"));
+}
+
+TEST_F(TwitterPhoto, PublishesFilesOfEverySize) {
+  struct Row {
+    std::uint64_t size;
+    std::vector<std::uint64_t> segments;
+  };
+  const Row rows[] = {
+      {0, {}},
+      {1, {1}},
+      {kSegment, {kSegment}},
+      {kSegment + 1, {kSegment, 1}},
+      {2'500'000, {kSegment, kSegment, 402'848}},
+      {5'242'880, {kSegment, kSegment, kSegment, kSegment, kSegment}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.size);
+    sandbox.Reset();
+    const std::string content = RandomBytes(row.size, 2);
+    const TempFile photo("photo.png", content);
+    ASSERT_EQ(Start(photo), VELK_OK);
+    std::vector<std::uint64_t> segments;
+    for (const Request& request : sandbox.Requests()) {
+      const FormField* media = request.Field("media");
+      if (!media) continue;
+      EXPECT_EQ(request.Field("segment_index")->content, std::to_string(segments.size()));
+      segments.push_back(media->size);
+    }
+    EXPECT_EQ(segments, row.segments);
+    EXPECT_EQ(All("media", "sha256"), std::vector<std::string>{sandbox.Sha256(content)});
+    EXPECT_EQ(All("tweets", "mediaIds"), All("media", "id"));
+    ExpectVerified(row.segments.size() + 3);
+    EXPECT_TRUE(Deletable(photo));
+  }
+  double uploaded = 0;
+  double total = 0;
+  EXPECT_EQ(GetTwitterUploadFileProgress(uploader, &uploaded, &total), VELK_OK);
+  EXPECT_EQ(uploaded, total);
+  EXPECT_GE(total, 1.0 * kSegment);
+  EXPECT_LE(total, 1.0 * kSegment + 1000) << "the last segment's figures, its form included";
+  EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_BUSY);
+}
+
+TEST_F(TwitterPhoto, RefusesALargerFileBeforeAnyRequest) {
+  EXPECT_EQ(Start(TempFile("photo.png", RandomBytes(5'242'881, 3))), VELK_TOO_LARGE);
+  EXPECT_EQ(Start(TempFile::Sparse("photo.png", (4ULL << 30) + 5)), VELK_TOO_LARGE) << "not cut to 32 bits";
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
+TEST_F(TwitterPhoto, TakesNamesAsTheyAre) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"x.jpeg", "jpe"},
+      {"x.PNG", "PNG"},
+      {"name", "nam"},
+      {"\xE6\x88\x91 \xC3\xA9t\xC3\xA9 \xF0\x9F\x8E\x89.gif", "gif"}};
+  for (const auto& [name, type] : rows) {
+    SCOPED_TRACE(name);
+    sandbox.Reset();
+    ASSERT_EQ(Start(TempFile(name, "content")), VELK_OK);
+    EXPECT_EQ(sandbox.Requests()[0].Field("media_type")->content, std::string("image/") + type);
+  }
+  const TempFile photo("photo.png", "content");
+  const std::string path = photo.Path();
+  const std::filesystem::path file(std::u8string(path.begin(), path.end()));
+  const std::filesystem::path folder = file.parent_path() / u8"\u6211 caf\u00e9";
+  std::filesystem::create_directory(folder);
+  std::filesystem::copy_file(file, folder / "copy.png");
+  const std::u8string folderText = folder.u8string();
+  Fill(upload.folderPath, std::string(folderText.begin(), folderText.end()));
+  Fill(upload.fileName, "copy.png");
+  EXPECT_EQ(Start(), VELK_OK);
+}
+
+TEST_F(TwitterPhoto, FollowsWhatTheServiceNames) {
+  const std::string longest(1023, 'i');
+  const auto id = [](const std::string& text) {
+    return Reply(200, R"({"media_id_string":")" + text + "\"}");
+  };
+  const auto state = [](const std::string& text) { return Reply(201, R"({"state":")" + text + "\"}"); };
+  const std::string straight = "INIT APPEND FINALIZE TWEET ";
+  const std::string waited = "INIT APPEND FINALIZE STATUS TWEET ";
+  struct Row {
+    const char* name;
+    Script init;
+    Script finalize;
+    std::string steps;
+    std::string mediaIds;
+  };
+  const Row rows[] = {
+      {"no state", id("9"), Reply(201), straight, "9"},
+      {"state success", id("9"), state("success"), straight, "success"},
+      {"state succeeded", id("9"), state("succeeded"), waited, "succeeded"},
+      {"state empty", id("9"), state(""), straight, ""},
+      {"no media id", Reply(202, R"({"media_id":9})"), Reply(200), straight, ""},
+      {"media id empty", id(""), Reply(200), straight, ""},
+      {"INIT without a body", Reply(200), Reply(200), straight, ""},
+      {"the longest id", id(longest), Reply(200), straight, longest},
+      {"an id too long", id(longest + "i"), Reply(200), "INIT ", ""},
+      {"the longest state", id("9"), state(longest), waited, longest},
+      {"a state too long", id("9"), state(longest + "i"), "INIT APPEND FINALIZE ", ""},
+  };
+  const TempFile photo("photo.png", "content");
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    Answer({row.init, Reply(204), row.finalize});
+    sandbox.Add({.method = "GET"});
+    sandbox.Add({.path = kTweetPath});
+    const auto began = std::chrono::steady_clock::now();
+    EXPECT_EQ(Start(photo), row.steps.ends_with("TWEET ") ? VELK_OK : VELK_BUFFER_TOO_SMALL);
+    const auto took = std::chrono::steady_clock::now() - began;
+    EXPECT_GE(took, std::chrono::seconds(row.steps == waited ? 1 : 0));
+    EXPECT_EQ(Steps(), row.steps);
+    if (!row.steps.ends_with("TWEET ")) continue;
+    EXPECT_EQ(sandbox.Requests().back().body, "media_ids=" + row.mediaIds + "&status=look");
+  }
+}
+
+TEST_F(TwitterPhoto, JudgesEveryReply) {
+  const std::string credentials = "Could not authenticate you";
+  const std::string duplicate = "Status is a duplicate.";
+  const std::string all[] = {"INIT ", "APPEND ", "FINALIZE ", "TWEET "};
+  struct Row {
+    const char* name;
+    int step;  // the one that gets the reply; those before it succeed
+    Script reply;
+    int32_t result;
+  };
+  const Row rows[] = {
+      {"INIT 201", 0, Reply(201), VELK_UNEXPECTED_REPLY},
+      {"INIT 401", 0, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
+      {"INIT 403", 0, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
+      {"INIT reset", 0, {.reset = true}, VELK_UNEXPECTED_REPLY},
+      {"APPEND 202", 1, Reply(202), VELK_UNEXPECTED_REPLY},
+      {"APPEND 400", 1, Reply(400, credentials), VELK_CREDENTIALS_REFUSED},
+      {"APPEND 403", 1, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
+      {"APPEND reset", 1, {.reset = true}, VELK_TRANSFER_FAILED},
+      {"FINALIZE 202", 2, Reply(202), VELK_UNEXPECTED_REPLY},
+      {"FINALIZE 204", 2, Reply(204), VELK_UNEXPECTED_REPLY},
+      {"FINALIZE 401", 2, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
+      {"FINALIZE 403", 2, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
+      {"FINALIZE reset", 2, {.reset = true}, VELK_TRANSFER_FAILED},
+      {"tweet 401", 3, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
+      {"tweet 403", 3, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
+      {"tweet reset", 3, {.reset = true}, VELK_TRANSFER_FAILED},
+      {"200 throughout", 3, Reply(200), VELK_OK},
+  };
+  const TempFile photo("photo.png", "content");
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    std::string steps = all[0];
+    for (int step = 0; step < row.step; ++step) {
+      sandbox.Add(Reply(200, R"({"media_id_string":"9"})"));
+      steps += all[step + 1];
+    }
+    sandbox.Add(row.reply);
+    EXPECT_EQ(Start(photo), row.result);
+    EXPECT_EQ(Steps(), steps) << "a failed step is the last";
+  }
+  EXPECT_TRUE(Deletable(photo)) << "no failure leaves the file open";
+}
+
+TEST_F(TwitterPhoto, IgnoresHowTheFirstTransferEnds) {
+  const std::string body = R"({"media_id_string":"9","expires":1})";
+  Answer({{.body = body, .cutBodyAfter = body.size() - 3, .reset = true}, {}, {}});
+  sandbox.Add({.path = kTweetPath});
+  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_OK) << "its status had come";
+  EXPECT_EQ(Steps(), "INIT APPEND FINALIZE TWEET ");
+}
+
+TEST_F(TwitterPhoto, TellsConnectionsThatAreNotMade) {
+  // How many connections open before the silent one; each is a step's.
+  const std::pair<int, int32_t> rows[] = {
+      {0, VELK_UNEXPECTED_REPLY}, {1, VELK_TOO_LARGE}, {2, VELK_TOO_LARGE}, {3, VELK_TRANSFER_FAILED}};
+  const TempFile photo("photo.png", "content");
+  for (const auto& [opened, result] : rows) {
+    SCOPED_TRACE(opened);
+    sandbox.Reset();
+    if (opened > 0) sandbox.Add({.method = "CONNECT", .times = opened, .passThrough = true});
+    sandbox.Add({.method = "CONNECT", .neverAnswer = true});
+    EXPECT_EQ(Start(photo), result);
+  }
+  SetLibVelkUploadProxy(kRefusingProxy);
+  EXPECT_EQ(Start(photo), VELK_UNEXPECTED_REPLY) << "the first step only looks at the status";
+}
+
+TEST_F(TwitterPhoto, ChecksBeforeItSends) {
+  Choose(TempFile("photo.png", "gone at once"));
+  EXPECT_EQ(StartTwitterUploadPhoto(nullptr, &consumer, &token, &upload), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(StartTwitterUploadPhoto(uploader, nullptr, &token, &upload), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(StartTwitterUploadPhoto(uploader, &consumer, nullptr, &upload), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(StartTwitterUploadPhoto(uploader, &consumer, &token, nullptr), VELK_MISSING_ARGUMENT);
+  for (char* field : {consumer.consumerKey, consumer.consumerSecret, token.oauthToken, token.oauthTokenSecret,
+                      token.userId, token.screenName, upload.statusText}) {
+    const char kept = std::exchange(*field, '\0');
+    EXPECT_EQ(Start(), VELK_MISSING_ARGUMENT) << "told before the missing file";
+    *field = kept;
+  }
+  EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
+  *upload.fileName = '\0';
+  EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED) << "a folder is no file";
+  *upload.folderPath = '\0';
+  EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
+TEST_F(TwitterPhoto, FindsOutALongTextAfterTheUpload) {
+  Fill(upload.statusText, std::string(1024, 'x'));
+  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_TOO_LARGE);
+  EXPECT_EQ(Steps(), "INIT APPEND FINALIZE ");
+}
+
+TEST_F(TwitterPhoto, ReadsWholeFieldsAndSignsTheStatusQuery) {
+  FillWholeFields();
+  Fill(token.userId, std::string(260, 'u'));
+  Fill(token.screenName, std::string(260, 'n'));
+  Fill(upload.folderPath, std::string(1024, 'f'));
+  Fill(upload.fileName, std::string(1024, 'n'));
+  EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
+  Answer({kPass, kPass, Reply(200, R"({"state":"in_progress"})")});
+  sandbox.Add({.path = kTweetPath});
+  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_OK);
+  EXPECT_EQ(Steps(), "INIT APPEND FINALIZE STATUS TWEET ");
+  ExpectVerified(3);
+}
+
+TEST_F(TwitterPhoto, EndsWhenTheFileShrinks) {
+  const TempFile photo("photo.png", RandomBytes(2 * kSegment, 4));
+  Answer({kPass, {.passThrough = true, .delayMs = 500}});
+  Choose(photo);
+  int32_t result = VELK_OK;
+  std::thread publishing([&] { result = Start(); });
+  EXPECT_TRUE(sandbox.WaitForBody(1, kSegment));
+  const std::string path = photo.Path();
+  std::filesystem::resize_file(std::filesystem::path(std::u8string(path.begin(), path.end())), kSegment + 10);
+  publishing.join();
+  EXPECT_EQ(result, VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(Steps(), "INIT APPEND ");
+}
+
+TEST_F(TwitterPhoto, CancelsInMidSegmentFromAnotherThread) {
+  const TempFile photo("photo.png", RandomBytes(2 * kSegment, 5));
+  Answer({kPass, kPass, {.passThrough = true, .readSlowly = 100'000}});
+  Choose(photo);
+  int32_t result = VELK_OK;
+  std::thread publishing([&] { result = Start(); });
+  EXPECT_TRUE(sandbox.WaitForBody(2, 1000));
+  double uploaded = 0;
+  double total = 0;
+  EXPECT_EQ(GetTwitterUploadFileProgress(uploader, &uploaded, &total), VELK_OK);
+  EXPECT_LE(total, 1.0 * kSegment + 1000) << "the figures follow one segment";
+  EXPECT_EQ(CancelTwitterUploadFile(uploader), VELK_OK);
+  publishing.join();
+  EXPECT_EQ(result, VELK_CANCELLED);
+  EXPECT_EQ(Steps().substr(0, 12), "INIT APPEND ");
+  EXPECT_EQ(Steps().find("FINALIZE"), std::string::npos);
+  EXPECT_EQ(GetTwitterUploadFileProgress(uploader, &uploaded, &total), VELK_UNEXPECTED_REPLY);
+  EXPECT_TRUE(Deletable(photo));
+
+  sandbox.Reset();
+  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_CANCELLED) << "a cancel is never forgotten";
+  EXPECT_EQ(Steps().substr(0, 5), "INIT ");
+  EXPECT_EQ(Steps().find("FINALIZE"), std::string::npos);
+  EXPECT_EQ(Start(TempFile("photo.png", "")), VELK_OK) << "only segments heed it";
+}
+
+TEST_F(TwitterPhoto, RunsOnTwoThreadsAtOnce) {
+  const TempFile photo("photo.png", RandomBytes(kSegment, 6));
+  Choose(photo);
+  TwitterUploadFile other = upload;
+  Fill(other.statusText, "look again");
+  FileUploader* second = InitTwitterFileUploder();
+  int32_t results[] = {VELK_BUSY, VELK_BUSY};
+  std::thread first([&] { results[0] = Start(); });
+  std::thread next([&] { results[1] = StartTwitterUploadPhoto(second, &consumer, &token, &other); });
+  first.join();
+  next.join();
+  EXPECT_EQ(results[0], VELK_OK);
+  EXPECT_EQ(results[1], VELK_OK);
+  EXPECT_EQ(All("tweets", "text").size(), 2U);
+  EXPECT_EQ(Count("verified"), 8U);
+  RecordProperty("nonces reused within a second", std::to_string(Count("reusedWithinSecond")));
+  second->state = 0;
+  EXPECT_EQ(UninitTwitterFileUploder(second), VELK_OK);
+}
+
+}  // namespace
+}  // namespace velk::test

@@ -1,0 +1,95 @@
+// The steps of a photo's upload where no exported call shows them: missing arguments, and the status query.
+#include "api/service_test.h"
+#include "twitter/twitter.h"
+
+namespace velk {
+namespace {
+
+using test::Script;
+
+class TwitterMedia : public test::ServiceTest {
+ protected:
+  char mediaId[kMediaIdRoom] = "9";
+  int32_t room = kMediaIdRoom;
+  int32_t processing = 0;
+  FileUploader uploader{};
+  TwitterConsumer consumer{"ck", "ck-secret"};
+  TwitterAccessToken token{"7-tk", "7-tk-secret", "7", "velk"};
+  test::TempFile file{"photo.png", "content"};
+  NativePath path = WidenPath(file.Path());
+};
+
+TEST_F(TwitterMedia, MissesItsArguments) {
+  const NativePath none;
+  const int32_t results[] = {
+      TwitterMediaInit(nullptr, &room, "a", path, "png"),
+      TwitterMediaInit(mediaId, &room, "a", none, "png"),
+      TwitterMediaAppendFile(nullptr, &uploader, "a", path),
+      TwitterMediaAppendFile(mediaId, nullptr, "a", path),
+      TwitterMediaAppendFile(mediaId, &uploader, nullptr, path),
+      TwitterMediaAppendFile(mediaId, &uploader, "a", none),
+      TwitterMediaAppend(mediaId, nullptr, "a", "x", 1, "0"),
+      TwitterMediaAppend(mediaId, &uploader, nullptr, "x", 1, "0"),
+      TwitterMediaAppend(mediaId, &uploader, "a", nullptr, 1, "0"),
+      TwitterMediaAppend(mediaId, &uploader, "a", "x", 1, nullptr),
+      TwitterMediaFinalize(nullptr, &room, "a", &processing),
+      TwitterMediaFinalize(mediaId, &room, nullptr, &processing),
+      TwitterMediaStatus(nullptr, &token, mediaId),
+      TwitterMediaStatus(&consumer, nullptr, mediaId),
+      TwitterMediaStatus(&consumer, &token, nullptr),
+  };
+  for (const int32_t& result : results) EXPECT_EQ(result, VELK_MISSING_ARGUMENT) << &result - results;
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
+TEST_F(TwitterMedia, AnnouncesAPngWithoutAnExtension) {
+  for (const auto& [extension, type] :
+       {std::pair<const char*, const char*>(nullptr, "image/png"), {"", "image/"}}) {
+    sandbox.Reset();
+    sandbox.Add({.body = R"({"media_id_string":"12"})"});
+    EXPECT_EQ(TwitterMediaInit(mediaId, &room, "a", path, extension), VELK_OK);
+    EXPECT_EQ(sandbox.Only().Field("media_type")->content, type);
+    EXPECT_STREQ(mediaId, "12");
+  }
+}
+
+TEST_F(TwitterMedia, LeavesItsBufferAloneWithoutRoom) {
+  for (const bool finalizes : {false, true}) {
+    sandbox.Add({.body = R"({"media_id_string":"1234","state":"1234"})"});
+    room = 4;
+    EXPECT_EQ(finalizes ? TwitterMediaFinalize(mediaId, &room, "a", &processing)
+                        : TwitterMediaInit(mediaId, &room, "a", path, "png"),
+              VELK_BUFFER_TOO_SMALL);
+    EXPECT_EQ(room, 5);
+    EXPECT_EQ(processing, 0);
+    EXPECT_STREQ(mediaId, "9");
+  }
+}
+
+TEST_F(TwitterMedia, JudgesTheStatusQuery) {
+  const std::string longest(1023, 's');
+  const auto state = [](const std::string& text) { return R"({"state":")" + text + "\"}"; };
+  const std::pair<Script, int32_t> rows[] = {
+      {{.body = state("failed")}, VELK_OK},
+      {{.status = 201, .body = state(longest)}, VELK_OK},
+      {{.body = state(longest + "s")}, VELK_BUFFER_TOO_SMALL},
+      {{.status = 202}, VELK_UNEXPECTED_REPLY},
+      {{.status = 401, .body = "Could not authenticate you"}, VELK_CREDENTIALS_REFUSED},
+      {{.reset = true}, VELK_TRANSFER_FAILED},
+  };
+  for (const auto& [script, result] : rows) {
+    sandbox.Add(script);
+    EXPECT_EQ(TwitterMediaStatus(&consumer, &token, mediaId), result) << script.status << script.body;
+  }
+}
+
+TEST(MediaExtension, IsWhatFollowsTheLastDot) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"a.b.gif", "gif"}, {".hidden", "hid"}, {"x.j", "j"},         {"photo.", "pho"},
+      {"...", ""},        {"", ""},           {"a..jpeg..", "jpe"},
+  };
+  for (const auto& [name, extension] : rows) EXPECT_EQ(MediaExtension(name), extension) << name;
+}
+
+}  // namespace
+}  // namespace velk
