@@ -1,10 +1,12 @@
 // Enters every stand-in service of the kit.
+#include "facebook.h"
 #include "service.h"
 #include "youtube.h"
 
 namespace velk::sandbox {
 
 void AddAllServices(Services& services, Store& store, [[maybe_unused]] const std::string& address) {
+  services.Add(std::make_unique<Facebook>(store));
   services.Add(std::make_unique<Youtube>(store));
 }
 
