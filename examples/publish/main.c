@@ -8,7 +8,7 @@
 
 enum { kUsageError = 2 };
 
-static const Command* const kServices[] = {kYoutubeCommands};
+static const Command* const kServices[] = {kFacebookCommands, kYoutubeCommands};
 enum { kServiceCount = sizeof kServices / sizeof *kServices };
 
 static void PrintHelp(FILE* out) {
