@@ -177,6 +177,259 @@ typedef struct FacebookPage {
   char name[1024];
 } FacebookPage;
 
+/*
+ * Trades a token for a long-lived one, in one GET limited to 10 seconds.
+ *
+ *   appId           in   the application's client identifier
+ *   appSecret       in   the application's client secret
+ *   exchangeToken   in   the token to trade
+ *   outToken        out  room for 1024 bytes: the new token, NUL-terminated, cut at 1023 characters; empty
+ *                        when the reply holds none
+ *   outTokenLength  out  the new token's length in bytes, without its terminator
+ *   outExpiresIn    out  the new token's lifetime in seconds; left alone when the reply holds none. May be null
+ *
+ * VELK_OK                 answered; outToken and outTokenLength written. On every other code all three outputs
+ *                         are left alone. Test outTokenLength: it is 0 when no token came
+ * VELK_MISSING_ARGUMENT   a pointer other than outExpiresIn is null; empty texts are sent as they are
+ * VELK_TRANSFER_FAILED    the exchange failed
+ * VELK_TOKEN_REJECTED     status 400: Facebook refused the token
+ * VELK_UNEXPECTED_REPLY   any other status
+ * VELK_NO_HANDLE          no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY      a memory allocation failed
+ */
+VELK_API int32_t ExangeFacebookAccessToken(const char* appId, const char* appSecret,
+                                           const char* exchangeToken, char* outToken,
+                                           uint32_t* outTokenLength, uint32_t* outExpiresIn) VELK_NOEXCEPT;
+
+/*
+ * Asks Facebook whether a token is good, in one GET limited to 10 seconds. Each answer "valid" leaves the
+ * request's memory and its connection behind until the process ends: ask when there is doubt, and do not poll.
+ *
+ *   appId        in   the application's client identifier
+ *   accessToken  in   the token to check
+ *   outValid     out  1 when the token is valid, else 0; written as soon as any reply has arrived
+ *
+ * VELK_OK                 a definite answer, in outValid
+ * VELK_MISSING_ARGUMENT   a pointer is null; empty texts are sent as they are
+ * VELK_TRANSFER_FAILED    the exchange failed; outValid left alone
+ * VELK_UNEXPECTED_REPLY   neither status 200 nor an error of type "OAuthException"; outValid is 0
+ * VELK_NO_HANDLE          no HTTP handle could be made; outValid left alone
+ * VELK_OUT_OF_MEMORY      a memory allocation failed
+ */
+VELK_API int32_t CheckFacebookAccessTokenValid(const char* appId, const char* accessToken,
+                                               uint32_t* outValid) VELK_NOEXCEPT;
+
+/*
+ * Fetches the name and the e-mail address of the token's owner. Only the connection attempt is limited, to
+ * 5 seconds. The e-mail is sought in what reading the name leaves of the reply, where it is practically never
+ * found: expect it to be empty. Escapes in the name are not decoded.
+ *
+ *   accessToken     in      the user's access token
+ *   outName         out     room for 1024 bytes, whatever its size below says: the name, NUL-terminated, cut
+ *                           at 1023 characters; empty when the reply holds none
+ *   inOutNameSize   in/out  outName's size in bytes; with VELK_BUFFER_TOO_SMALL the size needed. May be null
+ *   outEmail        out     room for 1024 bytes, as for outName: the e-mail address
+ *   inOutEmailSize  in/out  outEmail's size, as for outName. May be null
+ *
+ * VELK_OK                 answered with status 200; both texts written, without regard to the sizes
+ * VELK_MISSING_ARGUMENT   accessToken, outName or outEmail is null; an empty token is sent as it is
+ * VELK_TRANSFER_FAILED    the exchange failed
+ * VELK_TOKEN_REJECTED     status 400: Facebook refused the token
+ * VELK_UNEXPECTED_REPLY   any other status; or neither text could be read and both sizes suffice
+ * VELK_BUFFER_TOO_SMALL   neither text could be read, and a size is too small: both sizes needed are written
+ * VELK_NO_HANDLE          no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY      a memory allocation failed
+ */
+VELK_API int32_t GetFacebookUserNameEmail(const char* accessToken, char* outName, int32_t* inOutNameSize,
+                                          char* outEmail, int32_t* inOutEmailSize) VELK_NOEXCEPT;
+
+/*
+ * Uploads one video file in one multipart POST. A file below 50 MiB goes to the Graph API host and, when that
+ * fails for any reason (a cancel included), once more from its start to the video host, whose result counts.
+ * A larger file goes to the video host alone. Only the connection attempt is limited, to 5 seconds.
+ *
+ *   uploader     in/out  receives the progress, which starts again on the second host; a cancel aborts
+ *   accessToken  in      the user's or page's access token
+ *   info         in      targetId, filePath, title, description and privacy, which may be empty. The path
+ *                        is also what the form announces as the file's name, on Windows in the ANSI code page
+ *   outVideoId   out     room for 1024 bytes: the new video's identifier, NUL-terminated, cut at 1023
+ *                        characters
+ *
+ * VELK_OK                 the video exists; outVideoId written, on every other code it is left alone. Also when
+ *                         the connection broke behind an identifier
+ * VELK_MISSING_ARGUMENT   a pointer is null; accessToken, filePath, title or description is empty
+ * VELK_FILE_NOT_OPENED    the file cannot be opened for reading
+ * VELK_CANCELLED          the upload was cancelled
+ * VELK_TRANSFER_FAILED    the exchange failed
+ * VELK_NO_IDENTIFIER      status 200, or a connection that broke while the reply was read, without an
+ *                         identifier; the video may exist
+ * VELK_TOKEN_REJECTED     status 400: Facebook refused the token; or the video host's status 500 asks for a
+ *                         retry later
+ * VELK_SERVER_ERROR       the video host's status 500 asks for no retry
+ * VELK_UNEXPECTED_REPLY   any other status
+ * VELK_NO_HANDLE          no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY      a memory allocation failed
+ */
+VELK_API int32_t StartFacebookUploadVideo(FileUploader* uploader, const char* accessToken,
+                                          const FacebookUploadInfo* info, char* outVideoId) VELK_NOEXCEPT;
+
+/*
+ * Uploads one photo in one multipart POST, then sets its privacy in a second request of at most 30 seconds.
+ * For the upload only the connection attempt is limited, to 5 seconds.
+ *
+ *   uploader     in/out  receives the upload's progress; a cancel aborts the upload
+ *   accessToken  in      the user's or page's access token
+ *   info         in      targetId, filePath, description (the message) and privacy. The path is also what the
+ *                        form announces as the file's name, on Windows in the ANSI code page
+ *   outPostId    out     room for 1024 bytes: the identifier of the story about the photo ("post_id"),
+ *                        NUL-terminated, cut at 1023 characters
+ *
+ * VELK_OK                   the photo exists; outPostId written, or left alone when the reply names no story.
+ *                           A reply without the photo's own identifier leaves the privacy as it is
+ * VELK_PRIVACY_NOT_UPDATED  the photo exists, but its privacy could not be set; outPostId left alone. The
+ *                           upload's memory and its connection stay behind until the process ends
+ * VELK_MISSING_ARGUMENT     a pointer is null; accessToken, filePath, description or privacy is empty
+ * VELK_FILE_NOT_OPENED      the file cannot be opened for reading
+ * VELK_CANCELLED            the upload was cancelled
+ * VELK_TRANSFER_FAILED      the upload failed
+ * VELK_TOKEN_REJECTED       status 400: Facebook refused the token
+ * VELK_UNEXPECTED_REPLY     any other status than 200
+ * VELK_NO_HANDLE            no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY        a memory allocation failed
+ */
+VELK_API int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken,
+                                          const FacebookUploadInfo* info, char* outPostId) VELK_NOEXCEPT;
+
+/*
+ * Posts a text, a link or both to a feed, in one form POST limited to 30 seconds. The form is sent as it
+ * stands: percent-encode description and link yourself, or their '&', '=', '%' and '+' are read as the form's.
+ *
+ *   accessToken  in   the user's or page's access token
+ *   info         in   targetId, description (the message), link and privacy. A description or link "NULL"
+ *                     counts as absent, unless nothing else is there to be sent
+ *   outPostId    out  room for 1024 bytes: the post's identifier, NUL-terminated, cut at 1023 characters
+ *
+ * VELK_OK                 posted; outPostId written, on every other code it is left alone
+ * VELK_MISSING_ARGUMENT   a pointer is null; accessToken is empty; description and link are both empty
+ * VELK_CANCELLED          the transfer was aborted, which nothing asks for here
+ * VELK_TRANSFER_FAILED    the exchange failed
+ * VELK_NO_IDENTIFIER      status 200 without an identifier; the post may exist
+ * VELK_TOKEN_REJECTED     status 400: Facebook refused the token
+ * VELK_UNEXPECTED_REPLY   any other status
+ * VELK_NO_HANDLE          no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY      a memory allocation failed
+ */
+VELK_API int32_t PostFacebookComment(const char* accessToken, const FacebookUploadInfo* info,
+                                     char* outPostId) VELK_NOEXCEPT;
+
+/*
+ * Lists the pages that the user manages, in one GET limited to 10 seconds, for replies of up to 10240 bytes.
+ * Identifiers and names are paired by their order in the reply, and whatever carries either counts: a page's
+ * categories come out as pages of their own. A text ends at its first escape.
+ *
+ *   accessToken  in   the user's access token
+ *   outPages     out  the list: an array that the host owns and gives back to FreeFacebookUserPagesList, and
+ *                     never frees itself. Null: only count
+ *   outCount     out  the number of its elements
+ *
+ * VELK_OK                 both written
+ * VELK_NO_PAGES           the user manages no page; *outCount is 0, *outPages left alone
+ * VELK_MISSING_ARGUMENT   accessToken or outCount is null
+ * VELK_BUFFER_TOO_SMALL   the reply is longer than 10240 bytes
+ * VELK_TRANSFER_FAILED    the exchange failed, or its status is not 200
+ * VELK_UNEXPECTED_REPLY   any other failure: an empty token, no HTTP handle, or no memory
+ */
+VELK_API int32_t GetFacebookUserPagesList(const char* accessToken, FacebookPage** outPages,
+                                          int32_t* outCount) VELK_NOEXCEPT;
+
+/*
+ * Frees a list of pages and sets the host's pointer to null, so that a second call does nothing.
+ *
+ *   pages  in/out  the list that GetFacebookUserPagesList handed out; the pointer or what it points to may be
+ *                  null
+ *
+ * VELK_OK   always
+ */
+VELK_API int32_t FreeFacebookUserPagesList(FacebookPage** pages) VELK_NOEXCEPT;
+
+/*
+ * Changes something published earlier, by info->updateKind:
+ *
+ *   0  its message
+ *   1  the privacy of the object that the story objectId is about, if it is about one; then its message
+ *   2  its description
+ *
+ * Both texts come from info->description. Each form POST is limited to 30 seconds and sent as it stands, as
+ * with PostFacebookComment. A failed step ends the update; what was changed before stays changed.
+ *
+ *   accessToken  in  the user's or page's access token
+ *   objectId     in  the object, such as the identifier that an upload or a post gave back
+ *   info         in  updateKind, description and, for kind 1, privacy
+ *
+ * VELK_OK                    every step succeeded
+ * VELK_MESSAGE_NOT_UPDATED   kind 0: the message could not be set; a null accessToken or objectId included
+ * VELK_PRIVACY_NOT_UPDATED   kind 1: the privacy could not be set, or the object not be looked up. A privacy
+ *                            that was refused leaves the lookup's memory and its connection behind until the
+ *                            process ends
+ * VELK_TEXT_NOT_UPDATED      kind 1: the message could not be set; kind 2: the description could not
+ * VELK_UNEXPECTED_REPLY      any other kind; nothing was sent
+ * VELK_MISSING_ARGUMENT      info is null
+ */
+VELK_API int32_t SetFacebookUpdateInfo(const char* accessToken, const char* objectId,
+                                       const FacebookUploadInfo* info) VELK_NOEXCEPT;
+
+/*
+ * Fetches the address of the page that shows a photo. Only the connection attempt is limited, to 5 seconds.
+ * Escapes in the address are not decoded.
+ *
+ *   accessToken  in      the user's or page's access token
+ *   photoId      in      the photo's identifier
+ *   outUrl       out     the address, NUL-terminated; empty when the photo has none
+ *   inOutSize    in/out  outUrl's size in bytes; with VELK_BUFFER_TOO_SMALL the size needed. A negative size
+ *                        counts as very large, and null as no limit
+ *
+ * VELK_OK                 answered; outUrl written, on every other code it is left alone
+ * VELK_MISSING_ARGUMENT   a pointer other than inOutSize is null; empty texts are sent as they are
+ * VELK_CANCELLED          the transfer was aborted, which nothing asks for here
+ * VELK_TRANSFER_FAILED    the exchange failed
+ * VELK_BUFFER_TOO_SMALL   the address and its terminator do not fit
+ * VELK_TOKEN_REJECTED     status 400: Facebook refused the token
+ * VELK_UNEXPECTED_REPLY   any other status
+ * VELK_NO_HANDLE          no HTTP handle could be made
+ * VELK_OUT_OF_MEMORY      a memory allocation failed
+ */
+VELK_API int32_t GetFacebookPhotoUrl(const char* accessToken, const char* photoId, char* outUrl,
+                                     int32_t* inOutSize) VELK_NOEXCEPT;
+
+/*
+ * Composes the address of the page that shows a video; nothing is sent.
+ *
+ *   accessToken  in      must not be null, and is not used
+ *   videoId      in      the video's identifier
+ *   outUrl       in/out  a NUL-terminated text on entry, all of which is overwritten with zeros; receives the
+ *                        address
+ *   inOutSize    in/out  outUrl's size in bytes, at least the identifier's length and 46; with
+ *                        VELK_BUFFER_TOO_SMALL the size needed. A negative size counts as very large, and null
+ *                        as no limit
+ *
+ * VELK_OK                 outUrl written
+ * VELK_MISSING_ARGUMENT   a pointer other than inOutSize is null; outUrl left alone
+ * VELK_BUFFER_TOO_SMALL   the size is too small; outUrl is empty
+ * VELK_OUT_OF_MEMORY      a memory allocation failed; outUrl is empty
+ */
+VELK_API int32_t GetFacebookVideoUrl(const char* accessToken, const char* videoId, char* outUrl,
+                                     int32_t* inOutSize) VELK_NOEXCEPT;
+
+/*
+ * Fetches the address of a video's own file, for embedding. Parameters and results are those of
+ * GetFacebookPhotoUrl, and:
+ *
+ * VELK_UNSUPPORTED_GET    status 400: Facebook does not know the identifier, or gives no such address for it
+ * VELK_TRANSFER_FAILED    also when there is no memory to read the reply
+ */
+VELK_API int32_t GetFacebookVideoEmbedUrl(const char* accessToken, const char* videoId, char* outUrl,
+                                          int32_t* inOutSize) VELK_NOEXCEPT;
+
 /* ------------------------------------------------------------ Twitter */
 
 /* The host application's own Twitter credentials. 2048 bytes. */

@@ -1,4 +1,5 @@
 // Enters every stand-in service of the kit.
+#include "facebook.h"
 #include "service.h"
 #include "twitter.h"
 #include "youtube.h"
@@ -6,6 +7,7 @@
 namespace velk::sandbox {
 
 void AddAllServices(Services& services, Store& store, const std::string& address) {
+  services.Add(std::make_unique<Facebook>(store));
   services.Add(std::make_unique<Twitter>(store));
   services.Add(std::make_unique<Youtube>(store, address));
 }

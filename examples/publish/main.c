@@ -8,7 +8,7 @@
 
 enum { kUsageError = 2 };
 
-static const Command* const kServices[] = {kTwitterCommands, kYoutubeCommands};
+static const Command* const kServices[] = {kFacebookCommands, kTwitterCommands, kYoutubeCommands};
 enum { kServiceCount = sizeof kServices / sizeof *kServices };
 
 static void PrintHelp(FILE* out) {

@@ -32,6 +32,7 @@ typedef struct Command {
 } Command;
 
 /* Each service's commands, ended by a null name. */
+extern const Command kFacebookCommands[];
 extern const Command kTwitterCommands[];
 extern const Command kYoutubeCommands[];
 

@@ -124,4 +124,10 @@ std::string_view Transfer::EffectiveUrl() const noexcept {
 
 bool Transfer::Says(const char* text) const noexcept { return std::strstr(reply_.Text(), text) != nullptr; }
 
+void Transfer::Abandon() noexcept {
+  static_cast<void>(curl_.release());
+  reply_.data = nullptr;
+  reply_.size = 0;
+}
+
 }  // namespace velk

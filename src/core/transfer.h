@@ -74,6 +74,11 @@ class Transfer {
   // Whether the reply's body contains a text; the search ends at a NUL byte.
   bool Says(const char* text) const noexcept;
 
+  // Gives up the handle and the reply without releasing them: both stay allocated, and the connection open,
+  // until the process ends. Only for the few answers that are documented to leave them behind; nothing else
+  // may be called afterwards.
+  void Abandon() noexcept;
+
  private:
   struct Cleanup {
     void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }

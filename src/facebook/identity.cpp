@@ -1,0 +1,104 @@
+// The user's token and who the user is: exchange, check, name and e-mail.
+#include <cstdlib>
+#include <cstring>
+
+#include "facebook/facebook.h"
+#include "json/json.h"
+
+namespace velk {
+namespace {
+
+using namespace std::chrono_literals;
+
+// The lifetime in a reply, when there is one, as the unsigned number that the host reads.
+void ReadLifetime(const ResponseBuffer& reply, uint32_t* outExpiresIn) noexcept {
+  char digits[kValueRoom] = "";
+  if (!outExpiresIn || JsonGetExpiresIn(reply.Bytes(), nullptr, digits) != 0) return;
+  *outExpiresIn = static_cast<uint32_t>(std::strtoll(digits, nullptr, 10));
+}
+
+// Neither value could be read: tells the sizes when even these empty texts do not fit.
+int32_t NothingRead(std::string_view name, int32_t* nameSize, std::string_view email, int32_t* emailSize) {
+  if (Fits(name.size(), nameSize) && Fits(email.size(), emailSize)) return VELK_UNEXPECTED_REPLY;
+  TellSize(name.size(), nameSize);
+  TellSize(email.size(), emailSize);
+  return VELK_BUFFER_TOO_SMALL;
+}
+
+}  // namespace
+}  // namespace velk
+
+int32_t ExangeFacebookAccessToken(const char* appId, const char* appSecret, const char* exchangeToken,
+                                  char* outToken, uint32_t* outTokenLength, uint32_t* outExpiresIn) noexcept {
+  using namespace velk;
+  if (!appId || !appSecret || !exchangeToken || !outToken || !outTokenLength) return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    Transfer exchange;
+    if (!exchange) return VELK_NO_HANDLE;
+    exchange
+        .Url(Concat({kGraphApi, "oauth/access_token?grant_type=fb_exchange_token&client_id=", appId,
+                     "&client_secret=", appSecret, "&fb_exchange_token=", exchangeToken}))
+        .Get()
+        .Timeout(10s);
+    const int32_t result = GraphResult(exchange, exchange.Perform());
+    if (result != VELK_OK) return result;
+
+    // The scan cuts its text to pieces, and the lifetime is still to be read: it gets a copy.
+    std::string pieces = exchange.Reply().Text();
+    char token[kValueRoom] = "";
+    QuotedTokenAfter(pieces.data(), "access_token", token);
+    ReadLifetime(exchange.Reply(), outExpiresIn);
+    CopyText(token, {outToken, kValueRoom});
+    *outTokenLength = static_cast<uint32_t>(std::strlen(token));
+    return VELK_OK;
+  });
+}
+
+int32_t CheckFacebookAccessTokenValid(const char* appId, const char* accessToken,
+                                      uint32_t* outValid) noexcept {
+  using namespace velk;
+  if (!appId || !accessToken || !outValid) return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    Transfer check;
+    if (!check) return VELK_NO_HANDLE;
+    check.Url(Concat({kGraphApi, "oauth/access_token_info?client_id=", appId, "&access_token=", accessToken}))
+        .Get()
+        .Timeout(10s);
+    if (check.Perform() != CURLE_OK) return VELK_TRANSFER_FAILED;
+
+    if (check.Status() == 200) {
+      *outValid = 1;
+      // The answer is complete and stands; only its handle, reply and connection stay behind.
+      check.Abandon();
+      return VELK_OK;
+    }
+    *outValid = 0;
+    char type[kValueRoom] = "";
+    JsonGetStringValue(check.Reply().Bytes(), "type", type);
+    return std::strcmp(type, "OAuthException") == 0 ? VELK_OK : VELK_UNEXPECTED_REPLY;
+  });
+}
+
+int32_t GetFacebookUserNameEmail(const char* accessToken, char* outName, int32_t* inOutNameSize,
+                                 char* outEmail, int32_t* inOutEmailSize) noexcept {
+  using namespace velk;
+  if (!accessToken || !outName || !outEmail) return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    Transfer query;
+    if (!query) return VELK_NO_HANDLE;
+    const int32_t result = GetObject(query, "me", accessToken);
+    if (result != VELK_OK) return result;
+
+    char name[kValueRoom] = "";
+    char email[kValueRoom] = "";
+    ResponseBuffer& reply = query.Reply();
+    const bool named = QuotedTokenAfter(reply.data, "name", name) == 0;
+    // Reading the name has put terminators into the reply, and the e-mail is sought in what that left: the
+    // first of them ends the search, so the e-mail stays empty behind any quoted text.
+    const bool mailed = JsonGetEmail(reply.Bytes(), nullptr, email) == 0;
+    if (!named && !mailed) return NothingRead(name, inOutNameSize, email, inOutEmailSize);
+    CopyText(name, {outName, kValueRoom});
+    CopyText(email, {outEmail, kValueRoom});
+    return VELK_OK;
+  });
+}

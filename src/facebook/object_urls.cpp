@@ -1,0 +1,78 @@
+// The addresses under which a photo or a video can be shown.
+#include <cstring>
+
+#include "facebook/facebook.h"
+#include "json/json.h"
+
+namespace velk {
+namespace {
+
+// Which member of an object holds the address, and how its absence is told.
+struct Address {
+  const char* member;
+  int32_t unreadable;     // the reply could not be split
+  bool tellsUnsupported;  // the object's kind may have no such address
+};
+
+constexpr Address kPhotoLink{"link", VELK_OK, false};
+constexpr Address kVideoSource{"source", VELK_TRANSFER_FAILED, true};
+
+int32_t PutUrl(std::string_view url, char* outUrl, int32_t* inOutSize) noexcept {
+  if (!Fits(url.size(), inOutSize)) {
+    TellSize(url.size(), inOutSize);
+    return VELK_BUFFER_TOO_SMALL;
+  }
+  CopyText(url, {outUrl, url.size() + 1});
+  return VELK_OK;
+}
+
+int32_t LookUp(const Address& address, const char* accessToken, const char* objectId, char* outUrl,
+               int32_t* inOutSize) noexcept {
+  if (!accessToken || !objectId || !outUrl) return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    Transfer lookup;
+    if (!lookup) return VELK_NO_HANDLE;
+    const int32_t result = GetObject(lookup, objectId, accessToken);
+    if (result == VELK_UNEXPECTED_REPLY && address.tellsUnsupported && lookup.Status() == 400 &&
+        lookup.Says("Unsupported get request."))
+      return VELK_UNSUPPORTED_GET;
+    if (result != VELK_OK) return result;
+
+    // No value is longer than the reply that holds it. Without one the address is empty.
+    std::string url(lookup.Reply().Bytes().size() + 1, '\0');
+    if (QuotedTokenAfter(lookup.Reply().data, address.member, url) != 0) return address.unreadable;
+    return PutUrl(url.c_str(), outUrl, inOutSize);
+  });
+}
+
+}  // namespace
+}  // namespace velk
+
+int32_t GetFacebookPhotoUrl(const char* accessToken, const char* photoId, char* outUrl,
+                            int32_t* inOutSize) noexcept {
+  return velk::LookUp(velk::kPhotoLink, accessToken, photoId, outUrl, inOutSize);
+}
+
+int32_t GetFacebookVideoEmbedUrl(const char* accessToken, const char* videoId, char* outUrl,
+                                 int32_t* inOutSize) noexcept {
+  return velk::LookUp(velk::kVideoSource, accessToken, videoId, outUrl, inOutSize);
+}
+
+int32_t GetFacebookVideoUrl(const char* accessToken, const char* videoId, char* outUrl,
+                            int32_t* inOutSize) noexcept {
+  using namespace velk;
+  // The room asked for beside the identifier; the address takes two bytes less.
+  constexpr size_t kRoomBesideId = 46;
+  if (!accessToken || !videoId || !outUrl) return VELK_MISSING_ARGUMENT;
+  std::memset(outUrl, 0, std::strlen(outUrl));
+  const std::string_view id = videoId;
+  const size_t needed = id.size() + kRoomBesideId;
+  if (!Fits(needed - 1, inOutSize)) {
+    TellSize(needed - 1, inOutSize);
+    return VELK_BUFFER_TOO_SMALL;
+  }
+  return Guarded([&]() -> int32_t {
+    CopyText(Concat({kFacebookWeb, "video/video.php?v=", id}), {outUrl, needed});
+    return VELK_OK;
+  });
+}

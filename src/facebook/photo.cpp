@@ -1,0 +1,56 @@
+// Uploading a photo and setting its privacy.
+#include "facebook/facebook.h"
+#include "json/json.h"
+
+namespace velk {
+namespace {
+
+using namespace std::chrono_literals;
+
+bool LacksText(const char* accessToken, const FacebookUploadInfo& info) noexcept {
+  return *accessToken == '\0' || *info.filePath == '\0' || *info.description == '\0' || *info.privacy == '\0';
+}
+
+int32_t SendPhoto(Transfer& upload, FileUploader* uploader, const char* accessToken,
+                  const FacebookUploadInfo& info, const NativePath& path, UploadFile& file) {
+  upload.Url(Concat({kGraphApi, NodeOf(info), "/photos?access_token=", accessToken}))
+      .ConnectTimeout(5s)
+      .Post()
+      .Progress(&UploadProgressCallback, uploader)
+      .FormField("message", Field(info.description))
+      .FormFile(file, NarrowPath(path));
+  const CURLcode failure = upload.Perform();
+  file.Close();
+  return GraphResult(upload, failure);
+}
+
+}  // namespace
+}  // namespace velk
+
+int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken,
+                                 const FacebookUploadInfo* info, char* outPostId) noexcept {
+  using namespace velk;
+  if (!uploader || !accessToken || !info || !outPostId) return VELK_MISSING_ARGUMENT;
+  if (LacksText(accessToken, *info)) return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    const NativePath path = WidenPath(Field(info->filePath));
+    UploadFile file(path);
+    if (!file) return VELK_FILE_NOT_OPENED;
+    Transfer upload;
+    if (!upload) return VELK_NO_HANDLE;
+    const int32_t result = SendPhoto(upload, uploader, accessToken, *info, path, file);
+    if (result != VELK_OK) return result;
+
+    const std::string_view reply = upload.Reply().Bytes();
+    char photoId[kValueRoom] = "";
+    const bool identified = JsonGetStringValue(reply, "id", photoId) == 0;
+    if (identified && UpdatePrivacy(accessToken, *info, photoId) != VELK_OK) {
+      // The photo is published; only the upload's handle, reply and connection stay behind.
+      upload.Abandon();
+      return VELK_PRIVACY_NOT_UPDATED;
+    }
+    // A reply without the story's identifier leaves the host's buffer alone.
+    JsonGetStringValue(reply, "post_id", {outPostId, kValueRoom});
+    return VELK_OK;
+  });
+}

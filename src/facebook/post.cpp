@@ -1,0 +1,40 @@
+// Posting a text or a link to a feed.
+#include "facebook/facebook.h"
+#include "json/json.h"
+
+namespace velk {
+namespace {
+
+// Hosts write "NULL" into a field that holds nothing.
+bool IsSet(std::string_view field) noexcept { return !field.empty() && field != "NULL"; }
+
+// What is sent stands as the host wrote it, unescaped, and with a blank in its privacy object. A "NULL" that
+// has nothing beside it goes out as it is.
+std::string ComposeBody(const FacebookUploadInfo& info) {
+  const std::string_view message = Field(info.description);
+  const std::string_view link = Field(info.link);
+  const std::string privacy = Concat({"&privacy={'value': '", Field(info.privacy), "'}"});
+  if (IsSet(link) && IsSet(message)) return Concat({"message=", message, "&link=", link, privacy});
+  if (!IsSet(link) && !message.empty()) return Concat({"message=", message, privacy});
+  return Concat({"link=", link, privacy});
+}
+
+}  // namespace
+}  // namespace velk
+
+int32_t PostFacebookComment(const char* accessToken, const FacebookUploadInfo* info,
+                            char* outPostId) noexcept {
+  using namespace velk;
+  if (!accessToken || !info || !outPostId) return VELK_MISSING_ARGUMENT;
+  if (*info->description == '\0' && *info->link == '\0') return VELK_MISSING_ARGUMENT;
+  if (*accessToken == '\0') return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    Transfer post;
+    if (!post) return VELK_NO_HANDLE;
+    const std::string url = Concat({kGraphApi, NodeOf(*info), "/feed?access_token=", accessToken});
+    const int32_t result = PostForm(post, url, ComposeBody(*info));
+    if (result != VELK_OK) return result;
+    const bool found = JsonGetStringValue(post.Reply().Bytes(), "id", {outPostId, kValueRoom}) == 0;
+    return found ? VELK_OK : VELK_NO_IDENTIFIER;
+  });
+}

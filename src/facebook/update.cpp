@@ -1,0 +1,83 @@
+// Changing the text or the privacy of what was published.
+#include "facebook/facebook.h"
+#include "json/json.h"
+
+namespace velk {
+namespace {
+
+// The one small POST behind every change; only its body differs.
+int32_t ChangeObject(const char* accessToken, const char* objectId,
+                     std::initializer_list<std::string_view> body) noexcept {
+  return Guarded([&]() -> int32_t {
+    Transfer change;
+    if (!change) return VELK_NO_HANDLE;
+    return PostForm(change, ObjectUrl(objectId, accessToken), Concat(body));
+  });
+}
+
+int32_t UpdateMessage(const char* accessToken, const char* objectId,
+                      const FacebookUploadInfo& info) noexcept {
+  if (!accessToken || !objectId) return VELK_MISSING_ARGUMENT;
+  return ChangeObject(accessToken, objectId, {"message=", Field(info.description)});
+}
+
+int32_t UpdateDescription(const char* accessToken, const char* objectId,
+                          const FacebookUploadInfo& info) noexcept {
+  if (!accessToken || !objectId) return VELK_MISSING_ARGUMENT;
+  return ChangeObject(accessToken, objectId, {"description=", Field(info.description)});
+}
+
+// Sets the privacy of the object that a story is about. A story about nothing has none to set.
+int32_t UpdateObjectPrivacy(const char* accessToken, const char* storyId,
+                            const FacebookUploadInfo& info) noexcept {
+  if (!accessToken || !storyId) return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    Transfer lookup;
+    if (!lookup) return VELK_NO_HANDLE;
+    const int32_t result = GetObject(lookup, storyId, accessToken);
+    if (result != VELK_OK) return result;
+    char objectId[kValueRoom] = "";
+    if (JsonGetStringValue(lookup.Reply().Bytes(), "object_id", objectId) != 0) return VELK_OK;
+    if (UpdatePrivacy(accessToken, info, objectId) == VELK_OK) return VELK_OK;
+    // Nothing was changed; only the lookup's handle, reply and connection stay behind.
+    lookup.Abandon();
+    return VELK_PRIVACY_NOT_UPDATED;
+  });
+}
+
+// What each kind of update does, in order, and what the host hears when that step fails.
+struct Step {
+  uint32_t updateKind;
+  int32_t (*run)(const char* accessToken, const char* objectId, const FacebookUploadInfo& info) noexcept;
+  int32_t failure;
+};
+
+constexpr Step kSteps[] = {
+    {0, &UpdateMessage, VELK_MESSAGE_NOT_UPDATED},
+    {1, &UpdateObjectPrivacy, VELK_PRIVACY_NOT_UPDATED},
+    {1, &UpdateMessage, VELK_TEXT_NOT_UPDATED},
+    {2, &UpdateDescription, VELK_TEXT_NOT_UPDATED},
+};
+
+}  // namespace
+
+int32_t UpdatePrivacy(const char* accessToken, const FacebookUploadInfo& info,
+                      const char* objectId) noexcept {
+  if (!objectId || *accessToken == '\0' || *objectId == '\0') return VELK_MISSING_ARGUMENT;
+  return ChangeObject(accessToken, objectId, {"privacy={'value':'", Field(info.privacy), "'}"});
+}
+
+}  // namespace velk
+
+int32_t SetFacebookUpdateInfo(const char* accessToken, const char* objectId,
+                              const FacebookUploadInfo* info) noexcept {
+  using namespace velk;
+  if (!info) return VELK_MISSING_ARGUMENT;
+  int32_t result = VELK_UNEXPECTED_REPLY;
+  for (const Step& step : kSteps) {
+    if (step.updateKind != info->updateKind) continue;
+    if (step.run(accessToken, objectId, *info) != VELK_OK) return step.failure;
+    result = VELK_OK;
+  }
+  return result;
+}

@@ -1,0 +1,90 @@
+// Uploading a video, by the route that its size calls for.
+#include "facebook/facebook.h"
+#include "json/json.h"
+
+namespace velk {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Where a video can go. Only one of the hosts tells what its status 500 means.
+struct VideoRoute {
+  std::string_view host;
+  bool explainsServerError;
+};
+
+constexpr VideoRoute kSmallFileRoute{kGraphApi, false};
+constexpr VideoRoute kLargeFileRoute{kGraphVideo, true};
+
+constexpr int32_t kLargeFileMebibytes = 50;
+
+bool LacksText(const char* accessToken, const FacebookUploadInfo& info) noexcept {
+  return *accessToken == '\0' || *info.filePath == '\0' || *info.title == '\0' || *info.description == '\0';
+}
+
+int32_t ReadVideoId(const ResponseBuffer& reply, char* outVideoId) noexcept {
+  const bool found = JsonGetStringValue(reply.Bytes(), "id", {outVideoId, kValueRoom}) == 0;
+  return found ? VELK_OK : VELK_NO_IDENTIFIER;
+}
+
+int32_t JudgeVideo(const VideoRoute& route, const Transfer& upload, CURLcode failure,
+                   char* outVideoId) noexcept {
+  // The host may have taken the video and answered before the connection broke.
+  if (failure == CURLE_RECV_ERROR) return ReadVideoId(upload.Reply(), outVideoId);
+  const int32_t result = GraphResult(upload, failure);
+  if (result == VELK_OK) return ReadVideoId(upload.Reply(), outVideoId);
+  if (failure != CURLE_OK || upload.Status() != 500 || !route.explainsServerError) return result;
+  const bool retry = upload.Says("An unexpected error has occurred. Please retry your request later.");
+  return retry ? VELK_TOKEN_REJECTED : VELK_SERVER_ERROR;
+}
+
+// Uploads the whole file on one route. Running out of memory is this route's result, not the call's.
+int32_t UploadVideo(const VideoRoute& route, FileUploader* uploader, const char* accessToken,
+                    const FacebookUploadInfo& info, char* outVideoId, const NativePath& path) noexcept {
+  return Guarded([&]() -> int32_t {
+    if (LacksText(accessToken, info)) return VELK_MISSING_ARGUMENT;
+    UploadFile file(path);
+    if (!file) return VELK_FILE_NOT_OPENED;
+    Transfer upload;
+    if (!upload) return VELK_NO_HANDLE;
+    upload
+        .Url(Concat({route.host, NodeOf(info), "/videos/uploaded?privacy={'value':'", Field(info.privacy),
+                     "'}&access_token=", accessToken}))
+        .ConnectTimeout(5s)
+        .Post()
+        .Progress(&UploadProgressCallback, uploader)
+        .FormField("title", Field(info.title))
+        .FormField("description", Field(info.description))
+        .FormFile(file, NarrowPath(path));
+    const CURLcode failure = upload.Perform();
+    file.Close();
+    return JudgeVideo(route, upload, failure, outVideoId);
+  });
+}
+
+// Whole mebibytes in 32 bits, by which the route is chosen.
+int32_t Mebibytes(int64_t size) noexcept { return static_cast<int32_t>(size / 1024 / 1024); }
+
+}  // namespace
+}  // namespace velk
+
+int32_t StartFacebookUploadVideo(FileUploader* uploader, const char* accessToken,
+                                 const FacebookUploadInfo* info, char* outVideoId) noexcept {
+  using namespace velk;
+  if (!uploader || !accessToken || !info || !outVideoId) return VELK_MISSING_ARGUMENT;
+  if (LacksText(accessToken, *info)) return VELK_MISSING_ARGUMENT;
+  return Guarded([&]() -> int32_t {
+    const NativePath path = WidenPath(Field(info->filePath));
+    UploadFile file(path);
+    if (!file) return VELK_FILE_NOT_OPENED;
+    file.Close();
+
+    const auto uploadOn = [&](const VideoRoute& route) {
+      return UploadVideo(route, uploader, accessToken, *info, outVideoId, path);
+    };
+    // A small file has a second chance, whatever the first failure was: a cancel stays asked in the handle
+    // and ends the second upload as well.
+    if (Mebibytes(file.Size()) < kLargeFileMebibytes && uploadOn(kSmallFileRoute) == VELK_OK) return VELK_OK;
+    return uploadOn(kLargeFileRoute);
+  });
+}

@@ -1,0 +1,349 @@
+// What the small calls to Facebook read out of replies and put into them: tokens, names, posts, pages, updates
+// and addresses.
+#include <cstring>
+
+#include "api/facebook_test.h"
+
+namespace velk::test {
+namespace {
+
+class FacebookReplies : public FacebookTest {};
+
+TEST_F(FacebookReplies, ReadsTheTradedToken) {
+  struct Row {
+    const char* name;
+    std::string body;
+    std::string token;
+    uint32_t lifetime;  // 99: left alone
+  };
+  const Row rows[] = {
+      {"both", R"({"access_token":"abc","token_type":"bearer","expires_in":5183944})", "abc", 5183944},
+      {"no lifetime", R"({"access_token":"abc","token_type":"bearer"})", "abc", 99},
+      {"no token", R"({"token_type":"bearer","expires_in":7})", "", 7},
+      {"a blank behind the colon", R"({"access_token": "abc"})", ": ", 99},
+      {"no colon", R"("access_token""abc")", "abc", 99},
+      {"a form", "access_token=abc&expires=5", "", 99},
+      {"nothing behind the name", R"({"access_token")", "", 99},
+      {"a lifetime beyond 31 bits", R"({"expires_in":4000000000,"access_token":"a"})", "a", 4000000000},
+      {"a negative lifetime", R"({"expires_in":-1,"access_token":"a"})", "a", 4294967295},
+      {"a long reply", R"({"x":")" + Repeat('x', 5000) + R"(","access_token":"abc","expires_in":1})", "abc",
+       1},
+      {"a long token", R"({"access_token":")" + Repeat('t', 1500) + "\"}", Repeat('t', 1023), 99},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    uint32_t length = 77;
+    uint32_t lifetime = 99;
+    text[1024] = '#';
+    sandbox.Add({.body = row.body});
+    EXPECT_EQ(ExangeFacebookAccessToken("a", "s", "t", text, &length, &lifetime), VELK_OK);
+    EXPECT_EQ(text, row.token);
+    EXPECT_EQ(length, row.token.size());
+    EXPECT_EQ(lifetime, row.lifetime);
+    EXPECT_EQ(text[1024], '#');
+  }
+  uint32_t length = 0;
+  sandbox.Add({.body = rows[0].body});
+  EXPECT_EQ(ExangeFacebookAccessToken("a", "s", Repeat('t', 4000).c_str(), text, &length, nullptr), VELK_OK);
+  EXPECT_TRUE(sandbox.Requests().back().Query().ends_with(Repeat('t', 4000)));
+}
+
+TEST_F(FacebookReplies, ReadsTheNameAndLosesTheEmail) {
+  const std::pair<std::string, std::string> rows[] = {
+      {R"({"id":"1","name":"Vera Velk","email":"v@velk.example"})", "Vera Velk"},
+      {R"({"email":"v@velk.example","name":"Vera"})", "Vera"},
+      {R"({"name":"Vera"})", "Vera"},
+      {R"({"email":"v@velk.example"})", ""},
+      {R"({"name":"V\u00e9ra \/ \"V\""})", R"(V\u00e9ra \/ \)"},
+      {R"({"name":12,"email":"e"})", ":12,"},
+      {R"({"name":")" + Repeat('n', 2000) + "\"}", Repeat('n', 1023)},
+  };
+  for (const auto& [body, name] : rows) {
+    SCOPED_TRACE(body);
+    char email[1024] = "untouched";
+    int32_t nameSize = 1;
+    int32_t emailSize = -1;
+    text[1024] = '#';
+    sandbox.Add({.body = body});
+    EXPECT_EQ(GetFacebookUserNameEmail("t", text, &nameSize, email, &emailSize), VELK_OK);
+    EXPECT_EQ(text, name);
+    EXPECT_STREQ(email, "");
+    EXPECT_EQ(nameSize, 1) << "the sizes play no part here";
+    EXPECT_EQ(emailSize, -1);
+    EXPECT_EQ(text[1024], '#');
+  }
+  char email[1024] = "";
+  sandbox.Add({.body = rows[0].first});
+  EXPECT_EQ(GetFacebookUserNameEmail("t", text, nullptr, email, nullptr), VELK_OK);
+}
+
+TEST_F(FacebookReplies, TellsWhetherATokenIsValid) {
+  uint32_t valid = 7;
+  EXPECT_EQ(CheckFacebookAccessTokenValid("app", "token", &valid), VELK_OK);
+  EXPECT_EQ(valid, 1U);
+  EXPECT_EQ(CheckFacebookAccessTokenValid("app", "expired", &valid), VELK_OK);
+  EXPECT_EQ(valid, 0U);
+  for (const char* undecided : {R"({"error":{"type":"GraphMethodException"}})", R"({"type":"OAuth)", ""}) {
+    valid = 7;
+    sandbox.Add({.status = 400, .body = undecided});
+    EXPECT_EQ(CheckFacebookAccessTokenValid("app", "token", &valid), VELK_UNEXPECTED_REPLY) << undecided;
+    EXPECT_EQ(valid, 0U);
+  }
+}
+
+TEST_F(FacebookReplies, ComposesEachPost) {
+  struct Row {
+    std::string link;
+    std::string message;
+    std::string body;
+  };
+  const std::string privacy = "&privacy={'value': 'SELF'}";
+  const std::string longLink = Repeat('l', sizeof info.link);
+  const std::string longMessage = Repeat('m', sizeof info.description);
+  const Row rows[] = {
+      {"http://l/", "m", "message=m&link=http://l/" + privacy},
+      {"http://l/", "", "link=http://l/" + privacy},
+      {"http://l/", "NULL", "link=http://l/" + privacy},
+      {"", "m", "message=m" + privacy},
+      {"", "NULL", "message=NULL" + privacy},
+      {"NULL", "m", "message=m" + privacy},
+      {"NULL", "NULL", "message=NULL" + privacy},
+      {"NULL", "", "link=NULL" + privacy},
+      {"NULLs", "null", "message=null&link=NULLs" + privacy},
+      {longLink, longMessage, "message=" + longMessage + "&link=" + longLink + privacy},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.body.substr(0, 40));
+    sandbox.Reset();
+    sandbox.Add({.body = R"({"id":"1_2"})"});
+    Fill(info.link, row.link);
+    Fill(info.description, row.message);
+    EXPECT_EQ(PostFacebookComment("t", &info, text), VELK_OK);
+    EXPECT_STREQ(text, "1_2");
+    EXPECT_EQ(sandbox.Only().body, row.body);
+  }
+  *info.link = *info.description = '\0';
+  EXPECT_EQ(PostFacebookComment("t", &info, text), VELK_MISSING_ARGUMENT);
+}
+
+TEST_F(FacebookReplies, ChoosesTheNodeByItsNumber) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"", "me"},
+      {"0", "me"},
+      {"-000", "me"},
+      {"NULL", "me"},
+      {"abc1", "me"},
+      {"0x1", "me"},
+      {"+-1", "me"},
+      {"123abc", "123abc"},
+      {"007", "007"},
+      {"-5", "-5"},
+      {"+5", "+5"},
+      {"4294967296", "4294967296"},
+      {"104000000000001", "104000000000001"},
+      {Repeat('1', 260), Repeat('1', 260)},
+  };
+  for (const auto& [target, node] : rows) {
+    SCOPED_TRACE(target);
+    sandbox.Reset();
+    sandbox.Add({.body = R"({"id":"1"})"});
+    Fill(info.targetId, target);
+    EXPECT_EQ(PostFacebookComment("t", &info, text), VELK_OK);
+    EXPECT_EQ(sandbox.Only().Path(), "/" + node + "/feed");
+  }
+}
+
+TEST_F(FacebookReplies, PairsPagesByTheirOrder) {
+  using Pages = std::vector<std::pair<std::string, std::string>>;
+  struct Row {
+    const char* name;
+    std::string body;
+    int32_t result;
+    Pages pages;
+  };
+  const Row rows[] = {
+      {"none", R"({"data":[]})", VELK_NO_PAGES, {}},
+      {"two", R"({"data":[{"name":"A","id":"1"},{"id":"2","name":"B"}]})", VELK_OK, {{"1", "A"}, {"2", "B"}}},
+      {"categories in front",
+       R"({"data":[{"category_list":[{"id":"22","name":"Media"}],"name":"A","id":"1"}]})",
+       VELK_OK,
+       {{"22", "Media"}, {"1", "A"}}},
+      {"a category in between",
+       R"({"data":[{"name":"A","category_list":[{"id":"22","name":"Media"}],"id":"1"}]})",
+       VELK_OK,
+       {{"22", "A"}, {"1", "Media"}}},
+      {"fewer names", R"({"data":[{"id":"1"},{"id":"2","name":"B"}]})", VELK_OK, {{"1", "B"}, {"2", ""}}},
+      {"more names", R"([{"name":"X"},{"name":"A","id":"1"}])", VELK_OK, {{"1", "X"}}},
+      {"an identifier that is a number",
+       R"([{"id":"1","name":"A"},{"id":2,"name":"B"},{"id":"3","name":"C"}])",
+       VELK_OK,
+       {{"1", "A"}}},
+      {"a number alone", R"([{"id":2,"name":"B"}])", VELK_NO_PAGES, {}},
+      {"a number that ends its object",
+       R"([{"name":"A","id":22},{"name":"B","id":"1"}])",
+       VELK_OK,
+       {{"name", "A"}, {"1", ""}}},
+      {"a name that is a number", R"([{"id":"1","name":12345,"x":"y"}])", VELK_OK, {{"1", "x2345"}}},
+      {"a name that reads id", R"([{"name":"id","id":"1"}])", VELK_NO_PAGES, {}},
+      {"an escape in a name",
+       R"([{"id":"1","name":"Caf\u00e9 X"},{"id":"2","name":"\"B\""}])",
+       VELK_OK,
+       {{"1", "Caf"}, {"2", ""}}},
+      {"a break", R"([{"id":"1","name":"A"},oops{"id":"2","name":"B"}])", VELK_OK, {{"1", "A"}}},
+      {"a cut reply", R"([{"id":"1","name":"A"},{"id":"2","name":"B)", VELK_OK, {{"1", "A"}, {"2", ""}}},
+      {"a zero byte",
+       R"([{"id":"1","name":"A"},)" + std::string(1, '\0') + R"({"id":"2"}])",
+       VELK_OK,
+       {{"1", "A"}}},
+      {"long texts",
+       R"([{"id":")" + Repeat('1', 300) + R"(","name":")" + Repeat('n', 1100) + "\"}]",
+       VELK_OK,
+       {{Repeat('1', 259), Repeat('n', 1023)}}},
+      {"a full reply", R"([{"id":"1","name":"A"}])" + Repeat(' ', 10217), VELK_OK, {{"1", "A"}}},
+      {"a full reply to its last byte",
+       R"([{"x":")" + Repeat('x', 10209) + R"("},{"id":"1")",
+       VELK_OK,
+       {{"1", ""}}},
+      {"a longer reply", R"([{"id":"1","name":"A"}])" + Repeat(' ', 10218), VELK_BUFFER_TOO_SMALL, {}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    FacebookPage marker{};
+    FacebookPage* pages = &marker;
+    int32_t count = -7;
+    sandbox.Add({.body = row.body});
+    ASSERT_EQ(GetFacebookUserPagesList("t", &pages, &count), row.result);
+    EXPECT_EQ(count, row.result == VELK_BUFFER_TOO_SMALL ? -7 : static_cast<int32_t>(row.pages.size()));
+    if (row.result != VELK_OK) {
+      EXPECT_EQ(pages, &marker);
+      continue;
+    }
+    Pages listed;
+    for (int32_t index = 0; index < count; ++index) listed.emplace_back(pages[index].id, pages[index].name);
+    EXPECT_EQ(listed, row.pages);
+    EXPECT_EQ(FreeFacebookUserPagesList(&pages), VELK_OK);
+    EXPECT_EQ(pages, nullptr);
+  }
+  int32_t count = -7;
+  EXPECT_EQ(GetFacebookUserPagesList("t", nullptr, &count), VELK_OK) << "against the stand-in service";
+  EXPECT_EQ(count, 4) << "two pages, each with a category";
+  EXPECT_EQ(GetFacebookUserPagesList("pageless", nullptr, &count), VELK_NO_PAGES);
+}
+
+TEST_F(FacebookReplies, UpdatesStepByStep) {
+  struct Row {
+    const char* name;
+    uint32_t kind;
+    std::vector<Script> replies;
+    int32_t result;
+    std::vector<std::string> arrived;
+  };
+  const std::string get = "GET graph.facebook.com/1_2";
+  const std::string privacy = "POST graph.facebook.com/22 privacy={'value':'SELF'}";
+  const std::string message = "POST graph.facebook.com/1_2 message=about a";
+  const Script about{.body = R"({"id":"1_2","object_id":"22"})"};
+  const Script refused{.status = 400, .body = kRejectedToken};
+  const Row rows[] = {
+      {"message", 0, {{}}, VELK_OK, {message}},
+      {"message refused", 0, {refused}, VELK_MESSAGE_NOT_UPDATED, {message}},
+      {"all of it", 1, {about, {}, {}}, VELK_OK, {get, privacy, message}},
+      {"no object", 1, {{.body = R"({"id":"1_2"})"}, {}}, VELK_OK, {get, message}},
+      {"lookup refused", 1, {refused}, VELK_PRIVACY_NOT_UPDATED, {get}},
+      {"privacy refused", 1, {about, refused}, VELK_PRIVACY_NOT_UPDATED, {get, privacy}},
+      {"an empty object", 1, {{.body = R"({"object_id":""})"}}, VELK_PRIVACY_NOT_UPDATED, {get}},
+      {"message refused behind it", 1, {about, {}, refused}, VELK_TEXT_NOT_UPDATED, {get, privacy, message}},
+      {"description", 2, {{}}, VELK_OK, {"POST graph.facebook.com/1_2 description=about a"}},
+      {"unknown kind", 3, {}, VELK_UNEXPECTED_REPLY, {}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    for (const Script& reply : row.replies) sandbox.Add(reply);
+    info.updateKind = row.kind;
+    EXPECT_EQ(SetFacebookUpdateInfo("t", "1_2", &info), row.result);
+    EXPECT_EQ(Arrived(), row.arrived);
+  }
+  sandbox.Reset();
+  const int32_t missing[] = {VELK_MESSAGE_NOT_UPDATED, VELK_PRIVACY_NOT_UPDATED, VELK_TEXT_NOT_UPDATED,
+                             VELK_UNEXPECTED_REPLY};
+  for (info.updateKind = 0; info.updateKind < 4; ++info.updateKind) {
+    EXPECT_EQ(SetFacebookUpdateInfo(nullptr, "1_2", &info), missing[info.updateKind]);
+    EXPECT_EQ(SetFacebookUpdateInfo("t", nullptr, &info), missing[info.updateKind]);
+  }
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
+TEST_F(FacebookReplies, PutsAddressesThatFit) {
+  struct Row {
+    const char* name;
+    std::string value;  // what stands behind the member's name and colon
+    int32_t size;
+    int32_t result;
+    std::string url;
+    int32_t sizeAfter;
+  };
+  const std::string far = "https://x/" + Repeat('y', 3000);
+  const Row rows[] = {
+      {"exact fit", "\"https://x/1\"", 12, VELK_OK, "https://x/1", 12},
+      {"one less", "\"https://x/1\"", 11, VELK_BUFFER_TOO_SMALL, kUntouched, 12},
+      {"nothing", "\"https://x/1\"", 0, VELK_BUFFER_TOO_SMALL, kUntouched, 12},
+      {"negative", "\"https://x/1\"", -1, VELK_OK, "https://x/1", -1},
+      {"most negative", "\"https://x/1\"", INT32_MIN, VELK_OK, "https://x/1", INT32_MIN},
+      {"longer than any buffer", '"' + far + '"', 3011, VELK_OK, far, 3011},
+      {"longer than the size", '"' + far + '"', 1024, VELK_BUFFER_TOO_SMALL, kUntouched, 3011},
+      {"no text", "null", 1, VELK_OK, "", 1},
+      {"no text and no room", "{}", 0, VELK_BUFFER_TOO_SMALL, kUntouched, 1},
+      {"a blank", " \"https://x/1\"", 9, VELK_OK, ": ", 9},
+      {"escapes", R"("https:\/\/x\/1")", 99, VELK_OK, R"(https:\/\/x\/1)", 99},
+  };
+  const std::pair<const char*, decltype(&GetFacebookPhotoUrl)> lookups[] = {
+      {"link", GetFacebookPhotoUrl}, {"source", GetFacebookVideoEmbedUrl}};
+  for (const auto& [member, lookUp] : lookups) {
+    for (const Row& row : rows) {
+      SCOPED_TRACE(std::string(member) + ": " + row.name);
+      const std::string name = row.value.find('"') != std::string::npos ? member : "other";
+      std::vector<char> out(4000);
+      std::strcpy(out.data(), kUntouched);
+      int32_t size = row.size;
+      sandbox.Add({.body = "{\"id\":\"1\",\"" + name + "\":" + row.value + "}"});
+      EXPECT_EQ(lookUp("t", "1", out.data(), &size), row.result);
+      EXPECT_EQ(out.data(), row.url);
+      EXPECT_EQ(size, row.sizeAfter);
+    }
+    sandbox.Add({.body = "{\"" + std::string(member) + "\":\"u\"}"});
+    EXPECT_EQ(lookUp("t", "1", text, nullptr), VELK_OK);
+    EXPECT_STREQ(text, "u");
+  }
+}
+
+TEST_F(FacebookReplies, ComposesTheVideoPageWithoutARequest) {
+  struct Row {
+    int32_t size;
+    int32_t result;
+    int32_t sizeAfter;
+  };
+  const Row rows[] = {
+      {49, VELK_OK, 49},
+      {48, VELK_BUFFER_TOO_SMALL, 49},
+      {0, VELK_BUFFER_TOO_SMALL, 49},
+      {-1, VELK_OK, -1},
+  };
+  const std::string url = "https://www.facebook.com/video/video.php?v=123";
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.size);
+    char out[200];
+    std::memset(out, '#', sizeof out);
+    std::strcpy(out, Repeat('o', 90).c_str());
+    int32_t size = row.size;
+    EXPECT_EQ(GetFacebookVideoUrl("", "123", out, &size), row.result);
+    const std::string kept = row.result == VELK_OK ? url : "";
+    EXPECT_EQ(std::string(out, 92), kept + std::string(91 - kept.size(), '\0') + '#');
+    EXPECT_EQ(size, row.sizeAfter);
+  }
+  EXPECT_EQ(GetFacebookVideoUrl("t", "123", text, nullptr), VELK_OK);
+  EXPECT_EQ(text, url);
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
+}  // namespace
+}  // namespace velk::test

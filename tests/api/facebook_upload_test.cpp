@@ -1,0 +1,331 @@
+// Uploading videos and photos to Facebook: the forms byte by byte, the routes, faults and cancels.
+#include <boost/json/serialize.hpp>
+#include <thread>
+
+#include "api/facebook_test.h"
+
+namespace velk::test {
+namespace {
+
+constexpr const char* kGraph = "graph.facebook.com";
+constexpr const char* kGraphVideo = "graph-video.facebook.com";
+constexpr const char* kVideoId = R"({"id":"v1"})";
+
+class FacebookUpload : public FacebookTest {
+ protected:
+  int32_t Video() { return StartFacebookUploadVideo(uploader, "token", &info, text); }
+  int32_t Photo() { return StartFacebookUploadPhoto(uploader, "token", &info, text); }
+
+  std::vector<std::string> Hosts() {
+    std::vector<std::string> hosts;
+    for (const Request& request : sandbox.Requests()) hosts.push_back(request.host);
+    return hosts;
+  }
+
+  // What a form announces as the name of the file. On Windows the ANSI code page has no Chinese characters.
+  static std::string Announced(std::string path) {
+#ifdef _WIN32
+    const std::string chinese = "\xE6\x88\x91\xE7\x9A\x84";
+    const size_t at = path.find(chinese);
+    if (at != std::string::npos) path.replace(at, chinese.size(), "??");
+#endif
+    return path;
+  }
+};
+
+TEST_F(FacebookUpload, SendsBothFormsToTheByte) {
+  struct Row {
+    const char* name;
+    bool video;
+    Script script;
+    const char* requestLine;
+    std::vector<std::pair<std::string, std::string>> texts;
+  };
+  const char* const videoLine =
+      "/104000000000001/videos/uploaded?privacy={'value':'SELF'}&access_token=token";
+  const std::vector<std::pair<std::string, std::string>> videoTexts{{"title", "a"},
+                                                                    {"description", "about a"}};
+  const Row rows[] = {
+      {kGraph, true, {.body = kVideoId}, videoLine, videoTexts},
+      {kGraphVideo, true, {.host = kGraphVideo, .body = kVideoId}, videoLine, videoTexts},
+      {kGraph, false, {.body = "{}"}, "/104000000000001/photos?access_token=token", {{"message", "about a"}}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.name) + row.requestLine);
+    sandbox.Reset();
+    if (!row.script.host.empty()) sandbox.Add({.host = kGraph, .status = 500});
+    sandbox.Add(row.script);
+    ASSERT_EQ(row.video ? Video() : Photo(), VELK_OK);
+    EXPECT_STREQ(text, row.video ? "v1" : kUntouched);
+    Fill(text, kUntouched);
+
+    const Request request = sandbox.Requests().back();
+    const std::string type = request.Header("Content-Type");
+    const std::string boundary = "--" + type.substr(std::min(type.find('=') + 1, type.size()));
+    std::string body;
+    for (const auto& [name, content] : row.texts) {
+      body +=
+          boundary + "\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" + content + "\r\n";
+    }
+    body += boundary + "\r\nContent-Disposition: form-data; name=\"file\"; filename=\"" + file.Path() +
+            "\"\r\n\r\nnot much of a video\r\n" + boundary + "--\r\n";
+    EXPECT_EQ(request.body, body);
+    EXPECT_EQ(request.head, std::string("POST ") + row.requestLine + " HTTP/1.1\r\nHost: " + row.name +
+                                "\r\nUser-Agent: libcurl-agent/1.0\r\nAccept: */*\r\nContent-Length: " +
+                                std::to_string(body.size()) + "\r\nContent-Type:" + type + "\r\n\r\n");
+  }
+}
+
+TEST_F(FacebookUpload, CarriesFilesOfAnyNameAndSize) {
+  struct Row {
+    const char* name;
+    std::string fileName;
+    std::string content;
+  };
+  const Row rows[] = {
+      {"empty", "empty.mp4", ""},
+      {"a Chinese name", "\xE6\x88\x91\xE7\x9A\x84 clip.mp4", "content"},
+      {"every byte", "bytes.bin", RandomBytes(100000, 1)},
+      {"larger than any buffer", "large.bin", RandomBytes(2 * 1024 * 1024 + 1, 2)},
+  };
+  for (const Row& row : rows) {
+    for (const bool video : {true, false}) {
+      SCOPED_TRACE(std::string(row.name) + (video ? ", video" : ", photo"));
+      sandbox.Reset();
+      if (row.content.empty()) sandbox.Add({.body = R"({"id":"1","post_id":"1_2"})"});
+      if (row.content.empty() && !video) sandbox.Add({});
+      const TempFile media(row.fileName, row.content);
+      Fill(info.filePath, media.Path());
+      ASSERT_EQ(video ? Video() : Photo(), VELK_OK);
+      const Request request = sandbox.Requests().front();
+      const FormField* sent = request.Field("file");
+      ASSERT_NE(sent, nullptr);
+      EXPECT_EQ(sent->fileName, Announced(media.Path()));
+      EXPECT_EQ(sent->sha256, sandbox.Sha256(row.content));
+      EXPECT_EQ(sent->size, row.content.size());
+      EXPECT_TRUE(Deletable(media));
+      if (row.content.empty()) continue;
+      const std::string state = boost::json::serialize(sandbox.State());
+      EXPECT_NE(state.find('"' + std::string(text) + '"'), std::string::npos);
+      double uploaded = -1;
+      double total = -1;
+      EXPECT_EQ(GetFacebookUploadFileProgress(uploader, &uploaded, &total), VELK_OK);
+      EXPECT_EQ(uploaded, static_cast<double>(request.bodySize)) << "the whole form counts";
+      EXPECT_EQ(total, uploaded);
+    }
+  }
+}
+
+TEST_F(FacebookUpload, ChoosesTheRouteByWholeMebibytes) {
+  const std::pair<std::uint64_t, std::vector<std::string>> rows[] = {
+      {52428799, {kGraph, kGraphVideo}}, {52428800, {kGraphVideo}}, {(4ULL << 30) + 5, {kGraphVideo}}};
+  for (const auto& [size, hosts] : rows) {
+    SCOPED_TRACE(size);
+    sandbox.Reset();
+    const auto large = TempFile::Sparse("large.mp4", size);
+    Fill(info.filePath, large.Path());
+    sandbox.Add({.times = 0, .status = 400, .answerEarly = true});
+    EXPECT_EQ(Video(), VELK_UNEXPECTED_REPLY);
+    EXPECT_EQ(Hosts(), hosts);
+    for (const Request& request : sandbox.Requests()) {
+      const std::uint64_t form = std::stoull(request.Header("Content-Length")) - size;
+      EXPECT_TRUE(form > 0 && form < 2000) << form;
+    }
+  }
+}
+
+TEST_F(FacebookUpload, FallsBackWhateverTheFirstFailure) {
+  struct Row {
+    const char* name;
+    Script first;
+    Script second;
+    int32_t result;
+    size_t requests;
+  };
+  const std::string partial = std::string(kVideoId) + Repeat(' ', 20);
+  const Row rows[] = {
+      {"published at once", {.body = kVideoId}, {}, VELK_OK, 1},
+      {"an identifier ahead of a reset",
+       {.body = partial, .cutBodyAfter = 12, .reset = true},
+       {},
+       VELK_OK,
+       1},
+      {"token rejected", {.status = 400, .body = kRejectedToken}, {.body = kVideoId}, VELK_OK, 2},
+      {"server error", {.status = 500}, {.body = kVideoId}, VELK_OK, 2},
+      {"no identifier", {.body = "{}"}, {.body = kVideoId}, VELK_OK, 2},
+      {"a reset ahead of the identifier",
+       {.body = partial, .cutBodyAfter = 5, .reset = true},
+       {.body = kVideoId},
+       VELK_OK,
+       2},
+      {"the same on both",
+       {.body = partial, .cutBodyAfter = 5, .reset = true},
+       {.body = partial, .cutBodyAfter = 5, .reset = true},
+       VELK_NO_IDENTIFIER,
+       2},
+      {"the identifier of a failed status ahead of a reset",
+       {.status = 500},
+       {.status = 400, .body = partial, .cutBodyAfter = 12, .reset = true},
+       VELK_OK,
+       2},
+      {"the second result counts",
+       {.status = 400, .body = kRejectedToken},
+       {.status = 500},
+       VELK_SERVER_ERROR,
+       2},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    Fill(text, kUntouched);
+    Script first = row.first;
+    first.host = kGraph;
+    Script second = row.second;
+    second.host = kGraphVideo;
+    sandbox.Add(first);
+    sandbox.Add(second);
+    EXPECT_EQ(Video(), row.result);
+    EXPECT_STREQ(text, row.result == VELK_OK ? "v1" : kUntouched);
+    const std::vector<std::string> hosts{kGraph, kGraphVideo};
+    EXPECT_EQ(Hosts(),
+              std::vector<std::string>(hosts.begin(), hosts.begin() + static_cast<long>(row.requests)));
+  }
+}
+
+TEST_F(FacebookUpload, CutsALongIdentifier) {
+  text[1024] = '#';
+  sandbox.Add({.body = R"({"id":")" + Repeat('i', 2000) + "\"}"});
+  EXPECT_EQ(Video(), VELK_OK);
+  EXPECT_EQ(std::string(text, 1024), Repeat('i', 1023) + '\0');
+  EXPECT_EQ(text[1024], '#');
+}
+
+TEST_F(FacebookUpload, SetsThePhotosPrivacy) {
+  struct Row {
+    const char* name;
+    Script upload;
+    Script privacy;
+    int32_t result;
+    const char* postId;
+    size_t requests;
+  };
+  const std::string both = R"({"id":"22","post_id":"1_2"})";
+  const Row rows[] = {
+      {"all of it", {.body = both}, {}, VELK_OK, "1_2", 2},
+      {"no story", {.body = R"({"id":"22"})"}, {}, VELK_OK, kUntouched, 2},
+      {"no photo", {.body = R"({"post_id":"1_2"})"}, {}, VELK_OK, "1_2", 1},
+      {"refused",
+       {.body = both},
+       {.status = 400, .body = kRejectedToken},
+       VELK_PRIVACY_NOT_UPDATED,
+       kUntouched,
+       2},
+      {"reset", {.body = both}, {.reset = true}, VELK_PRIVACY_NOT_UPDATED, kUntouched, 2},
+      {"an empty identifier",
+       {.body = R"({"id":"","post_id":"1_2"})"},
+       {},
+       VELK_PRIVACY_NOT_UPDATED,
+       kUntouched,
+       1},
+      {"broken behind the identifiers",
+       {.body = both + "    ", .cutBodyAfter = both.size(), .reset = true},
+       {},
+       VELK_TRANSFER_FAILED,
+       kUntouched,
+       1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    Fill(text, kUntouched);
+    sandbox.Add(row.upload);
+    sandbox.Add(row.privacy);
+    EXPECT_EQ(Photo(), row.result);
+    EXPECT_STREQ(text, row.postId);
+    std::vector<std::string> arrived{"POST graph.facebook.com/104000000000001/photos"};
+    if (row.requests == 2) arrived.push_back("POST graph.facebook.com/22 privacy={'value':'SELF'}");
+    EXPECT_EQ(Arrived(), arrived);
+    EXPECT_EQ(sandbox.Requests().back().Query(), "access_token=token");
+  }
+  EXPECT_TRUE(Deletable(file));
+}
+
+TEST_F(FacebookUpload, ChecksBeforeItSends) {
+  struct Row {
+    const char* name;
+    char* emptied;
+    bool videoNeeds;
+    bool photoNeeds;
+  };
+  const Row rows[] = {
+      {"path", info.filePath, true, true},     {"title", info.title, true, false},
+      {"text", info.description, true, true},  {"privacy", info.privacy, false, true},
+      {"target", info.targetId, false, false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    const char kept = std::exchange(*row.emptied, '\0');
+    EXPECT_EQ(Video(), row.videoNeeds ? VELK_MISSING_ARGUMENT : VELK_OK);
+    EXPECT_EQ(Photo(), row.photoNeeds ? VELK_MISSING_ARGUMENT : VELK_OK);
+    EXPECT_EQ(sandbox.Requests().empty(), row.videoNeeds && row.photoNeeds);
+    *row.emptied = kept;
+  }
+  sandbox.Reset();
+  for (const std::string& path : {file.Path() + "x", file.Path().substr(0, file.Path().size() - 8)}) {
+    Fill(info.filePath, path);
+    EXPECT_EQ(Video(), VELK_FILE_NOT_OPENED);
+    EXPECT_EQ(Photo(), VELK_FILE_NOT_OPENED);
+  }
+  *info.description = '\0';
+  EXPECT_EQ(Video(), VELK_MISSING_ARGUMENT) << "a missing text is told before a missing file";
+  EXPECT_EQ(Photo(), VELK_MISSING_ARGUMENT);
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
+TEST_F(FacebookUpload, CancelsInMidTransferFromAnotherThread) {
+  const TempFile large("large.mp4", RandomBytes(8 * 1024 * 1024, 3));
+  Fill(info.filePath, large.Path());
+  struct Row {
+    const char* name;
+    bool video;
+    Script first;  // the reply ahead of the upload that is cancelled, if any
+    std::vector<std::string> hosts;
+  };
+  const Row rows[] = {
+      {"video on the first route", true, {}, {kGraph}},
+      {"video on the second route",
+       true,
+       {.host = kGraph, .status = 400, .answerEarly = true},
+       {kGraph, kGraphVideo}},
+      {"photo", false, {}, {kGraph}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    if (!row.first.host.empty()) sandbox.Add(row.first);
+    sandbox.Add({.times = 0, .passThrough = true, .readSlowly = 200000});
+    *uploader = {};
+    int32_t result = VELK_OK;
+    std::thread upload([&] { result = row.video ? Video() : Photo(); });
+    EXPECT_TRUE(sandbox.WaitForBody(row.hosts.size() - 1, 1000));
+    double uploaded = 0;
+    double total = 0;
+    while (GetFacebookUploadFileProgress(uploader, &uploaded, &total) == VELK_OK && uploaded <= 0)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_GT(total, 8.0 * 1024 * 1024);
+    EXPECT_EQ(CancelFacebookUploadFile(uploader), VELK_OK);
+    upload.join();
+
+    EXPECT_EQ(result, VELK_CANCELLED);
+    EXPECT_EQ(uploader->state, 0U);
+    EXPECT_STREQ(text, kUntouched);
+    EXPECT_EQ(Hosts(), row.hosts);
+    EXPECT_FALSE(sandbox.Requests().back().bodyComplete);
+  }
+  EXPECT_EQ(Photo(), VELK_CANCELLED) << "a cancel stays asked";
+  EXPECT_TRUE(Deletable(large));
+}
+
+}  // namespace
+}  // namespace velk::test
