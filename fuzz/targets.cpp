@@ -61,7 +61,7 @@ void Extract(std::string_view input) {
   const int outcome = extractor({text.data(), input.size()}, key, std::span(room).first(16));
   Demand(outcome == 0 || outcome == 1);
   Demand(outcome == 0 ? std::memchr(room.data(), '\0', 16) != nullptr : room[0] == '#');
-  Demand(std::all_of(room.begin() + 16, room.end(), [](char byte) { return byte == '#'; }));
+  Demand(std::all_of(room.begin() + 16, room.end(), [](char letter) { return letter == '#'; }));
 }
 
 void QuotedToken(std::string_view input) {
