@@ -47,16 +47,16 @@ int32_t UpdateObjectPrivacy(const char* accessToken, const char* storyId,
 
 // What each kind of update does, in order, and what the host hears when that step fails.
 struct Step {
-  uint32_t updateKind;
   int32_t (*run)(const char* accessToken, const char* objectId, const FacebookUploadInfo& info) noexcept;
+  uint32_t updateKind;
   int32_t failure;
 };
 
 constexpr Step kSteps[] = {
-    {0, &UpdateMessage, VELK_MESSAGE_NOT_UPDATED},
-    {1, &UpdateObjectPrivacy, VELK_PRIVACY_NOT_UPDATED},
-    {1, &UpdateMessage, VELK_TEXT_NOT_UPDATED},
-    {2, &UpdateDescription, VELK_TEXT_NOT_UPDATED},
+    {&UpdateMessage, 0, VELK_MESSAGE_NOT_UPDATED},
+    {&UpdateObjectPrivacy, 1, VELK_PRIVACY_NOT_UPDATED},
+    {&UpdateMessage, 1, VELK_TEXT_NOT_UPDATED},
+    {&UpdateDescription, 2, VELK_TEXT_NOT_UPDATED},
 };
 
 }  // namespace

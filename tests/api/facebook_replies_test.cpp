@@ -127,22 +127,11 @@ TEST_F(FacebookReplies, ComposesEachPost) {
 }
 
 TEST_F(FacebookReplies, ChoosesTheNodeByItsNumber) {
-  const std::pair<std::string, std::string> rows[] = {
-      {"", "me"},
-      {"0", "me"},
-      {"-000", "me"},
-      {"NULL", "me"},
-      {"abc1", "me"},
-      {"0x1", "me"},
-      {"+-1", "me"},
-      {"123abc", "123abc"},
-      {"007", "007"},
-      {"-5", "-5"},
-      {"+5", "+5"},
-      {"4294967296", "4294967296"},
-      {"104000000000001", "104000000000001"},
-      {Repeat('1', 260), Repeat('1', 260)},
-  };
+  std::vector<std::pair<std::string, std::string>> rows;
+  for (const char* none : {"", "0", "-000", "NULL", "abc1", "0x1", "+-1"}) rows.emplace_back(none, "me");
+  for (const char* node : {"123abc", "007", "-5", "+5", "4294967296", "104000000000001"})
+    rows.emplace_back(node, node);
+  rows.emplace_back(Repeat('1', 260), Repeat('1', 260));
   for (const auto& [target, node] : rows) {
     SCOPED_TRACE(target);
     sandbox.Reset();
@@ -154,80 +143,57 @@ TEST_F(FacebookReplies, ChoosesTheNodeByItsNumber) {
 }
 
 TEST_F(FacebookReplies, PairsPagesByTheirOrder) {
-  using Pages = std::vector<std::pair<std::string, std::string>>;
   struct Row {
     const char* name;
     std::string body;
-    int32_t result;
-    Pages pages;
+    std::string pages;  // "id=name;" each; empty when there are none
   };
+  const std::string one = R"([{"id":"1","name":"A"}])";
   const Row rows[] = {
-      {"none", R"({"data":[]})", VELK_NO_PAGES, {}},
-      {"two", R"({"data":[{"name":"A","id":"1"},{"id":"2","name":"B"}]})", VELK_OK, {{"1", "A"}, {"2", "B"}}},
-      {"categories in front",
-       R"({"data":[{"category_list":[{"id":"22","name":"Media"}],"name":"A","id":"1"}]})",
-       VELK_OK,
-       {{"22", "Media"}, {"1", "A"}}},
-      {"a category in between",
-       R"({"data":[{"name":"A","category_list":[{"id":"22","name":"Media"}],"id":"1"}]})",
-       VELK_OK,
-       {{"22", "A"}, {"1", "Media"}}},
-      {"fewer names", R"({"data":[{"id":"1"},{"id":"2","name":"B"}]})", VELK_OK, {{"1", "B"}, {"2", ""}}},
-      {"more names", R"([{"name":"X"},{"name":"A","id":"1"}])", VELK_OK, {{"1", "X"}}},
-      {"an identifier that is a number",
-       R"([{"id":"1","name":"A"},{"id":2,"name":"B"},{"id":"3","name":"C"}])",
-       VELK_OK,
-       {{"1", "A"}}},
-      {"a number alone", R"([{"id":2,"name":"B"}])", VELK_NO_PAGES, {}},
-      {"a number that ends its object",
-       R"([{"name":"A","id":22},{"name":"B","id":"1"}])",
-       VELK_OK,
-       {{"name", "A"}, {"1", ""}}},
-      {"a name that is a number", R"([{"id":"1","name":12345,"x":"y"}])", VELK_OK, {{"1", "x2345"}}},
-      {"a name that reads id", R"([{"name":"id","id":"1"}])", VELK_NO_PAGES, {}},
-      {"an escape in a name",
-       R"([{"id":"1","name":"Caf\u00e9 X"},{"id":"2","name":"\"B\""}])",
-       VELK_OK,
-       {{"1", "Caf"}, {"2", ""}}},
-      {"a break", R"([{"id":"1","name":"A"},oops{"id":"2","name":"B"}])", VELK_OK, {{"1", "A"}}},
-      {"a cut reply", R"([{"id":"1","name":"A"},{"id":"2","name":"B)", VELK_OK, {{"1", "A"}, {"2", ""}}},
-      {"a zero byte",
-       R"([{"id":"1","name":"A"},)" + std::string(1, '\0') + R"({"id":"2"}])",
-       VELK_OK,
-       {{"1", "A"}}},
-      {"long texts",
-       R"([{"id":")" + Repeat('1', 300) + R"(","name":")" + Repeat('n', 1100) + "\"}]",
-       VELK_OK,
-       {{Repeat('1', 259), Repeat('n', 1023)}}},
-      {"a full reply", R"([{"id":"1","name":"A"}])" + Repeat(' ', 10217), VELK_OK, {{"1", "A"}}},
-      {"a full reply to its last byte",
-       R"([{"x":")" + Repeat('x', 10209) + R"("},{"id":"1")",
-       VELK_OK,
-       {{"1", ""}}},
-      {"a longer reply", R"([{"id":"1","name":"A"}])" + Repeat(' ', 10218), VELK_BUFFER_TOO_SMALL, {}},
+      {"none", R"({"data":[]})", ""},
+      {"two", R"({"data":[{"name":"A","id":"1"},{"id":"2","name":"B"}]})", "1=A;2=B;"},
+      {"categories ahead", R"([{"list":[{"id":"22","name":"X"}],"name":"A","id":"1"}])", "22=X;1=A;"},
+      {"a category between", R"([{"name":"A","list":[{"id":"22","name":"X"}],"id":"1"}])", "22=A;1=X;"},
+      {"fewer names", R"([{"id":"1"},{"id":"2","name":"B"}])", "1=B;2=;"},
+      {"more names", R"([{"name":"X"},{"name":"A","id":"1"}])", "1=X;"},
+      {"a number", R"([{"id":"1","name":"A"},{"id":2,"name":"B"},{"id":"3","name":"C"}])", "1=A;"},
+      {"a number alone", R"([{"id":2,"name":"B"}])", ""},
+      {"a number ahead of a brace", R"([{"name":"A","id":22},{"name":"B","id":"1"}])", "name=A;1=;"},
+      {"a name that is a number", R"([{"id":"1","name":12345,"x":"y"}])", "1=x2345;"},
+      {"a name that reads id", R"([{"name":"id","id":"1"}])", ""},
+      {"escapes", R"([{"id":"1","name":"Caf\u00e9 X"},{"id":"2","name":"\"B\""}])", "1=Caf;2=;"},
+      {"a break", R"([{"id":"1","name":"A"},oops{"id":"2","name":"B"}])", "1=A;"},
+      {"a cut reply", R"([{"id":"1","name":"A"},{"id":"2","name":"B)", "1=A;2=;"},
+      {"a zero byte", one.substr(0, 22) + std::string(",\0", 2) + R"({"id":"2"}])", "1=A;"},
+      {"long texts", R"([{"name":")" + Repeat('n', 1100) + R"(","id":")" + Repeat('1', 300) + "\"}]",
+       Repeat('1', 259) + '=' + Repeat('n', 1023) + ';'},
+      {"a full reply", one + Repeat(' ', 10240 - one.size()), "1=A;"},
+      {"full to its last byte", R"([{"x":")" + Repeat('x', 10221) + R"("},{"id":"1")", "1=;"},
   };
+  FacebookPage marker{};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    FacebookPage marker{};
     FacebookPage* pages = &marker;
     int32_t count = -7;
     sandbox.Add({.body = row.body});
-    ASSERT_EQ(GetFacebookUserPagesList("t", &pages, &count), row.result);
-    EXPECT_EQ(count, row.result == VELK_BUFFER_TOO_SMALL ? -7 : static_cast<int32_t>(row.pages.size()));
-    if (row.result != VELK_OK) {
-      EXPECT_EQ(pages, &marker);
-      continue;
-    }
-    Pages listed;
-    for (int32_t index = 0; index < count; ++index) listed.emplace_back(pages[index].id, pages[index].name);
+    ASSERT_EQ(GetFacebookUserPagesList("t", &pages, &count), row.pages.empty() ? VELK_NO_PAGES : VELK_OK);
+    std::string listed;
+    for (int32_t index = 0; index < count; ++index)
+      listed += std::string(pages[index].id) + '=' + pages[index].name + ';';
     EXPECT_EQ(listed, row.pages);
+    EXPECT_EQ(pages == &marker, row.pages.empty()) << "left alone without a page";
+    if (row.pages.empty()) continue;
     EXPECT_EQ(FreeFacebookUserPagesList(&pages), VELK_OK);
     EXPECT_EQ(pages, nullptr);
   }
+  FacebookPage* pages = &marker;
   int32_t count = -7;
+  sandbox.Add({.body = one + Repeat(' ', 10241 - one.size())});
+  EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_BUFFER_TOO_SMALL);
+  EXPECT_EQ(count, -7);
+  EXPECT_EQ(pages, &marker);
   EXPECT_EQ(GetFacebookUserPagesList("t", nullptr, &count), VELK_OK) << "against the stand-in service";
   EXPECT_EQ(count, 4) << "two pages, each with a category";
-  EXPECT_EQ(GetFacebookUserPagesList("pageless", nullptr, &count), VELK_NO_PAGES);
 }
 
 TEST_F(FacebookReplies, UpdatesStepByStep) {
@@ -323,11 +289,7 @@ TEST_F(FacebookReplies, ComposesTheVideoPageWithoutARequest) {
     int32_t sizeAfter;
   };
   const Row rows[] = {
-      {49, VELK_OK, 49},
-      {48, VELK_BUFFER_TOO_SMALL, 49},
-      {0, VELK_BUFFER_TOO_SMALL, 49},
-      {-1, VELK_OK, -1},
-  };
+      {49, VELK_OK, 49}, {48, VELK_BUFFER_TOO_SMALL, 49}, {0, VELK_BUFFER_TOO_SMALL, 49}, {-1, VELK_OK, -1}};
   const std::string url = "https://www.facebook.com/video/video.php?v=123";
   for (const Row& row : rows) {
     SCOPED_TRACE(row.size);

@@ -140,55 +140,33 @@ TEST_F(FacebookUpload, FallsBackWhateverTheFirstFailure) {
     Script first;
     Script second;
     int32_t result;
-    size_t requests;
+    std::vector<std::string> hosts;
   };
-  const std::string partial = std::string(kVideoId) + Repeat(' ', 20);
+  const std::string padded = std::string(kVideoId) + Repeat(' ', 20);
+  const Script published{.body = kVideoId};
+  const Script rejected{.status = 400, .body = kRejectedToken};
+  const Script brokenBehind{.status = 400, .body = padded, .cutBodyAfter = 12, .reset = true};
+  const Script brokenAhead{.body = padded, .cutBodyAfter = 5, .reset = true};
+  const std::vector<std::string> both{kGraph, kGraphVideo};
   const Row rows[] = {
-      {"published at once", {.body = kVideoId}, {}, VELK_OK, 1},
-      {"an identifier ahead of a reset",
-       {.body = partial, .cutBodyAfter = 12, .reset = true},
-       {},
-       VELK_OK,
-       1},
-      {"token rejected", {.status = 400, .body = kRejectedToken}, {.body = kVideoId}, VELK_OK, 2},
-      {"server error", {.status = 500}, {.body = kVideoId}, VELK_OK, 2},
-      {"no identifier", {.body = "{}"}, {.body = kVideoId}, VELK_OK, 2},
-      {"a reset ahead of the identifier",
-       {.body = partial, .cutBodyAfter = 5, .reset = true},
-       {.body = kVideoId},
-       VELK_OK,
-       2},
-      {"the same on both",
-       {.body = partial, .cutBodyAfter = 5, .reset = true},
-       {.body = partial, .cutBodyAfter = 5, .reset = true},
-       VELK_NO_IDENTIFIER,
-       2},
-      {"the identifier of a failed status ahead of a reset",
-       {.status = 500},
-       {.status = 400, .body = partial, .cutBodyAfter = 12, .reset = true},
-       VELK_OK,
-       2},
-      {"the second result counts",
-       {.status = 400, .body = kRejectedToken},
-       {.status = 500},
-       VELK_SERVER_ERROR,
-       2},
+      {"published at once", published, {}, VELK_OK, {kGraph}},
+      {"broken behind the identifier", brokenBehind, {}, VELK_OK, {kGraph}},
+      {"broken ahead of it", brokenAhead, published, VELK_OK, both},
+      {"token rejected", rejected, published, VELK_OK, both},
+      {"server error", {.status = 500}, published, VELK_OK, both},
+      {"no identifier", {.body = "{}"}, published, VELK_OK, both},
+      {"broken on both", brokenAhead, brokenAhead, VELK_NO_IDENTIFIER, both},
+      {"broken behind the second's identifier", rejected, brokenBehind, VELK_OK, both},
+      {"the second result counts", rejected, {.status = 500}, VELK_SERVER_ERROR, both},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Reset();
     Fill(text, kUntouched);
-    Script first = row.first;
-    first.host = kGraph;
-    Script second = row.second;
-    second.host = kGraphVideo;
-    sandbox.Add(first);
-    sandbox.Add(second);
+    for (Script script : {row.first, row.second}) sandbox.Add(script);
     EXPECT_EQ(Video(), row.result);
     EXPECT_STREQ(text, row.result == VELK_OK ? "v1" : kUntouched);
-    const std::vector<std::string> hosts{kGraph, kGraphVideo};
-    EXPECT_EQ(Hosts(),
-              std::vector<std::string>(hosts.begin(), hosts.begin() + static_cast<long>(row.requests)));
+    EXPECT_EQ(Hosts(), row.hosts);
   }
 }
 
@@ -203,42 +181,27 @@ TEST_F(FacebookUpload, CutsALongIdentifier) {
 TEST_F(FacebookUpload, SetsThePhotosPrivacy) {
   struct Row {
     const char* name;
-    Script upload;
+    std::string reply;
     Script privacy;
     int32_t result;
     const char* postId;
     size_t requests;
   };
   const std::string both = R"({"id":"22","post_id":"1_2"})";
+  const Script rejected{.status = 400, .body = kRejectedToken};
   const Row rows[] = {
-      {"all of it", {.body = both}, {}, VELK_OK, "1_2", 2},
-      {"no story", {.body = R"({"id":"22"})"}, {}, VELK_OK, kUntouched, 2},
-      {"no photo", {.body = R"({"post_id":"1_2"})"}, {}, VELK_OK, "1_2", 1},
-      {"refused",
-       {.body = both},
-       {.status = 400, .body = kRejectedToken},
-       VELK_PRIVACY_NOT_UPDATED,
-       kUntouched,
-       2},
-      {"reset", {.body = both}, {.reset = true}, VELK_PRIVACY_NOT_UPDATED, kUntouched, 2},
-      {"an empty identifier",
-       {.body = R"({"id":"","post_id":"1_2"})"},
-       {},
-       VELK_PRIVACY_NOT_UPDATED,
-       kUntouched,
-       1},
-      {"broken behind the identifiers",
-       {.body = both + "    ", .cutBodyAfter = both.size(), .reset = true},
-       {},
-       VELK_TRANSFER_FAILED,
-       kUntouched,
-       1},
+      {"all of it", both, {}, VELK_OK, "1_2", 2},
+      {"no story", R"({"id":"22"})", {}, VELK_OK, kUntouched, 2},
+      {"no photo", R"({"post_id":"1_2"})", {}, VELK_OK, "1_2", 1},
+      {"refused", both, rejected, VELK_PRIVACY_NOT_UPDATED, kUntouched, 2},
+      {"reset", both, {.reset = true}, VELK_PRIVACY_NOT_UPDATED, kUntouched, 2},
+      {"empty", R"({"id":"","post_id":"1_2"})", {}, VELK_PRIVACY_NOT_UPDATED, kUntouched, 1},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Reset();
     Fill(text, kUntouched);
-    sandbox.Add(row.upload);
+    sandbox.Add({.body = row.reply});
     sandbox.Add(row.privacy);
     EXPECT_EQ(Photo(), row.result);
     EXPECT_STREQ(text, row.postId);
@@ -247,7 +210,10 @@ TEST_F(FacebookUpload, SetsThePhotosPrivacy) {
     EXPECT_EQ(Arrived(), arrived);
     EXPECT_EQ(sandbox.Requests().back().Query(), "access_token=token");
   }
-  EXPECT_TRUE(Deletable(file));
+  sandbox.Reset();
+  sandbox.Add({.body = both + "    ", .cutBodyAfter = both.size(), .reset = true});
+  EXPECT_EQ(Photo(), VELK_TRANSFER_FAILED) << "no identifier is sought behind a break";
+  EXPECT_STREQ(text, kUntouched);
 }
 
 TEST_F(FacebookUpload, ChecksBeforeItSends) {
@@ -292,12 +258,10 @@ TEST_F(FacebookUpload, CancelsInMidTransferFromAnotherThread) {
     Script first;  // the reply ahead of the upload that is cancelled, if any
     std::vector<std::string> hosts;
   };
+  const Script refused{.host = kGraph, .status = 400, .answerEarly = true};
   const Row rows[] = {
       {"video on the first route", true, {}, {kGraph}},
-      {"video on the second route",
-       true,
-       {.host = kGraph, .status = 400, .answerEarly = true},
-       {kGraph, kGraphVideo}},
+      {"video on the second route", true, refused, {kGraph, kGraphVideo}},
       {"photo", false, {}, {kGraph}},
   };
   for (const Row& row : rows) {
