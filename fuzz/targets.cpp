@@ -8,7 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "facebook/facebook.h"
 #include "json/json.h"
+#include "twitter/twitter.h"
+#include "xml/xml.h"
 #include "youtube/youtube.h"
 
 namespace velk::fuzz {
@@ -76,6 +79,67 @@ void LocationHeader(std::string_view input) {
   Demand(address.find_first_of("\r\n") == std::string::npos);
 }
 
+void Pages(std::string_view input) {
+  const std::vector<char> text = Text(input);
+  FacebookPage* pages = nullptr;
+  int32_t count = -1;
+  const int32_t result = ListPages({text.data(), input.size()}, &pages, count);
+  Demand(result == VELK_OK ? pages && count > 0 : !pages);
+  for (int32_t page = 0; pages && page < count; ++page)
+    Demand(std::memchr(pages[page].id, '\0', sizeof pages->id) &&
+           std::memchr(pages[page].name, '\0', sizeof pages->name));
+  FreeFacebookUserPagesList(&pages);
+  Demand(!pages);
+}
+
+void RequestToken(std::string_view input) {
+  std::string_view token;
+  int32_t needed = -1;
+  const int32_t result = ReadRequestToken(input, token, needed);
+  Demand(result == VELK_OK || result == VELK_NO_IDENTIFIER);
+  Demand(token.size() <= input.size());
+}
+
+void AccessToken(std::string_view input) {
+  TwitterAccessToken token{};
+  const int32_t result = ReadAccessToken(input, token);
+  Demand(result == VELK_OK || result == VELK_NO_IDENTIFIER);
+  Demand(std::memchr(token.screenName, '\0', sizeof token.screenName) != nullptr);
+}
+
+// Walks a tree by each of its links without recursion; every string is whole and every link leads back.
+void Xml(std::string_view input) {
+  std::vector<char> document(input.begin(), input.end());
+  document.shrink_to_fit();
+  const XmlTree root(XmlParseString(document.data(), document.size()));
+  if (!root) return;
+  Demand(std::strlen(XmlError(root.get())) < 128);
+  size_t bytes = 0;
+  for (const XmlNode* node = root.get(); node;) {
+    bytes += std::strlen(node->name) + std::strlen(node->text);
+    for (auto attribute = node->attributes; *attribute; ++attribute) bytes += std::strlen(*attribute);
+    for (const XmlNode* same : {node->next, node->sibling, node->ordered})
+      Demand(!same || same->parent == node->parent);
+    if (node->child) {
+      Demand(node->child->parent == node && XmlChild(node, node->child->name) == node->child);
+      node = node->child;
+      continue;
+    }
+    while (node && !node->ordered) node = node->parent;
+    if (node) node = node->ordered;
+  }
+  Demand(bytes <= 64 * (input.size() + 1024) + (64U << 20));
+}
+
+void TokenReply(std::string_view input) {
+  const std::vector<char> text = Text(input);
+  std::string url;
+  std::string token;
+  const int32_t result = ParseUploadTokenReply(text.data(), input.size(), &url, &token);
+  Demand(result == VELK_OK || result == VELK_UNEXPECTED_REPLY ||
+         (input.empty() && result == VELK_MISSING_ARGUMENT));
+}
+
 constexpr char kId[] = "id";
 constexpr char kState[] = "state";
 constexpr char kEmail[] = "email";
@@ -89,6 +153,11 @@ constexpr Target kTargets[] = {
     {"email", Extract<JsonGetEmail, kEmail>},
     {"quoted_token", QuotedToken},
     {"location", LocationHeader},
+    {"pages", Pages},
+    {"request_token", RequestToken},
+    {"access_token", AccessToken},
+    {"xml", Xml},
+    {"token_reply", TokenReply},
 };
 
 }  // namespace

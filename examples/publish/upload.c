@@ -30,14 +30,14 @@ static void Show(double uploaded, double total, double seconds, bool terminal) {
     if (rate > 0 && share < 1)
       snprintf(pace + length, sizeof pace - (size_t)length, ", %.0f s left", ceil((total - uploaded) / rate));
   }
-  char line[kLineWidth + 1];
+  char line[128];
   snprintf(line, sizeof line, "%3.0f %%  %.1f of %.1f MiB%s", share * 100, uploaded / kMebibyte,
            total / kMebibyte, pace);
   if (terminal) {
     char bar[kBarWidth + 1];
     for (int cell = 0; cell < kBarWidth; ++cell) bar[cell] = cell < (int)(share * kBarWidth) ? '#' : '.';
     bar[kBarWidth] = '\0';
-    printf("\r[%s] %-*s", bar, kLineWidth, line);
+    printf("\r[%s] %-*.*s", bar, kLineWidth, kLineWidth, line);
   } else {
     puts(line);
   }

@@ -33,6 +33,9 @@ int32_t PostForm(Transfer& request, const std::string& url, std::string body);
 // Sets the privacy of a published object to the record's. Answers a result code.
 int32_t UpdatePrivacy(const char* accessToken, const FacebookUploadInfo& info, const char* objectId) noexcept;
 
+// Reads the pages in a reply into a list that the host owns. Answers a result code; the count is written in any case.
+int32_t ListPages(std::string_view reply, FacebookPage** outPages, int32_t& count);
+
 // Whether a text and its terminator fit the size that the host passed. Both are compared as 64 bits without a
 // sign, so a negative size counts as very large; without a pointer there is no limit.
 bool Fits(size_t length, const int32_t* size) noexcept;

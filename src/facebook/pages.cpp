@@ -1,4 +1,5 @@
 // The pages that the user manages: fetched in one piece, counted in one walk and paired in another.
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -73,20 +74,19 @@ bool PairPages(std::string_view reply, std::span<FacebookPage> pages) {
   });
 }
 
+}  // namespace
+
 int32_t ListPages(std::string_view reply, FacebookPage** outPages, int32_t& count) {
   count = 0;
   if (!CountPages(reply, count)) return VELK_UNEXPECTED_REPLY;
   if (count < 1) return VELK_NO_PAGES;
   if (!outPages) return VELK_OK;
   const auto size = static_cast<size_t>(count);
-  auto* pages = new (std::nothrow) FacebookPage[size]();
-  if (!pages) return VELK_UNEXPECTED_REPLY;
-  PairPages(reply, {pages, size});
-  *outPages = pages;
+  std::unique_ptr<FacebookPage[]> pages(new (std::nothrow) FacebookPage[size]());
+  if (!pages || !PairPages(reply, {pages.get(), size})) return VELK_UNEXPECTED_REPLY;
+  *outPages = pages.release();
   return VELK_OK;
 }
-
-}  // namespace
 }  // namespace velk
 
 int32_t GetFacebookUserPagesList(const char* accessToken, FacebookPage** outPages,
