@@ -9,6 +9,7 @@ enum { kPollMilliseconds = 100, kBarWidth = 24, kLineWidth = 52 };
 
 static const double kMebibyte = 1048576.0;
 static const double kSecondsBetweenLines = 1.0;
+static const double kShortestPace = 0.1; /* seconds below which a rate says nothing */
 
 typedef struct Running {
   const Upload* upload;
@@ -24,7 +25,7 @@ static void Start(void* context) {
 static void Show(double uploaded, double total, double seconds, bool terminal) {
   const double share = total > 0 ? fmin(uploaded / total, 1.0) : 1.0;
   char pace[48] = "";
-  if (seconds > 0) {
+  if (seconds >= kShortestPace) {
     const double rate = uploaded / seconds;
     int length = snprintf(pace, sizeof pace, ", %.1f MiB/s", rate / kMebibyte);
     if (rate > 0 && share < 1)
