@@ -18,9 +18,7 @@ std::string_view Field(const char (&field)[width]) noexcept {
 // Copies a text and its terminator, cut at the room given. Room for nothing writes nothing.
 inline void CopyText(std::string_view text, std::span<char> out) noexcept {
   if (out.empty()) return;
-  const size_t length = std::min(text.size(), out.size() - 1);
-  std::memcpy(out.data(), text.data(), length);
-  out[length] = '\0';
+  out[text.copy(out.data(), out.size() - 1)] = '\0';
 }
 
 // One text out of several, allocated once.
