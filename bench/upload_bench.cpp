@@ -37,12 +37,34 @@ int32_t UploadToYoutube(const char* file) {
   return StartYoutubeUploadFile(InitYoutubeFileUploder(), "token", info.get(), videoId);
 }
 
+int32_t UploadToFacebook(const char* file) {
+  const auto info = std::make_unique<FacebookUploadInfo>();
+  Fill(info->filePath, file);
+  Fill(info->title, "title");
+  Fill(info->description, "description");
+  char videoId[1024];
+  return StartFacebookUploadVideo(InitFacebookFileUploder(), "token", info.get(), videoId);
+}
+
+int32_t UploadToTwitter(const char* file) {
+  const auto consumer = std::make_unique<TwitterConsumer>(TwitterConsumer{"key", "secret"});
+  const auto token = std::make_unique<TwitterAccessToken>(TwitterAccessToken{"token", "secret", "1", "name"});
+  const auto photo = std::make_unique<TwitterUploadFile>();
+  const std::string path = file;
+  const size_t separator = path.rfind('/');
+  Fill(photo->folderPath, path.substr(0, separator).c_str());
+  Fill(photo->fileName, path.substr(separator + 1).c_str());
+  Fill(photo->statusText, "text");
+  return StartTwitterUploadPhoto(InitTwitterFileUploder(), consumer.get(), token.get(), photo.get());
+}
+
 struct Service {
   const char* name;
   int32_t (*upload)(const char* file);
 };
 
-constexpr Service kServices[] = {{"youtube", UploadToYoutube}};
+constexpr Service kServices[] = {
+    {"facebook", UploadToFacebook}, {"twitter", UploadToTwitter}, {"youtube", UploadToYoutube}};
 
 }  // namespace
 

@@ -10,8 +10,8 @@
 namespace velk {
 namespace {
 
-// libcurl reads a file in pieces of this size. Measured: larger pieces gain nothing.
-constexpr long kUploadBufferSize = 256 * 1024;
+// libcurl reads a file in pieces of this size. Measured: smaller and larger pieces cost more.
+constexpr long kUploadBufferSize = 128L * 1024;
 
 }  // namespace
 
