@@ -26,7 +26,7 @@ void FreeUploader(FileUploader* uploader) noexcept;
 
 // The CURLOPT_PROGRESSFUNCTION of the uploads to Facebook and Twitter; the client data is the FileUploader.
 // Without a handle, or when a cancel was asked, it aborts the transfer.
-int UploadProgressCallback(void* uploader, double downloadTotal, double downloadNow, double uploadTotal,
+int UploadProgressCallback(void* clientData, double downloadTotal, double downloadNow, double uploadTotal,
                            double uploadNow) noexcept;
 
 }  // namespace velk

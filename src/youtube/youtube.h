@@ -16,7 +16,7 @@ enum YoutubeState : uint32_t { kYoutubeIdle = 0, kYoutubeUploading = 2, kYoutube
 
 // The CURLOPT_PROGRESSFUNCTION of YouTube's uploads; the client data is the FileUploader. It aborts the
 // transfer without a handle, or when the handle is no longer uploading.
-int YoutubeProgressCallback(void* uploader, double downloadTotal, double downloadNow, double uploadTotal,
+int YoutubeProgressCallback(void* clientData, double downloadTotal, double downloadNow, double uploadTotal,
                             double uploadNow) noexcept;
 
 // ---- Metadata ------------------------------------------------------------------------------------------
