@@ -54,8 +54,7 @@ bool DoctypeReader::ReadEntity() {
   scan_.SkipSpace();
   const std::span<char> name = ReadToken();
   scan_.SkipSpace();
-  // Otherwise it is a parameter entity ("% name ..."), an external one ("name SYSTEM ...") or nothing
-  // sensible.
+  // Without a quote here it is a parameter entity ("% name ...") or an external one ("name SYSTEM ...").
   if (!name.empty() && !scan_.AtEnd() && IsQuote(*scan_.at)) {
     std::span<char> value;
     if (!scan_.ReadQuoted(value)) return false;

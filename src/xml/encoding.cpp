@@ -15,12 +15,12 @@ constexpr bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0
 
 }  // namespace
 
-ByteOrder DetectByteOrder(std::span<const char> bytes) {
+Encoding DetectEncoding(std::span<const char> bytes) {
   const std::string_view text(bytes.data(), bytes.size());
-  if (text.starts_with("\xEF\xBB\xBF")) return ByteOrder::kUtf8;
-  if (text.starts_with("\xFE\xFF")) return ByteOrder::kUtf16Big;
-  if (text.starts_with("\xFF\xFE")) return ByteOrder::kUtf16Little;
-  return ByteOrder::kNone;
+  if (text.starts_with("\xEF\xBB\xBF")) return Encoding::kUtf8;
+  if (text.starts_with("\xFE\xFF")) return Encoding::kUtf16Big;
+  if (text.starts_with("\xFF\xFE")) return Encoding::kUtf16Little;
+  return Encoding::kUnmarked;
 }
 
 Utf8Copy ConvertUtf16(std::span<const char> bytes, bool bigEndian) {

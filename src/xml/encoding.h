@@ -12,10 +12,10 @@ struct Utf8Copy {
   size_t length = 0;
 };
 
-enum class ByteOrder { kNone, kUtf8, kUtf16Big, kUtf16Little };
+enum class Encoding { kUnmarked, kUtf8, kUtf16Big, kUtf16Little };
 
-// What the first bytes declare; kNone without a byte-order mark.
-ByteOrder DetectByteOrder(std::span<const char> bytes);
+// What the first bytes declare; kUnmarked without a byte-order mark.
+Encoding DetectEncoding(std::span<const char> bytes);
 
 // Converts UTF-16 units (without their mark). A surrogate without its partner becomes U+FFFD, and an odd byte
 // at the end is dropped.

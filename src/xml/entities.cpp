@@ -91,7 +91,7 @@ const Entity* EntityTable::FindCircle() {
   return nullptr;
 }
 
-// Walks depth first through all that the start refers to. An entity met on the walk's own path closes a circle.
+// Walks depth first through all that the start refers to. An entity on the walk's own path closes a circle.
 const Entity* EntityTable::FindCircleFrom(Entity& start) {
   std::vector<Step> path{{&start, 0}};
   start.circleTest = Entity::kOnPath;
@@ -99,18 +99,20 @@ const Entity* EntityTable::FindCircleFrom(Entity& start) {
     Step& step = path.back();
     const Reference reference = FindReference(step.entity->value, step.from);
     Entity* const inner = reference.entity;
+    const bool first = step.from == 0;
     step.from = reference.end;
     if (!reference) {
       step.entity->circleTest = Entity::kCleared;
+      step.entity->decoded = first;  // then the value refers to nothing, and is the decoded text
       path.pop_back();
     } else if (inner && inner->circleTest == Entity::kUnvisited) {
       inner->circleTest = Entity::kOnPath;
       path.push_back({inner, 0});
     } else if (inner && inner->circleTest == Entity::kOnPath) {
-      const auto first = std::find_if(path.begin(), path.end(), [=](Step s) { return s.entity == inner; });
+      const auto begin = std::find_if(path.begin(), path.end(), [=](Step s) { return s.entity == inner; });
       // Names lie in the document in order of declaration.
       const auto precedes = [](Step a, Step b) { return a.entity->name.data() < b.entity->name.data(); };
-      return std::max_element(first, path.end(), precedes)->entity;
+      return std::max_element(begin, path.end(), precedes)->entity;
     }
   }
   return nullptr;

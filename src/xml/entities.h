@@ -17,8 +17,7 @@ struct Entity {
   std::string_view value;  // numeric references are replaced, those to other entities are not yet
   size_t line = 0;         // of the declaration; 0 for a predefined entity
   enum { kUnvisited, kOnPath, kCleared } circleTest = kUnvisited;
-  // The fully decoded text once it was needed: a part of `source`, or the value itself when there is no
-  // source.
+  // The fully decoded text, once it was needed: a part of `source`, or without a source the value itself.
   bool decoded = false;
   const std::string* source = nullptr;
   size_t offset = 0;

@@ -235,15 +235,15 @@ void Reader::AddDefaults(std::string_view tag, size_t& count, AttributeArray& at
 
 void SetText(Document& document, char* buffer, size_t length) {
   std::span<char> text(buffer, length);
-  switch (const ByteOrder order = DetectByteOrder(text)) {
-    case ByteOrder::kNone:
+  switch (const Encoding encoding = DetectEncoding(text)) {
+    case Encoding::kUnmarked:
       break;
-    case ByteOrder::kUtf8:
+    case Encoding::kUtf8:
       text = text.subspan(3);
       break;
-    case ByteOrder::kUtf16Big:
-    case ByteOrder::kUtf16Little: {
-      Utf8Copy copy = ConvertUtf16(text.subspan(2), order == ByteOrder::kUtf16Big);
+    case Encoding::kUtf16Big:
+    case Encoding::kUtf16Little: {
+      Utf8Copy copy = ConvertUtf16(text.subspan(2), encoding == Encoding::kUtf16Big);
       document.converted = std::move(copy.bytes);
       text = {document.converted.get(), copy.length};
     }

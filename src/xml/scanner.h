@@ -1,5 +1,4 @@
-// The reading position in a document, with what may stand anywhere in it: space, quotes, comments,
-// instructions.
+// The reading position in a document, with what may stand anywhere in it: space, comments, instructions.
 #pragma once
 
 #include <algorithm>

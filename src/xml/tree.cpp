@@ -17,12 +17,13 @@ void ReleaseStrings(const XmlNode& node) {
 
 // Takes an element and its successors out of their parent's links.
 void Detach(XmlNode* first) {
+  XmlNode& parent = *first->parent;
   for (XmlNode* node = first; node; node = node->ordered) node->flags |= kLeaving;
   const auto dropLeaving = [](XmlNode*& link) {
     if (link && (link->flags & kLeaving)) link = nullptr;
   };
-  XmlNode* stays = first->parent->child;
-  dropLeaving(first->parent->child);
+  XmlNode* stays = parent.child;
+  dropLeaving(parent.child);
   while (stays != first) {
     XmlNode* const following = stays->ordered;
     dropLeaving(stays->ordered);

@@ -21,7 +21,7 @@ struct XmlNode {
   const char* text = "";                             // decoded, without the text of child elements
   size_t offset = 0;                                 // length of the parent's text where this element starts
   XmlNode* next = nullptr;                           // next element of the same name, same parent
-  XmlNode* sibling = nullptr;  // on the first element of a name: the first one of the name that appears next
+  XmlNode* sibling = nullptr;  // from the first element of a name to that of the name that appeared next
   XmlNode* ordered = nullptr;  // next element of the same parent, whatever its name
   XmlNode* child = nullptr;    // first child
   XmlNode* parent = nullptr;   // null on the root

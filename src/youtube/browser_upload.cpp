@@ -1,7 +1,6 @@
 // The older way to publish a video: an Atom entry is traded for an address and a one-time token, and a form
 // takes the file and the token to that address.
 #include <algorithm>
-#include <cstring>
 
 #include "xml/xml.h"
 #include "youtube/youtube.h"
@@ -80,7 +79,7 @@ int32_t BuildAtomEntry(const YoutubeUploadInfo* info, char* outXml, int32_t* inO
     const bool fits = Fits(entry, *inOutLength);
     *inOutLength = fits ? length : length + 1;
     if (!fits) return VELK_BUFFER_TOO_SMALL;
-    std::memcpy(outXml, entry.data(), entry.size());
+    entry.copy(outXml, entry.size());
     return VELK_OK;
   });
 }
