@@ -76,11 +76,19 @@ Transfer& Transfer::AddFormPart(Options... options) {
   return Note(outcome == CURL_FORMADD_OK ? CURLE_OK : CURLE_BAD_FUNCTION_ARGUMENT);
 }
 
+Transfer& Transfer::AddFormText(CURLformoption contents, const char* name, std::string_view text) {
+  // The length is told, since a text need not be terminated and may hold any byte; told 0, libcurl looks for a
+  // terminator.
+  return AddFormPart(CURLFORM_COPYNAME, name, contents, text.empty() ? "" : text.data(), CURLFORM_CONTENTLEN,
+                     static_cast<curl_off_t>(text.size()));
+}
+
 Transfer& Transfer::FormField(const char* name, std::string_view content) {
-  // The length is told, since content need not be terminated and may hold any byte; told 0, libcurl looks for
-  // a terminator.
-  return AddFormPart(CURLFORM_COPYNAME, name, CURLFORM_COPYCONTENTS, content.empty() ? "" : content.data(),
-                     CURLFORM_CONTENTLEN, static_cast<curl_off_t>(content.size()));
+  return AddFormText(CURLFORM_COPYCONTENTS, name, content);
+}
+
+Transfer& Transfer::FormBlock(const char* name, std::string_view bytes) {
+  return AddFormText(CURLFORM_PTRCONTENTS, name, bytes);
 }
 
 Transfer& Transfer::FormFile(const UploadFile& file, const std::string& fileName) {

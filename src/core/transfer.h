@@ -54,8 +54,10 @@ class Transfer {
   Transfer& Body(std::string body);
   // Sends an open file, from its position to its end, as the body of a PUT. The file must outlive Perform.
   Transfer& Put(const UploadFile& file);
-  // Adds a part to a multipart form: a text, or an open file as part "file" under the given file name.
+  // Adds a part to a multipart form: a text, a block of bytes that must outlive Perform, or an open file as
+  // part "file" under the given file name.
   Transfer& FormField(const char* name, std::string_view content);
+  Transfer& FormBlock(const char* name, std::string_view bytes);
   Transfer& FormFile(const UploadFile& file, const std::string& fileName);
   // Adds part "file" from a path that libcurl opens itself, during Perform. It is a path as fopen takes it: on
   // Windows in the ANSI code page.
@@ -97,6 +99,7 @@ class Transfer {
   Transfer& Note(CURLcode outcome);
   template <typename... Options>
   Transfer& AddFormPart(Options... options);
+  Transfer& AddFormText(CURLformoption contents, const char* name, std::string_view text);
 
   ResponseBuffer reply_;
   std::string body_;

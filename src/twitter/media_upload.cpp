@@ -119,7 +119,7 @@ int32_t TwitterMediaAppend(const char* mediaId, FileUploader* uploader, const ch
       .FormField("command", "APPEND")
       .FormField("media_id", mediaId)
       .FormField("segment_index", segmentIndex)
-      .FormField("media", {bytes, static_cast<size_t>(count)});
+      .FormBlock("media", {bytes, static_cast<size_t>(count)});
   if (const CURLcode failure = append.Perform(); failure != CURLE_OK) return FromMediaTransfer(failure);
   return Succeeded(append, {200, 204}) ? VELK_OK : TwitterFailure(append);
 }
