@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/text.h"
 #include "json/json.h"
 
 namespace velk {
@@ -64,13 +65,6 @@ bool TakeName(JsonWalker& walker, std::string_view name) {
   return same;
 }
 
-int PutTerminated(std::string_view value, std::span<char> output) {
-  if (output.empty()) return kFound;
-  const size_t length = value.copy(output.data(), output.size() - 1);
-  output[length] = '\0';
-  return kFound;
-}
-
 bool Between(JsonParserState state, JsonParserState first, JsonParserState last) {
   return state >= first && state <= last;
 }
@@ -86,7 +80,8 @@ int JsonGetStringValue(std::string_view reply, const char* key, std::span<char> 
     found = TakeName(walker, key);
     return Step::kGoOn;
   });
-  return done ? PutTerminated(walker.TokenText(), output) : kNotFound;
+  if (done) CopyText(walker.TokenText(), output);
+  return done ? kFound : kNotFound;
 }
 
 int JsonGetEscapedStringValue(std::string_view reply, const char* key, std::span<char> output) noexcept {
@@ -107,7 +102,8 @@ int JsonGetEscapedStringValue(std::string_view reply, const char* key, std::span
     }
     return Step::kGoOn;
   });
-  return done ? PutTerminated(walker.TokenText(), output) : kNotFound;
+  if (done) CopyText(walker.TokenText(), output);
+  return done ? kFound : kNotFound;
 }
 
 int JsonGetExpiresIn(std::string_view reply, const char* /*key*/, std::span<char> output) noexcept {
@@ -126,7 +122,8 @@ int JsonGetExpiresIn(std::string_view reply, const char* /*key*/, std::span<char
     }
     return Between(walker.PreviousState(), kAfterZero, kInInteger) ? Step::kResult : Step::kGoOn;
   });
-  return done ? PutTerminated(walker.TokenText().substr(0, digits), output) : kNotFound;
+  if (done) CopyText(walker.TokenText().substr(0, digits), output);
+  return done ? kFound : kNotFound;
 }
 
 int JsonGetEmail(std::string_view reply, const char* /*key*/, std::span<char> output) noexcept {
@@ -139,7 +136,8 @@ int JsonGetEmail(std::string_view reply, const char* /*key*/, std::span<char> ou
     found = TakeName(walker, "email");
     return Step::kGoOn;
   });
-  return done ? PutTerminated(walker.TokenText(), output) : kNotFound;
+  if (done) CopyText(walker.TokenText(), output);
+  return done ? kFound : kNotFound;
 }
 
 // ---- Splitting at quotes ----

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "core/utf8.h"
+
 namespace velk::tokenizer {
 namespace {
 
@@ -138,16 +140,11 @@ int HexValue(char byte) {
   return -1;
 }
 
-int StoreUtf8(JsonParser& parser, uint32_t codePoint) {
-  if (codePoint < 0x80) return StoreByte(parser, static_cast<char>(codePoint));
-  const int trailing = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
-  constexpr std::array<uint32_t, 4> kLeadMarks = {0, 0xC0, 0xE0, 0xF0};
-  const uint32_t lead = kLeadMarks[static_cast<size_t>(trailing)] | codePoint >> (6 * trailing);
-  if (int error = StoreByte(parser, static_cast<char>(lead))) return error;
-  for (int left = trailing - 1; left >= 0; --left) {
-    const uint32_t next = 0x80 | (codePoint >> (6 * left) & 0x3F);
-    if (int error = StoreByte(parser, static_cast<char>(next))) return error;
-  }
+int StoreUtf8(JsonParser& parser, char32_t codePoint) {
+  char bytes[4];
+  const char* const end = EncodeUtf8(codePoint, bytes);
+  for (const char* byte = bytes; byte != end; ++byte)
+    if (int error = StoreByte(parser, *byte)) return error;
   return 0;
 }
 

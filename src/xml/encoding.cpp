@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "xml/characters.h"
+#include "core/utf8.h"
 
 namespace velk::xml {
 namespace {

@@ -8,7 +8,7 @@
 #include <new>
 #include <vector>
 
-#include "xml/characters.h"
+#include "core/utf8.h"
 
 namespace velk::xml {
 namespace {
