@@ -19,6 +19,7 @@
 #ifndef VELK_UPLOAD_H
 #define VELK_UPLOAD_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #if defined(_WIN32) && !defined(VELK_UPLOAD_STATIC)
@@ -681,6 +682,73 @@ VELK_API int32_t CancelYoutubeUploadFile(FileUploader* uploader) VELK_NOEXCEPT;
  */
 VELK_API int32_t SetYoutubeUploadFileUpdateInfo(const char* accessToken, const char* videoId,
                                                 YoutubeUploadInfo* info) VELK_NOEXCEPT;
+
+/* ------------------------------------------------------------ record layout */
+
+/*
+ * Where each field lies, in bytes: offset and width, and each record's size. Hosts in other languages lay the
+ * records out by these figures; a C or C++ host's compiler checks them here, against packing options of its own.
+ */
+#ifdef __cplusplus
+#define VELK_PIN(name, condition) static_assert(condition, #name " does not lie where the library expects it")
+#else
+#define VELK_PIN(name, condition) typedef char VelkPinned_##name[(condition) ? 1 : -1]
+#endif
+#define VELK_FIELD(record, field, offset, width) \
+  VELK_PIN(record##_##field, offsetof(record, field) == (offset) && sizeof(((record*)0)->field) == (width))
+#define VELK_SIZE(record, size) VELK_PIN(record, sizeof(record) == (size))
+
+VELK_FIELD(FileUploader, uploadedBytes, 0, 8);
+VELK_FIELD(FileUploader, totalBytes, 8, 8);
+VELK_FIELD(FileUploader, state, 16, 4);
+VELK_FIELD(FileUploader, cancelRequested, 20, 4);
+VELK_SIZE(FileUploader, 24);
+
+VELK_FIELD(FacebookUploadInfo, updateKind, 0, 4);
+VELK_FIELD(FacebookUploadInfo, targetId, 4, 260);
+VELK_FIELD(FacebookUploadInfo, filePath, 264, 1024);
+VELK_FIELD(FacebookUploadInfo, title, 1288, 260);
+VELK_FIELD(FacebookUploadInfo, description, 1548, 50000);
+VELK_FIELD(FacebookUploadInfo, privacy, 51548, 25);
+VELK_FIELD(FacebookUploadInfo, link, 51573, 2048);
+VELK_SIZE(FacebookUploadInfo, 53624);
+
+VELK_FIELD(FacebookPage, id, 0, 260);
+VELK_FIELD(FacebookPage, name, 260, 1024);
+VELK_SIZE(FacebookPage, 1284);
+
+VELK_FIELD(TwitterConsumer, consumerKey, 0, 1024);
+VELK_FIELD(TwitterConsumer, consumerSecret, 1024, 1024);
+VELK_SIZE(TwitterConsumer, 2048);
+
+VELK_FIELD(TwitterAccessRequest, consumerKey, 0, 1024);
+VELK_FIELD(TwitterAccessRequest, consumerSecret, 1024, 1024);
+VELK_FIELD(TwitterAccessRequest, requestToken, 2048, 1024);
+VELK_FIELD(TwitterAccessRequest, verifier, 3072, 1024);
+VELK_SIZE(TwitterAccessRequest, 4096);
+
+VELK_FIELD(TwitterAccessToken, oauthToken, 0, 1024);
+VELK_FIELD(TwitterAccessToken, oauthTokenSecret, 1024, 1024);
+VELK_FIELD(TwitterAccessToken, userId, 2048, 260);
+VELK_FIELD(TwitterAccessToken, screenName, 2308, 260);
+VELK_SIZE(TwitterAccessToken, 2568);
+
+VELK_FIELD(TwitterUploadFile, fileName, 0, 1024);
+VELK_FIELD(TwitterUploadFile, folderPath, 1024, 1024);
+VELK_FIELD(TwitterUploadFile, statusText, 2048, 1024);
+VELK_SIZE(TwitterUploadFile, 3072);
+
+VELK_FIELD(YoutubeUploadInfo, filePath, 0, 1024);
+VELK_FIELD(YoutubeUploadInfo, title, 1024, 300);
+VELK_FIELD(YoutubeUploadInfo, description, 1324, 5000);
+VELK_FIELD(YoutubeUploadInfo, privacyStatus, 6324, 25);
+VELK_FIELD(YoutubeUploadInfo, categoryId, 6349, 25);
+VELK_FIELD(YoutubeUploadInfo, tags, 6374, 1024);
+VELK_SIZE(YoutubeUploadInfo, 7398);
+
+#undef VELK_SIZE
+#undef VELK_FIELD
+#undef VELK_PIN
 
 #ifdef __cplusplus
 }
