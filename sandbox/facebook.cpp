@@ -106,7 +106,7 @@ std::string Text(const ServiceRequest& request, std::string_view field) {
 
 void Facebook::Enter(Routes& routes) {
   const auto on = [&](std::string_view host, const char* method, const char* pattern, Handler handler) {
-    routes.On(host, method, pattern, Refusing(std::move(handler)));
+    routes.On(host, method, pattern, Refusing(std::move(handler), &ErrorReply));
   };
   on(kGraph, "GET", "/oauth/access_token", TradeToken);
   on(kGraph, "GET", "/oauth/access_token_info", TellToken);

@@ -13,13 +13,6 @@ const GraphError kExpired{400, kOAuth, 190, 463,
                           "Error validating access token: Session has expired on Tuesday, 04-Nov-14 "
                           "10:00:00 PST. The current time is Tuesday, 04-Nov-14 11:30:12 PST."};
 
-Reply ErrorReply(const GraphError& error) {
-  boost::json::object body{{"message", error.message}, {"type", error.type}, {"code", error.code}};
-  if (error.subcode != 0) body["error_subcode"] = error.subcode;
-  body["fbtrace_id"] = RandomName(11);
-  return JsonReply(error.status, {{"error", std::move(body)}});
-}
-
 }  // namespace
 
 const GraphError kMissingClient{400, kOAuth, 101, 0, "Missing client_id parameter."};
@@ -48,14 +41,11 @@ void DemandToken(const std::string& accessToken) {
   Demand(accessToken != "expired", kExpired);
 }
 
-Handler Refusing(Handler handler) {
-  return [handler = std::move(handler)](const ServiceRequest& request) {
-    try {
-      return handler(request);
-    } catch (const GraphError& error) {
-      return ErrorReply(error);
-    }
-  };
+Reply ErrorReply(const GraphError& error) {
+  boost::json::object body{{"message", error.message}, {"type", error.type}, {"code", error.code}};
+  if (error.subcode != 0) body["error_subcode"] = error.subcode;
+  body["fbtrace_id"] = RandomName(11);
+  return JsonReply(error.status, {{"error", std::move(body)}});
 }
 
 }  // namespace velk::sandbox

@@ -25,6 +25,6 @@ GraphError UnknownObject(const std::string& method, const std::string& id);
 void Demand(bool holds, const GraphError& otherwise);
 void DemandToken(const std::string& accessToken);  // there, and not expired
 
-Handler Refusing(Handler handler);
+Reply ErrorReply(const GraphError& error);
 
 }  // namespace velk::sandbox

@@ -40,6 +40,18 @@ struct ServiceRequest {
 
 using Handler = std::function<Reply(const ServiceRequest&)>;
 
+// The handler, with the refusals that its checks throw turned into the service's error replies.
+template <typename Refusal>
+Handler Refusing(Handler handler, Reply (*errorReply)(const Refusal&)) {
+  return [handler = std::move(handler), errorReply](const ServiceRequest& request) {
+    try {
+      return handler(request);
+    } catch (const Refusal& refusal) {
+      return errorReply(refusal);
+    }
+  };
+}
+
 // Where a service enters what it answers. A pattern is an exact path, or has {name} places that each stand
 // for one path segment ("/{node}/photos"); the first route entered that matches is taken, so fixed paths
 // come before patterns that would cover them.

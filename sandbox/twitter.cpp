@@ -41,16 +41,6 @@ Reply ErrorReply(const Refusal& refusal) {
   return JsonReply(refusal.status, {{"errors", json::array{error}}});
 }
 
-Handler Refusing(Handler handler) {
-  return [handler = std::move(handler)](const ServiceRequest& request) {
-    try {
-      return handler(request);
-    } catch (const Refusal& refusal) {
-      return ErrorReply(refusal);
-    }
-  };
-}
-
 Reply FormReply(const std::string& body) {
   return {.status = 200, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = body};
 }
@@ -106,8 +96,9 @@ void LogRefusal(const ServiceRequest& request, const OauthCheck& check) {
 
 void Twitter::Enter(Routes& routes) {
   const auto on = [&](std::string_view host, std::string_view method, std::string_view path, auto member) {
-    routes.On(host, method, path,
-              Refusing([this, member](const auto& request) { return (this->*member)(request); }));
+    routes.On(
+        host, method, path,
+        Refusing([this, member](const auto& request) { return (this->*member)(request); }, &ErrorReply));
   };
   on(kApiHost, "GET", "/oauth/request_token", &Twitter::GiveRequestToken);
   on(kApiHost, "GET", "/oauth/authorize", &Twitter::ShowPin);

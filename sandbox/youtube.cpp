@@ -54,14 +54,14 @@ json::array ToJson(const std::vector<std::string>& texts) {
 void Youtube::Enter(Routes& routes) {
   const auto on = [&](std::string_view host, std::string_view method, std::string_view path, auto answer) {
     routes.On(host, method, path,
-              Refusing([this, answer](const ServiceRequest& r) { return answer(*this, r); }));
+              Refusing([this, answer](const ServiceRequest& r) { return answer(*this, r); }, &ErrorReply));
   };
   on(kHost, "POST", kUploadPath, std::mem_fn(&Youtube::Begin));
   on(kHost, "PUT", kUploadPath, std::mem_fn(&Youtube::Upload));
   on(kHost, "PUT", "/youtube/v3/videos", std::mem_fn(&Youtube::Update));
   on(kGdataHost, "POST", "/action/GetUploadToken", std::mem_fn(&Youtube::GrantTicket));
   on(kOwnHost, "POST", "/action/FormDataUpload/{ticket}", std::mem_fn(&Youtube::TakeForm));
-  routes.On(kHost, "GET", "/youtube/v3/videoCategories", Refusing(&Youtube::Category));
+  routes.On(kHost, "GET", "/youtube/v3/videoCategories", Refusing(&Youtube::Category, &ErrorReply));
 }
 
 Youtube::Metadata Youtube::ReadMetadata(const json::object& body) {

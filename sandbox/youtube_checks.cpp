@@ -4,7 +4,6 @@
 #include <boost/json/array.hpp>
 
 namespace velk::sandbox::youtube {
-namespace {
 
 namespace json = boost::json;
 
@@ -15,22 +14,10 @@ Reply ErrorReply(const Refusal& refusal) {
       {{"error", {{"code", refusal.status}, {"message", refusal.message}, {"errors", json::array{detail}}}}});
 }
 
-}  // namespace
-
 void CheckToken(const ServiceRequest& request) {
   const std::string token = request.BearerToken();
   Demand(!token.empty() && token != "expired", 401, "authError", "Invalid Credentials");
   Demand(token != "forbidden", 403, "forbidden", "The caller may not change videos of this channel.");
-}
-
-Handler Refusing(Handler handler) {
-  return [handler = std::move(handler)](const ServiceRequest& request) {
-    try {
-      return handler(request);
-    } catch (const Refusal& refusal) {
-      return ErrorReply(refusal);
-    }
-  };
 }
 
 }  // namespace velk::sandbox::youtube

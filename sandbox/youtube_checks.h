@@ -20,7 +20,6 @@ inline void Demand(bool holds, int status, const char* reason, const char* messa
 // and "forbidden" with 403.
 void CheckToken(const ServiceRequest& request);
 
-// The handler, with its refusals turned into replies.
-Handler Refusing(Handler handler);
+Reply ErrorReply(const Refusal& refusal);
 
 }  // namespace velk::sandbox::youtube
