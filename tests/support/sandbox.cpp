@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <boost/json/src.hpp>
+#include <boost/json.hpp>
 #include <cctype>
 #include <cstdlib>
 #include <fstream>

@@ -1,2 +1,0 @@
-// Holds the one compiled copy of the JSON library, which is used header-only.
-#include <boost/json/src.hpp>
