@@ -1,6 +1,5 @@
 // Uploading videos and photos to Facebook: the forms byte by byte, the routes, faults and cancels.
 #include <boost/json/serialize.hpp>
-#include <thread>
 
 #include "api/facebook_test.h"
 
@@ -25,9 +24,10 @@ class FacebookUpload : public FacebookTest {
   // What a form announces as the name of the file. On Windows the ANSI code page has no Chinese characters.
   static std::string Announced(std::string path) {
 #ifdef _WIN32
-    const std::string chinese = "\xE6\x88\x91\xE7\x9A\x84";
-    const size_t at = path.find(chinese);
-    if (at != std::string::npos) path.replace(at, chinese.size(), "??");
+    for (const char* const chinese : {"\xE6\x88\x91\xE7\x9A\x84", "\xE8\xA7\x86\xE9\xA2\x91"}) {
+      const size_t at = path.find(chinese);
+      if (at != std::string::npos) path.replace(at, 6, "??");
+    }
 #endif
     return path;
   }
@@ -77,18 +77,7 @@ TEST_F(FacebookUpload, SendsBothFormsToTheByte) {
 }
 
 TEST_F(FacebookUpload, CarriesFilesOfAnyNameAndSize) {
-  struct Row {
-    const char* name;
-    std::string fileName;
-    std::string content;
-  };
-  const Row rows[] = {
-      {"empty", "empty.mp4", ""},
-      {"a Chinese name", "\xE6\x88\x91\xE7\x9A\x84 clip.mp4", "content"},
-      {"every byte", "bytes.bin", RandomBytes(100000, 1)},
-      {"larger than any buffer", "large.bin", RandomBytes(2 * 1024 * 1024 + 1, 2)},
-  };
-  for (const Row& row : rows) {
+  for (const Media& row : MediaToUpload()) {
     for (const bool video : {true, false}) {
       SCOPED_TRACE(std::string(row.name) + (video ? ", video" : ", photo"));
       sandbox.Reset();
@@ -270,18 +259,12 @@ TEST_F(FacebookUpload, CancelsInMidTransferFromAnotherThread) {
     if (!row.first.host.empty()) sandbox.Add(row.first);
     sandbox.Add({.times = 0, .passThrough = true, .readSlowly = 200000});
     *uploader = {};
-    int32_t result = VELK_OK;
-    std::thread upload([&] { result = row.video ? Video() : Photo(); });
-    EXPECT_TRUE(sandbox.WaitForBody(row.hosts.size() - 1, 1000));
-    double uploaded = 0;
     double total = 0;
-    while (GetFacebookUploadFileProgress(uploader, &uploaded, &total) == VELK_OK && uploaded <= 0)
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(CancelInMidTransfer(
+                  sandbox, row.hosts.size() - 1, uploader, GetFacebookUploadFileProgress,
+                  CancelFacebookUploadFile, [&] { return row.video ? Video() : Photo(); }, total),
+              VELK_CANCELLED);
     EXPECT_GT(total, 8.0 * 1024 * 1024);
-    EXPECT_EQ(CancelFacebookUploadFile(uploader), VELK_OK);
-    upload.join();
-
-    EXPECT_EQ(result, VELK_CANCELLED);
     EXPECT_EQ(uploader->state, 0U);
     EXPECT_STREQ(text, kUntouched);
     EXPECT_EQ(Hosts(), row.hosts);

@@ -94,25 +94,20 @@ TEST(SandboxRubbish, IsRefusedAndHarmsNothing) {
   const Row rows[] = {
       {"no HTTP at all", "\x16\x03\x01\x02\x05"},
       {"bytes above ASCII", "\xff\xfe\xfd\r\n\r\n"},
-      {"no version", "GET /\r\nHost: h\r\n\r\n"},
       {"later version", "GET / HTTP/2.0\r\nHost: h\r\n\r\n"},
       {"blank in the target", "GET /a b HTTP/1.1\r\nHost: h\r\n\r\n"},
-      {"control byte in the target", "GET /a\x01 HTTP/1.1\r\nHost: h\r\n\r\n"},
       {"target without a slash", "GET a HTTP/1.1\r\nHost: h\r\n\r\n"},
       {"no host", line + "\r\n"},
       {"line without a colon", line + "Host: h\r\nrubbish\r\n\r\n"},
       {"blank before the colon", line + "Host : h\r\n\r\n"},
       {"folded line", line + "Host: h\r\nA: b\r\n c\r\n\r\n"},
-      {"line feed alone", line + "Host: h\nA: b\r\n\r\n"},
       {"CONNECT without a port", "CONNECT graph.facebook.com HTTP/1.1\r\nHost: h\r\n\r\n"},
+      {"CONNECT to a stranger", "CONNECT example.com:443 HTTP/1.1\r\nHost: h\r\n\r\n", "502"},
       {"length in words", Post("Content-Length: four\r\n", "")},
-      {"negative length", Post("Content-Length: -1\r\n", "")},
       {"length beyond 64 bits", Post("Content-Length: 18446744073709551616\r\n", "")},
       {"two lengths", Post("Content-Length: 1\r\nContent-Length: 2\r\n", "a")},
       {"length and chunks",
        Post("Content-Length: 1\r\nTransfer-Encoding: chunked\r\n", "1\r\na\r\n0\r\n\r\n")},
-      {"unknown coding", Post("Transfer-Encoding: gzip\r\n", "")},
-      {"chunk size in words", Post("Transfer-Encoding: chunked\r\n", "two\r\nab\r\n0\r\n\r\n")},
       {"chunk beyond its size", Post("Transfer-Encoding: chunked\r\n", "1\r\nab\r\n0\r\n\r\n")},
       {"form without a boundary", Counted("multipart/form-data", "a")},
       {"form without an end", Counted("multipart/form-data; boundary=b", "--b\r\n\r\ntext")},
@@ -258,17 +253,6 @@ TEST(SandboxRecord, KeepsHeadsByteForByte) {
   EXPECT_EQ(request.Header("x"), "  two \t");
 }
 
-TEST(SandboxRecord, CarriesEveryByteInBothDirections) {
-  std::string bytes;
-  for (int value = 0; value < 256; ++value) bytes += static_cast<char>(value);
-  Sandbox sandbox;
-  sandbox.Add({.body = bytes});
-  Wire wire(sandbox);
-  wire.Send(Counted("any/thing", bytes));
-  EXPECT_TRUE(wire.Read(1, true).bytes.ends_with("\r\n\r\n" + bytes));
-  EXPECT_EQ(sandbox.Only().body, bytes);
-}
-
 // One byte to a chunk makes the form's reader see each delimiter in every state of incompleteness.
 std::string Chunked(std::string_view type, std::string_view body) {
   std::string chunks;
@@ -306,61 +290,6 @@ TEST(SandboxRecord, TakesFormsApartExactly) {
   }
 }
 
-TEST(SandboxRecord, SpoolsWhatIsLarge) {
-  const std::string file = RandomBytes(700'001, 1);
-  const std::string form = "--b\r\nContent-Disposition: form-data; name=f\r\n\r\n" + file + "\r\n--b--\r\n";
-  Sandbox sandbox;
-  Wire wire(sandbox);
-  wire.Send(Counted("video/mp4", file) + Counted("multipart/form-data; boundary=b", form));
-  ASSERT_TRUE(sandbox.WaitForBody(1, form.size()));
-  const std::vector<Request> requests = sandbox.Requests();
-  ASSERT_EQ(requests.size(), 2u);
-  EXPECT_EQ(requests[0].bodySize, file.size());
-  EXPECT_EQ(requests[0].bodySha256, sandbox.Sha256(file));
-  EXPECT_EQ(requests[1].bodySha256, sandbox.Sha256(form));
-  ASSERT_EQ(requests[1].fields.size(), 1u);
-  EXPECT_EQ(requests[1].fields[0].sha256, sandbox.Sha256(file));
-  EXPECT_EQ(requests[0].body + requests[1].fields[0].content, "");
-}
-
-CURLcode Get(const Sandbox& sandbox, const std::string& url) {
-  const Curl curl = NewCurl();
-  curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
-  curl_easy_setopt(curl.get(), CURLOPT_PROXY, sandbox.Proxy().c_str());
-  curl_easy_setopt(curl.get(), CURLOPT_SSL_VERIFYPEER, 0L);
-  curl_easy_setopt(curl.get(), CURLOPT_NOBODY, 0L);
-  curl_easy_setopt(
-      curl.get(), CURLOPT_WRITEFUNCTION, +[](char*, std::size_t, std::size_t count, void*) { return count; });
-  return curl_easy_perform(curl.get());
-}
-
-TEST(SandboxTunnel, ReachesEveryServiceByItsCertifiedName) {
-  for (const char* const host :
-       {"graph.facebook.com", "graph-video.facebook.com", "www.facebook.com", "api.twitter.com",
-        "upload.twitter.com", "www.googleapis.com", "gdata.youtube.com"}) {
-    SCOPED_TRACE(host);
-    Sandbox sandbox;
-    EXPECT_EQ(Get(sandbox, std::string("https://") + host + "/x"), CURLE_OK);
-    const Request request = sandbox.Only();
-    EXPECT_EQ(request.scheme + "://" + request.host + request.target, std::string("https://") + host + "/x");
-    EXPECT_TRUE(request.connectHead.starts_with(std::string("CONNECT ") + host + ":443 HTTP/1.1\r\n"));
-  }
-}
-
-TEST(SandboxTunnel, IsRefusedToStrangersAndOnRequest) {
-  Sandbox sandbox;
-  const int id = sandbox.Add({.host = "graph.facebook.com", .refuseConnect = 407});
-  EXPECT_NE(Get(sandbox, "https://example.com/"), CURLE_OK);
-  EXPECT_NE(Get(sandbox, "https://graph.facebook.com/"), CURLE_OK);
-  EXPECT_EQ(sandbox.FiredFaults(id), std::vector<std::string>{"refuseConnect"});
-  const std::vector<Request> requests = sandbox.Requests();
-  ASSERT_EQ(requests.size(), 2u);
-  EXPECT_EQ(requests[0].method, "CONNECT");
-  EXPECT_EQ(requests[0].status, 502);
-  EXPECT_EQ(requests[1].status, 407);
-  EXPECT_EQ(Get(sandbox, "https://graph.facebook.com/"), CURLE_OK);
-}
-
 std::string Metadata(const std::string& title, const std::string& tags = "",
                      const std::string& privacy = "public", const std::string& category = "22") {
   return "{ 'snippet': {  'title': '" + title + "',  'tags': [  " + tags +
@@ -379,12 +308,6 @@ TEST(SandboxYoutube, RefusesWhatTheServiceWould) {
       {"strict JSON", "t", "5",
        R"({"snippet":{"title":"a\u00e9","categoryId":"1"},"status":{"privacyStatus":"private"}})", "200"},
       {"raw line feed in a text", "t", "5", Metadata("a\nb"), "200"},
-      {"hundred letters of two bytes", "t", "5", Metadata([] {
-         std::string s;
-         for (int i = 0; i < 100; ++i) s += "\xc3\xa9";
-         return s;
-       }()),
-       "200"},
       {"no token", "", "5", Metadata("a"), "401"},
       {"expired token", "expired", "5", Metadata("a"), "401"},
       {"forbidden", "forbidden", "5", Metadata("a"), "403"},
@@ -410,35 +333,6 @@ TEST(SandboxYoutube, RefusesWhatTheServiceWould) {
         "\r\nContent-Length: " + std::to_string(row.body.size()) + "\r\n\r\n" + row.body);
     EXPECT_EQ(wire.Read(0, false).bytes.substr(9, 3), row.status);
   }
-}
-
-TEST(SandboxYoutube, TurnsAnUploadIntoAVideo) {
-  Sandbox sandbox;
-  Wire wire(sandbox);
-  const std::string common =
-      " HTTP/1.1\r\nHost: h\r\nAuthorization: Bearer t\r\nX-Upload-Content-Length: 5\r\nContent-Length: ";
-  const std::string good = Metadata("\xc3\xa9\\n", "'x'");
-  wire.Send("POST http://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable" + common +
-            std::to_string(good.size()) + "\r\n\r\n" + good);
-  const std::string begun = wire.Read(1, true).bytes;
-  const std::size_t at = begun.find("Location: https://");
-  ASSERT_NE(at, std::string::npos);
-  const std::string url = "http://" + begun.substr(at + 18, begun.find('\r', at) - at - 18);
-  const auto put = [&](const std::string& target, const std::string& body) {
-    wire.Send("PUT " + target + common + std::to_string(body.size()) + "\r\n\r\n" + body);
-    return wire.Read(1, true).bytes;
-  };
-  EXPECT_TRUE(put(url + "x", "video").starts_with("HTTP/1.1 404 "));
-  EXPECT_TRUE(put(url, "vide").starts_with("HTTP/1.1 400 "));
-  const std::string done = put(url, "video");
-  EXPECT_TRUE(done.starts_with("HTTP/1.1 200 "));
-  const boost::json::value state = sandbox.State();
-  const boost::json::value& video = state.at("youtube").at("videos").at(0);
-  const std::string id(video.at("id").as_string());
-  EXPECT_EQ(id.size(), 11u);
-  EXPECT_EQ(done.find("\"id\":\"" + id + "\""), done.find("\"id\""));
-  EXPECT_EQ(video.at("title").as_string(), "\xc3\xa9\n");
-  EXPECT_EQ(video.at("sha256").as_string(), sandbox.Sha256("video"));
 }
 
 }  // namespace

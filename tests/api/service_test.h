@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "support/sandbox.h"
 #include "velk_upload.h"
@@ -19,6 +23,26 @@ class ServiceTest : public testing::Test {
   Sandbox sandbox;
 };
 
+// A reply, or a fault, and what the call that meets it answers.
+struct Outcome {
+  const char* name;
+  Script reply;
+  int32_t result;
+};
+
+// What uploads take unchanged: names and contents that a careless implementation would lose.
+struct Media {
+  const char* name;
+  std::string fileName;
+  std::string content;
+};
+inline std::vector<Media> MediaToUpload() {
+  return {{"empty", "empty.mp4", ""},
+          {"a Chinese name", "\xE6\x88\x91\xE7\x9A\x84 \xE8\xA7\x86\xE9\xA2\x91.mp4", "content"},
+          {"every byte", "bytes.bin", RandomBytes(100000, 1)},
+          {"larger than any buffer", "large.bin", RandomBytes(3 * 1024 * 1024 + 1, 2)}};
+}
+
 // A proxy address that refuses every connection.
 constexpr const char* kRefusingProxy = "http://127.0.0.1:1";
 
@@ -30,11 +54,35 @@ void Fill(char (&field)[width], const std::string& text) {
   text.copy(field, width);
 }
 
+inline void ExpectTenSecondLimit(const std::function<int32_t()>& call) {
+  const auto began = std::chrono::steady_clock::now();
+  EXPECT_EQ(call(), VELK_TRANSFER_FAILED);
+  const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - began;
+  EXPECT_GE(waited.count(), 9);
+  EXPECT_LE(waited.count(), 13);
+}
+
+// Starts an upload on another thread, cancels it through its handle once figures of it show, and answers what the
+// upload returned; `total` is what the handle told of its size. The request that is cancelled has the given index.
+inline int32_t CancelInMidTransfer(Sandbox& sandbox, size_t index, FileUploader* uploader,
+                                   decltype(&GetYoutubeUploadFileProgress) progress,
+                                   decltype(&CancelYoutubeUploadFile) cancel,
+                                   const std::function<int32_t()>& start, double& total) {
+  int32_t result = VELK_OK;
+  std::thread upload([&] { result = start(); });
+  EXPECT_TRUE(sandbox.WaitForBody(index, 1000));
+  double uploaded = 0;
+  while (progress(uploader, &uploaded, &total) == VELK_OK && uploaded <= 0)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_EQ(cancel(uploader), VELK_OK);
+  upload.join();
+  return result;
+}
+
 // Whether the file can be deleted now: on Windows an open file cannot.
 inline bool Deletable(const TempFile& file) {
-  const std::u8string path(reinterpret_cast<const char8_t*>(file.Path().c_str()));
   std::error_code failure;
-  return std::filesystem::remove(std::filesystem::path(path), failure);
+  return std::filesystem::remove(file.File(), failure);
 }
 
 }  // namespace velk::test

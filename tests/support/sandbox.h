@@ -131,6 +131,7 @@ class TempFile {
   ~TempFile();
 
   std::string Path() const;  // UTF-8
+  const std::filesystem::path& File() const { return path_; }
 
  private:
   std::filesystem::path path_;

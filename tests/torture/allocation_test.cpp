@@ -1,13 +1,11 @@
 // Lets each allocation behind every export and internal operation fail in turn: a prescribed code comes back, and
 // under the sanitizers nothing leaks or is touched after its end.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstring>
 #include <functional>
 #include <vector>
 
-#include "support/sandbox.h"
+#include "api/service_test.h"
 #include "torture/allocations.h"
 #include "xml/xml.h"
 #include "youtube/youtube.h"
@@ -21,21 +19,14 @@ struct Operation {
   std::vector<int32_t> codes;  // what a failed allocation may answer, besides success
 };
 
-template <size_t width>
-void Fill(char (&field)[width], const std::string& text) {
-  std::fill(std::begin(field), std::end(field), '\0');
-  text.copy(field, width - 1);
-}
-
 constexpr const char* kReply =
     R"({"id": "1", "name": "n", "object_id": "2", "post_id": "3", "link": "l", "source": "s", "title": "t",)"
     R"( "media_id_string": "4"})";
 constexpr const char* kTokens = "oauth_token=t&oauth_token_secret=s&user_id=7&screen_name=n";
 
-class Allocations : public testing::Test {
+class Allocations : public ServiceTest {
  protected:
   Allocations() {
-    SetLibVelkUploadProxy(sandbox.Proxy().c_str());
     Fill(video.filePath, path);
     Fill(video.title, "title");
     Fill(video.description, "description");
@@ -59,7 +50,6 @@ class Allocations : public testing::Test {
         {.path = "/action/GetUploadToken", .times = 0, .body = "<r><url>u</url><token>t</token></r>"});
     sandbox.Add({.times = 0, .body = kReply});
   }
-  ~Allocations() override { SetLibVelkUploadProxy(""); }
 
   std::vector<Operation> Operations();
 
@@ -79,7 +69,6 @@ class Allocations : public testing::Test {
     }
   }
 
-  Sandbox sandbox;
   TempFile file{"clip.mp4", RandomBytes(3000, 1)};
   const std::string path = file.Path();
   const std::string formUrl = sandbox.Proxy() + "/form";

@@ -81,11 +81,6 @@ TEST(UploadFile, MeasuresReadsAndRefuses) {
   EXPECT_FALSE(UploadFile(WidenPath(folder))) << "a folder is no file";
 }
 
-TEST(UploadFile, MeasuresBeyondFourGibibytes) {
-  const auto file = test::TempFile::Sparse("large.bin", (4ULL << 30) + 5);
-  EXPECT_EQ(UploadFile(WidenPath(file.Path())).Size(), (4LL << 30) + 5);
-}
-
 TEST(Text, StaysInsideFieldsAndBuffers) {
   const char full[4] = {'a', 'b', 'c', 'd'};
   EXPECT_EQ(Field(full), "abcd");

@@ -71,9 +71,7 @@ const Extraction kExtractions[] = {
     {"\\u escape at the end", kEmail, "", R"({"email":"a\u0041"})", "aA041"},
     {"\\u escape of two bytes near the end", kEmail, "", R"({"email":"a\u00e9z"})", "a\xC3\xA9z9"},
     {"surrogate pair ends the value", kEmail, "", R"({"email":"a\ud83d\ude00b"})", "ad83d"},
-    {"fed on after a low surrogate", kEmail, "", R"({"email":"\udc00abcd"})",
-     "\xEA\xAF\x8D"
-     "d"},
+    {"fed on after a low surrogate", kEmail, "", R"({"email":"\udc00abcd"})", "\uABCDd"},
     {"never out of a low surrogate", kEmail, "", R"({"email":"\udc00","x":"y"})", nullptr},
     {"the next string", kEmail, "", R"({"email":null,"name":"x"})", "name"},
 };
@@ -90,11 +88,6 @@ TEST(JsonExtractors, FindTheValueOrLeaveTheOutput) {
       EXPECT_EQ(std::count(output.begin(), output.end(), '#'), 64);
     }
   }
-}
-
-TEST(JsonExtractors, FindNothingInAnEmptyReply) {
-  std::array<char, 8> output;
-  for (Extractor extract : {kString, kEscaped, kExpiresIn, kEmail}) EXPECT_EQ(extract({}, "id", output), 1);
 }
 
 TEST(JsonExtractors, CutAtTheOutputAndReadBeyondTheFirstBuffer) {

@@ -10,12 +10,6 @@
 namespace velk {
 namespace {
 
-std::string Repeat(const std::string& text, size_t times) {
-  std::string repeated;
-  while (times-- > 0) repeated += text;
-  return repeated;
-}
-
 // What follows a parameter's name, up to the next separator.
 std::string Value(const std::string& text, const std::string& name) {
   const size_t begin = text.find(name) + name.size();
@@ -74,10 +68,10 @@ std::vector<Vector> Published() {
 }
 
 std::vector<Vector> Computed() {
-  const std::string k = Repeat("k", 1004);  // what liboauth's line holds
-  const std::string t = Repeat("t", 1011);
-  const std::string s = Repeat("s", 1024);
-  const std::string e = Repeat("\xC3\xA9", 512);  // cut in the middle of one for the token
+  const std::string k(1004, 'k'), t(1011, 't');  // what liboauth's line holds
+  const std::string s(1024, 's');
+  std::string e;  // cut in the middle of a letter for the token
+  while (e.size() < 1024) e += "\u00E9";
   const std::string text = "status=a&b=c%41 +~\xC3\xA9";
   return {
       {"jgoULkPAqef5TPozkLwEXFWluoA=", kUrl, {}, nullptr, {"ck", "cs"}},

@@ -89,12 +89,7 @@ TEST_F(YoutubeCategoryTitle, RenamesExactlyOneTitle) {
 
 TEST_F(YoutubeCategoryTitle, AnswersEachOutcomeWithItsCode) {
   const std::string body = R"({"title": "T"})";
-  struct Row {
-    const char* name;
-    Script reply;
-    int32_t result;
-  };
-  const Row rows[] = {
+  const test::Outcome rows[] = {
       {"200 without a title", {.body = R"({"items": []})"}, VELK_NO_TITLE},
       {"200 without a body", {}, VELK_NO_TITLE},
       {"200 with a number", {.body = R"({"title": 20})"}, VELK_NO_TITLE},
@@ -108,7 +103,7 @@ TEST_F(YoutubeCategoryTitle, AnswersEachOutcomeWithItsCode) {
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
       {"cut behind the title", {.body = body + "  ", .cutBodyAfter = 14}, VELK_TRANSFER_FAILED},
   };
-  for (const Row& row : rows) {
+  for (const test::Outcome& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Add(row.reply);
     EXPECT_EQ(Ask("20"), row.result);
