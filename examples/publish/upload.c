@@ -7,6 +7,7 @@
 
 enum { kPollMilliseconds = 100, kBarWidth = 24, kLineWidth = 52 };
 
+static const double kKibibyte = 1024.0;
 static const double kMebibyte = 1048576.0;
 static const double kSecondsBetweenLines = 1.0;
 static const double kShortestPace = 0.1; /* seconds below which a rate says nothing */
@@ -23,17 +24,19 @@ static void Start(void* context) {
 
 /* One state of the progress: a line of its own, or on a terminal a bar over the last one. */
 static void Show(double uploaded, double total, double seconds, bool terminal) {
+  const double unit = total < kMebibyte ? kKibibyte : kMebibyte;
+  const char* const name = total < kMebibyte ? "KiB" : "MiB";
   const double share = total > 0 ? fmin(uploaded / total, 1.0) : 1.0;
   char pace[48] = "";
   if (seconds >= kShortestPace) {
     const double rate = uploaded / seconds;
-    int length = snprintf(pace, sizeof pace, ", %.1f MiB/s", rate / kMebibyte);
+    int length = snprintf(pace, sizeof pace, ", %.1f %s/s", rate / unit, name);
     if (rate > 0 && share < 1)
       snprintf(pace + length, sizeof pace - (size_t)length, ", %.0f s left", ceil((total - uploaded) / rate));
   }
   char line[128];
-  snprintf(line, sizeof line, "%3.0f %%  %.1f of %.1f MiB%s", share * 100, uploaded / kMebibyte,
-           total / kMebibyte, pace);
+  snprintf(line, sizeof line, "%3.0f %%  %.1f of %.1f %s%s", share * 100, uploaded / unit, total / unit, name,
+           pace);
   if (terminal) {
     char bar[kBarWidth + 1];
     for (int cell = 0; cell < kBarWidth; ++cell) bar[cell] = cell < (int)(share * kBarWidth) ? '#' : '.';
