@@ -33,9 +33,12 @@ static bool SetTags(YoutubeUploadInfo* info, const Arguments* arguments) {
   int position = 0;
   const char* tag = NULL;
   while ((tag = NextOption(arguments, "--tag", &position)) != NULL) {
-    if (length > 0) info->tags[length++] = '\n';
-    if (!SetField(info->tags + length, sizeof info->tags - length - 1, tag, "list of tags")) return false;
-    length += strlen(tag);
+    const size_t begin = length > 0 ? length + 1 : 0;
+    length = begin + strlen(tag);
+    if (length >= sizeof info->tags)
+      return fputs("The tags are too long: together 1023 bytes fit.\n", stderr), false;
+    if (begin > 0) info->tags[begin - 1] = '\n';
+    memcpy(info->tags + begin, tag, length - begin + 1);
   }
   return true;
 }
