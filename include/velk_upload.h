@@ -4,7 +4,8 @@
  * This is the library's whole interface: plain C functions over fixed-layout records, for C99 and C++.
  *
  * Calls      Every function blocks until its HTTP exchange is over and runs on the caller's thread. The
- *            library starts no thread, holds no lock and keeps no pointer to a caller's memory after it returns.
+ *            library starts no thread and keeps no pointer to a caller's memory after it returns. It holds no
+ *            lock, but for the Linux build, which signs one Twitter request at a time.
  * Threads    Any function may be called on any thread, several at once. Two things are shared: the proxy
  *            setting, and a FileUploader that one thread passes to an upload while others poll or cancel it.
  * Results    A signed 32-bit code: 0 for success, negative for failure, and for some Facebook functions a small

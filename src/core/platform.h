@@ -1,10 +1,11 @@
-// The only door to the operating system: paths, files beyond 2 GiB, and waiting.
+// The only door to the operating system: paths, files beyond 2 GiB, waiting, and turns with liboauth.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -30,5 +31,10 @@ std::FILE* OpenForReading(const NativePath& path) noexcept;
 int64_t MeasureFile(std::FILE* file) noexcept;
 
 void Wait(std::chrono::milliseconds duration) noexcept;
+
+// To be held while liboauth works. On Linux its threads share the place where strtok stands in a text, and its
+// cryptography is set up by the first signature without a lock. On Windows strtok's place is each thread's own
+// and there is nothing to set up: no lock is taken.
+std::unique_lock<std::mutex> TurnWithLiboauth();
 
 }  // namespace velk

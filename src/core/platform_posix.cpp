@@ -29,4 +29,9 @@ int64_t MeasureFile(std::FILE* file) noexcept {
 
 void Wait(std::chrono::milliseconds duration) noexcept { std::this_thread::sleep_for(duration); }
 
+std::unique_lock<std::mutex> TurnWithLiboauth() {
+  static std::mutex mutex;
+  return std::unique_lock(mutex);
+}
+
 }  // namespace velk

@@ -33,4 +33,6 @@ int64_t MeasureFile(std::FILE* file) noexcept {
 
 void Wait(std::chrono::milliseconds duration) noexcept { Sleep(static_cast<DWORD>(duration.count())); }
 
+std::unique_lock<std::mutex> TurnWithLiboauth() { return {}; }
+
 }  // namespace velk

@@ -11,6 +11,8 @@
 // liboauth's header needs size_t without including what declares it.
 #include <oauth.h>
 
+#include "core/platform.h"
+
 namespace velk {
 namespace {
 
@@ -91,6 +93,7 @@ std::string Write(const Arguments& arguments, OauthForm form) {
 
 std::string SignRequest(const std::string& url, std::span<const std::string> postArguments,
                         const char* method, const OauthKeys& keys, OauthForm form) {
+  const auto turn = TurnWithLiboauth();
   Arguments arguments(url);
   if (!postArguments.empty() && !postArguments.front().empty()) {
     for (const std::string& parameter :

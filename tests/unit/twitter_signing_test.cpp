@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "twitter/signing.h"
@@ -158,6 +159,19 @@ TEST(SignRequest, DrawsANonceAndTellsTheTime) {
     EXPECT_NEAR(std::stod(Value(header, "oauth_timestamp=")), static_cast<double>(now), 2);
   }
   EXPECT_EQ(nonces.size(), 200U);
+}
+
+TEST(SignRequest, KeepsThreadsApart) {
+  const auto sign = [](const std::string& word) {
+    const std::string url = "https://a.b/c?" + word + "=1&" + word + "=2&" + word + "=3";
+    for (int turn = 0; turn < 500; ++turn) {
+      const std::string query = SignRequest(url, {}, "GET", kKeys, OauthForm::kQuery);
+      ASSERT_TRUE(query.starts_with(url + "oauth_consumer_key=")) << query;
+    }
+  };
+  std::thread other(sign, "other");
+  sign("this");
+  other.join();
 }
 
 }  // namespace
