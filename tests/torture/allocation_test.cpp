@@ -162,6 +162,13 @@ std::vector<Operation> Allocations::Operations() {
          return RequestUploadToken("t", nullptr, "<entry/>", text, &urlRoom, other, &tokenRoom);
        },
        {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY, VELK_UNEXPECTED_REPLY}},
+      {"ParseUploadTokenReply",
+       [] {
+         constexpr std::string_view kXml = "<r><url>u</url><token>t</token></r>";
+         std::string url, oneTimeToken;
+         return ParseUploadTokenReply(kXml.data(), kXml.size(), &url, &oneTimeToken);
+       },
+       {VELK_UNEXPECTED_REPLY}},
       {"PostBrowserUploadForm",
        [this] { return PostBrowserUploadForm(&uploader, "t", path.c_str(), text, formUrl.c_str(), "token"); },
        request},
@@ -190,9 +197,27 @@ TEST_F(Allocations, OfTheLibraryFailOneByOne) {
 }
 
 TEST_F(Allocations, OfCurlFailOneByOne) {
-  for (const Operation& operation : Operations()) {
-    Torture(operation, Allocator::kCurl);
+  for (const Operation& operation : Operations()) Torture(operation, Allocator::kCurl);
+}
+
+TEST_F(Allocations, OfAReplyThatStaysEmptyLeaveNothingToRead) {
+  sandbox.Reset();
+  sandbox.Add({.times = 0});
+  const auto identity = [this](int32_t room) {
+    return GetFacebookUserNameEmail("t", text, &room, other, &size);
+  };
+  const std::pair<int32_t, std::function<int32_t()>> rows[] = {
+      {VELK_BUFFER_TOO_SMALL, [=] { return identity(1); }},  // which tells the e-mail's size
+      {VELK_UNEXPECTED_REPLY, [=] { return identity(1); }},
+      {VELK_BUFFER_TOO_SMALL, [=] { return identity(0); }},
+      {VELK_OK, [this] { return GetFacebookPhotoUrl("t", "12", text, nullptr); }},
+      {VELK_TRANSFER_FAILED, [this] { return GetFacebookVideoEmbedUrl("t", "12", text, nullptr); }},
+  };
+  for (const auto& [code, call] : rows) {
+    const FailingAllocation failing(Allocator::kLibrary, 0);
+    EXPECT_EQ(call(), code);
   }
+  EXPECT_EQ(size, 1);
 }
 
 }  // namespace

@@ -42,6 +42,15 @@ TEST_F(TwitterMedia, MissesItsArguments) {
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
+TEST_F(TwitterMedia, ChecksTheFileForItself) {
+  const NativePath absent = WidenPath(file.Path() + "x");
+  const auto large = test::TempFile::Sparse("large.png", 5'242'881);
+  EXPECT_EQ(TwitterMediaInit(mediaId, &room, "a", absent, "png"), VELK_FILE_NOT_OPENED);
+  EXPECT_EQ(TwitterMediaAppendFile(mediaId, &uploader, "a", absent), VELK_FILE_NOT_OPENED);
+  EXPECT_EQ(TwitterMediaAppendFile(mediaId, &uploader, "a", WidenPath(large.Path())), VELK_TOO_LARGE);
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
 TEST_F(TwitterMedia, AnnouncesAPngWithoutAnExtension) {
   for (const auto& [extension, type] :
        {std::pair<const char*, const char*>(nullptr, "image/png"), {"", "image/"}}) {
