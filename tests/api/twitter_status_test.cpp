@@ -72,7 +72,6 @@ TEST_F(TwitterStatus, JudgesEveryReply) {
       {"401 duplicate", Reply(401, duplicate), VELK_UNEXPECTED_REPLY},
       {"200 with an error's words", Reply(200, credentials), VELK_OK},
       {"201", Reply(201), VELK_UNEXPECTED_REPLY},
-      {"500", Reply(500), VELK_UNEXPECTED_REPLY},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
       {"cut", {.body = "{\"id\":1}", .cutBodyAfter = 2, .reset = true}, VELK_TRANSFER_FAILED},
       {"connection refused", {.refuseConnect = 503}, VELK_TRANSFER_FAILED},

@@ -109,7 +109,6 @@ TEST_F(YoutubeUpdate, AnswersEachOutcomeWithItsCode) {
       {"400", {.status = 400}, VELK_UNEXPECTED_REPLY},
       {"401", {.status = 401}, VELK_MISSING_ARGUMENT},
       {"403", {.status = 403}, VELK_FORBIDDEN},
-      {"503", {.status = 503}, VELK_UNEXPECTED_REPLY},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
       {"cut", {.body = video, .cutBodyAfter = 3}, VELK_TRANSFER_FAILED},
       {"reset in mid-request", {.reset = true, .stopReadingAfter = 20}, VELK_TRANSFER_FAILED},

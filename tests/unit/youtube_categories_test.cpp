@@ -96,7 +96,6 @@ TEST_F(YoutubeCategoryTitle, AnswersEachOutcomeWithItsCode) {
       {"400", {.status = 400, .body = body}, VELK_NO_HANDLE},
       {"401", {.status = 401, .body = body}, VELK_TRANSFER_FAILED},
       {"403", {.status = 403, .body = body}, VELK_FORBIDDEN},
-      {"500", {.status = 500, .body = body}, VELK_NO_HANDLE},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
       {"cut behind the title", {.body = body + "  ", .cutBodyAfter = 14}, VELK_TRANSFER_FAILED},
   };

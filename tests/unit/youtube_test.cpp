@@ -99,6 +99,14 @@ TEST(FindLocationHeader, TakesTheLastLine) {
   }
 }
 
+TEST(UploadFileContent, FailsOnAFileThatIsGoneSinceTheSession) {
+  FileUploader uploader{};
+  const YoutubeUploadInfo info{};
+  char id[256];
+  const NativePath gone = WidenPath("/no/such/file");
+  EXPECT_EQ(UploadFileContent(&uploader, "t", &info, "http://u", id, gone), VELK_FILE_NOT_OPENED);
+}
+
 TEST(YoutubeProgress, RunsOnlyWhileUploading) {
   EXPECT_EQ(YoutubeProgressCallback(nullptr, 0, 0, 0, 0), -1);
   for (const uint32_t state : {0U, 1U, 4U}) {
