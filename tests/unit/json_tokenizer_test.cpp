@@ -1,6 +1,7 @@
 // The tokenizer by byte: states, errors, the token buffer, reports, limits and memory.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -192,25 +193,28 @@ TEST(JsonTokenizer, IsDoneOnceEverythingIsClosed) {
   }
 }
 
-// Notes each report as "type:text/length"; stops at a key called "stop".
+// Notes each report as "type:text/length"; stops once as many as wanted have come.
+using Notes = std::pair<ptrdiff_t, std::string>;
 int Note(void* userData, JsonTokenType type, const char* text, uint32_t length) {
-  auto& notes = *static_cast<std::string*>(userData);
+  auto& [wanted, notes] = *static_cast<Notes*>(userData);
   notes += std::to_string(static_cast<uint32_t>(type)) + ':' + (text ? text : "-") + '/' +
            std::to_string(length) + ' ';
-  return text && std::strcmp(text, "stop") == 0 ? 77 : 0;
+  return --wanted == 0 ? 77 : 0;
 }
 
-TEST(JsonTokenizer, ReportsTokensAndStopsWhenTold) {
-  std::string notes;
-  Parser parser({.allowComments = 1}, Note, &notes);
-  uint32_t processed = 0;
-  EXPECT_EQ(
-      parser.Feed(R"({"k":"long\n","a":[-12 ,1.5/**/,2e3,true,false,null,{},"s"],"stop":1})", &processed),
-      77);
-  EXPECT_EQ(
-      notes,
+TEST(JsonTokenizer, ReportsTokensAndStopsAtAnyWhenTold) {
+  const std::string all =
       "2:-/0 8:k/1 7:long\n/5 8:a/1 1:-/0 5:-12/3 6:1.5/3 6:2e3/3 9:/0 10:/0 11:/0 2:-/0 4:-/0 7:s/1 3:-/0 "
-      "8:stop/4 ");
+      "4:-/0 ";
+  const ptrdiff_t reports = std::ranges::count(all, ' ');
+  for (ptrdiff_t wanted = 1; wanted <= reports + 1; ++wanted) {
+    Notes notes{wanted, ""};
+    Parser parser({.allowComments = 1}, Note, &notes);
+    const int result = parser.Feed(R"({"k":"long\n","a":[-12 ,1.5/**/,2e3,true,false,null,{},"s"]})");
+    EXPECT_EQ(result, wanted > reports ? 0 : 77);
+    EXPECT_EQ(notes.first, wanted > reports ? 1 : 0);
+    EXPECT_TRUE(all.starts_with(notes.second)) << notes.second;
+  }
 }
 
 TEST(JsonTokenizer, GrowsWithinItsLimits) {

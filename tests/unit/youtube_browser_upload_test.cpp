@@ -120,7 +120,6 @@ TEST(BuildAtomEntry, MissesWhatIsEmpty) {
 
 TEST(ParseUploadTokenReply, TakesTheFirstOfEachNameBelowTheRoot) {
   const std::string untouched = "-";
-  const std::string longText(5000, 'u');
   struct Row {
     const char* name;
     std::string reply;
@@ -140,8 +139,6 @@ TEST(ParseUploadTokenReply, TakesTheFirstOfEachNameBelowTheRoot) {
       {"two of a name", "<r><url>1</url><token>2</token><url>3</url><token>4</token></r>", VELK_OK, "1", "2"},
       {"empty elements", "<r><url/><token></token></r>", VELK_OK, "", ""},
       {"text around an element", "<r><url>a<url>x</url>b</url><token>t</token></r>", VELK_OK, "ab", "t"},
-      {"long", "<r><url>" + longText + "</url><token>" + longText + "</token></r>", VELK_OK, longText,
-       longText},
       {"no token", "<r><url>u</url></r>", VELK_UNEXPECTED_REPLY, "u", untouched},
       {"no url", "<r><token>t</token></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
       {"other case", "<r><URL>u</URL><token>t</token></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
@@ -254,7 +251,6 @@ TEST_F(UploadToken, AnswersEachOutcomeWithItsCode) {
   const test::Outcome rows[] = {
       {"200 without a body", {}, VELK_UNEXPECTED_REPLY},
       {"200 without a token", {.body = "<r><url>u</url></r>"}, VELK_UNEXPECTED_REPLY},
-      {"200 with rubbish", {.body = "Error=BadAuthentication"}, VELK_UNEXPECTED_REPLY},
       {"201", {.status = 201, .body = kReply}, VELK_UNEXPECTED_REPLY},
       {"401", {.status = 401, .body = kReply}, VELK_UNEXPECTED_REPLY},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
