@@ -1,11 +1,15 @@
-// Times the readers of replies: the tokenizer byte by byte, and an extractor over a large reply.
+// Times the readers of replies: the tokenizer byte by byte, an extractor over a large reply, and the shapes that cost
+// most. With the name of such a shape and a size in bytes it is read once, for an instruction counter.
+// Usage: parser_bench [escapes|attributes SIZE]
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <string>
 #include <vector>
 
 #include "json/json.h"
+#include "xml/xml.h"
 
 namespace {
 
@@ -49,6 +53,45 @@ void TimeTokenizer() {
               failure == 0 ? "" : " (failed)");
 }
 
+// A string of nothing but escapes, each of which has an extractor look at the token.
+bool ReadEscapes(size_t size) {
+  std::string reply = "{\"k\":\"";
+  while (reply.size() + 4 < size) reply += "\\n";
+  reply += "\"}";
+  char value[16];
+  return velk::JsonGetStringValue(reply, "id", value) == 1;
+}
+
+// One start tag: half of it the name, half attributes, the first of them declared.
+bool ReadAttributes(size_t size) {
+  const std::string name(size / 2, 'n');
+  std::string document = "<!DOCTYPE r [<!ATTLIST " + name + " a CDATA ''>]><" + name;
+  while (document.size() + 7 < size + name.size()) document += " b='v'";
+  document += "/>";
+  return velk::XmlTree(velk::XmlParseString(document.data(), document.size())) != nullptr;
+}
+
+struct Shape {
+  const char* name;
+  bool (*read)(size_t size);
+};
+constexpr Shape kShapes[] = {{"escapes", ReadEscapes}, {"attributes", ReadAttributes}};
+
+void TimeShapes() {
+  for (const Shape& shape : kShapes) {
+    bool read = true;
+    const double seconds = Time([&] { read = read && shape.read(10 << 20); });
+    std::printf("hostile %s, 10 MiB: %.3f s%s\n", shape.name, seconds, read ? "" : " (failed)");
+  }
+}
+
+int ReadOnce(const std::string& name, size_t size) {
+  for (const Shape& shape : kShapes)
+    if (shape.name == name) return shape.read(size) ? 0 : 1;
+  std::fprintf(stderr, "parser_bench: no shape named %s\n", name.c_str());
+  return 2;
+}
+
 void TimeExtractor() {
   const std::string reply = Reply(64 << 10);
   char value[1024];
@@ -59,7 +102,9 @@ void TimeExtractor() {
 
 }  // namespace
 
-int main() {
+int main(int count, char** arguments) {
+  if (count == 3) return ReadOnce(arguments[1], std::strtoul(arguments[2], nullptr, 10));
   TimeTokenizer();
   TimeExtractor();
+  TimeShapes();
 }

@@ -24,8 +24,9 @@ void JsonWalker::ClearFrom(uint32_t offset) noexcept {
 }
 
 void JsonWalker::ClearToken() noexcept {
-  std::memset(parser_.buffer, 0, written_);
-  written_ = 0;
+  if (writtenBegin_ < writtenEnd_)
+    std::memset(parser_.buffer + writtenBegin_, 0, writtenEnd_ - writtenBegin_);
+  writtenBegin_ = writtenEnd_ = parser_.bufferPosition;
 }
 
 // ---- Extractors ----

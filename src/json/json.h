@@ -1,6 +1,7 @@
 // Reads single values out of JSON replies: a push tokenizer, a walker over it and the extractors.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -145,8 +146,10 @@ class JsonWalker {
     } else {
       previous_ = parser_.state;
     }
-    // A byte reaches no further than the position before it, also when it ends a \u escape and is rewound.
-    if (parser_.bufferPosition >= written_) written_ = parser_.bufferPosition + 1;
+    // A byte is written at the position before it. One that ends a \u escape also rewrites the escape's digits,
+    // which were written before it.
+    writtenBegin_ = std::min(writtenBegin_, parser_.bufferPosition);
+    writtenEnd_ = std::max(writtenEnd_, parser_.bufferPosition + 1);
     const uint32_t sizeBefore = parser_.bufferSize;
     const int error = JsonParserFeed(&parser_, &byte, 1, nullptr);
     if (parser_.bufferSize != sizeBefore) ClearFrom(sizeBefore);
@@ -170,7 +173,8 @@ class JsonWalker {
   // How much of it belongs to the token that is being collected.
   uint32_t TokenLength() const noexcept { return parser_.bufferPosition; }
 
-  // Zeroes the token buffer. The write position stays, so text that follows an escape begins behind NULs.
+  // Zeroes the token buffer. The write position stays, so text that follows an escape begins behind NULs. Only what
+  // was written since the last time is touched: a text of nothing but escapes would else cost the square of its length.
   void ClearToken() noexcept;
 
  private:
@@ -179,7 +183,8 @@ class JsonWalker {
 
   JsonParser parser_;
   int initResult_;
-  uint32_t written_ = 0;  // every byte of the buffer from here on is zero
+  uint32_t writtenBegin_ = 0;  // outside of these two every byte of the buffer is zero
+  uint32_t writtenEnd_ = 0;
   JsonParserState previous_ = JsonParserState::kStart;
   bool keepPrevious_ = false;
 };

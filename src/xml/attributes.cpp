@@ -1,30 +1,29 @@
-// The table of declared attributes: by tag and name for look-ups, and chained by tag those with a default.
+// The table of declared attributes: tags by name, and in each its attributes by name and those with a default in order.
 #include "xml/attributes.h"
 
 namespace velk::xml {
 
-void AttributeDefaults::Declare(const DeclaredAttribute& attribute) {
-  if (byName_.Find(attribute.Key())) return;
+DeclaredTag& AttributeDefaults::DeclareTag(std::string_view name) {
+  if (DeclaredTag* const found = byName_.Find(name)) return *found;
+  DeclaredTag& added = tags_.emplace_back();
+  added.name = name;
+  byName_.Add(&added);
+  return added;
+}
+
+void AttributeDefaults::Declare(DeclaredTag& tag, const DeclaredAttribute& attribute) {
+  if (tag.attributes.Find(attribute.name)) return;
   DeclaredAttribute* const added = &attributes_.emplace_back(attribute);
-  byName_.Add(added);
+  tag.attributes.Add(added);
   if (!attribute.hasDefault) return;
-  if (Tag* const tag = byTag_.Find(attribute.tag)) {
-    tag->last->nextOfTag = added;
-    tag->last = added;
-  } else {
-    byTag_.Add(&tags_.emplace_back(Tag{added, added}));
-  }
+  (tag.lastDefault ? tag.lastDefault->nextOfTag : tag.firstDefault) = added;
+  tag.lastDefault = added;
 }
 
 void AttributeDefaults::Decode(Decoder& decoder) {
   for (DeclaredAttribute& attribute : attributes_) {
     if (attribute.hasDefault) attribute.value = decoder.Value(attribute.written, !attribute.cdata);
   }
-}
-
-DeclaredAttribute* AttributeDefaults::FirstDefault(std::string_view tag) const {
-  const Tag* const found = byTag_.Find(tag);
-  return found ? found->first : nullptr;
 }
 
 }  // namespace velk::xml

@@ -1,7 +1,6 @@
 // The attributes that the internal subset of a document declares: their types and their default values.
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <deque>
 #include <span>
@@ -12,16 +11,7 @@
 
 namespace velk::xml {
 
-struct AttributeKey {
-  std::string_view tag;
-  std::string_view name;
-  friend auto operator<=>(const AttributeKey&, const AttributeKey&) = default;
-};
-
-inline size_t HashOf(const AttributeKey& key) { return 31 * HashOf(key.tag) + HashOf(key.name); }
-
 struct DeclaredAttribute {
-  std::string_view tag;
   std::string_view name;        // with a terminator behind it
   std::span<char> written;      // the default value as it stands in the document
   const char* value = nullptr;  // the default value decoded; null when there is none
@@ -30,34 +20,37 @@ struct DeclaredAttribute {
   size_t seenOn = 0;                       // number of the last start tag that gave this attribute itself
   DeclaredAttribute* nextOfTag = nullptr;  // next one with a default, in order of declaration
 
-  AttributeKey Key() const { return {tag, name}; }
+  std::string_view Key() const { return name; }
+};
+
+// What is declared for the elements of one name. A start tag looks it up once for all its attributes.
+struct DeclaredTag {
+  std::string_view name;
+  NameTable<DeclaredAttribute> attributes;
+  DeclaredAttribute* firstDefault = nullptr;
+  DeclaredAttribute* lastDefault = nullptr;
+
+  std::string_view Key() const { return name; }
 };
 
 class AttributeDefaults {
  public:
+  // The tag of that name, made when there is none yet.
+  DeclaredTag& DeclareTag(std::string_view name);
+
   // The first declaration of an attribute binds.
-  void Declare(const DeclaredAttribute& attribute);
+  void Declare(DeclaredTag& tag, const DeclaredAttribute& attribute);
 
   // Decodes the default values: called when the subset is complete, since they may refer to entities that are
   // declared behind them.
   void Decode(Decoder& decoder);
 
-  DeclaredAttribute* Find(std::string_view tag, std::string_view name) const {
-    return byName_.Find({tag, name});
-  }
-  DeclaredAttribute* FirstDefault(std::string_view tag) const;
+  const DeclaredTag* Find(std::string_view tag) const { return byName_.Find(tag); }
 
  private:
-  struct Tag {
-    DeclaredAttribute* first;
-    DeclaredAttribute* last;
-    std::string_view Key() const { return first->tag; }
-  };
-
   std::deque<DeclaredAttribute> attributes_;
-  std::deque<Tag> tags_;
-  NameTable<DeclaredAttribute> byName_;
-  NameTable<Tag> byTag_;
+  std::deque<DeclaredTag> tags_;
+  NameTable<DeclaredTag> byName_;
 };
 
 }  // namespace velk::xml

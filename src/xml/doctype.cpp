@@ -70,22 +70,22 @@ bool DoctypeReader::ReadAttributeList() {
   scan_.SkipSpace();
   const std::span<char> tag = ReadToken();
   if (tag.empty()) return Malformed();
+  DeclaredTag& declared = document_.defaults.DeclareTag(View(tag));
   for (scan_.SkipSpace(); !scan_.At('>'); scan_.SkipSpace()) {
-    if (!ReadDeclaredAttribute(View(tag))) return false;
+    if (!ReadDeclaredAttribute(declared)) return false;
   }
   return true;
 }
 
-bool DoctypeReader::ReadDeclaredAttribute(std::string_view tag) {
+bool DoctypeReader::ReadDeclaredAttribute(DeclaredTag& tag) {
   DeclaredAttribute attribute;
   const std::span<char> name = ReadToken();
   if (name.empty()) return Malformed();
   if (!ReadAttributeType(attribute.cdata) || !ReadDefault(attribute)) return false;
   scan_.Mark();
   name.data()[name.size()] = '\0';  // what stood there separated the name from the type
-  attribute.tag = tag;
   attribute.name = View(name);
-  document_.defaults.Declare(attribute);
+  document_.defaults.Declare(tag, attribute);
   return true;
 }
 

@@ -22,7 +22,7 @@ class DoctypeReader {
   bool ReadSubset();
   bool ReadEntity();
   bool ReadAttributeList();
-  bool ReadDeclaredAttribute(std::string_view tag);
+  bool ReadDeclaredAttribute(DeclaredTag& tag);
   bool ReadAttributeType(bool& cdata);
   bool ReadDefault(DeclaredAttribute& attribute);
 

@@ -56,7 +56,7 @@ class Reader {
   bool ReadTagEnd();
   std::span<char> ReadName();
   AttributeArray MakeAttributes(std::string_view tag, char* from, size_t count);
-  void AddDefaults(std::string_view tag, size_t& count, AttributeArray& attributes);
+  void AddDefaults(const DeclaredTag& tag, size_t& count, AttributeArray& attributes);
 
   Document& document_;
   Scanner scan_;
@@ -195,36 +195,37 @@ std::span<char> Reader::ReadName() {
 AttributeArray Reader::MakeAttributes(std::string_view tag, char* from, size_t count) {
   AttributeArray attributes;
   if (count > 0) attributes = std::make_unique_for_overwrite<const char*[]>(2 * count + 1);
+  const DeclaredTag* const declaredTag = document_.defaults.Find(tag);
   char* const behindTag = std::exchange(scan_.at, from);
   for (size_t i = 0; i < count; ++i) {
     scan_.SkipSpace();
     const std::span<char> name = ReadName();
     std::span<char> value;
     ReadAttributeValue(value);
-    DeclaredAttribute* const declared = document_.defaults.Find(tag, {name.data(), name.size()});
+    DeclaredAttribute* const declared =
+        declaredTag ? declaredTag->attributes.Find({name.data(), name.size()}) : nullptr;
     if (declared) declared->seenOn = startTags_;
     name.data()[name.size()] = '\0';
     attributes[2 * i] = name.data();
     attributes[2 * i + 1] = value.data() ? decoder_.Value(value, !(declared && declared->cdata)) : "";
   }
   scan_.at = behindTag;
-  AddDefaults(tag, count, attributes);
+  if (declaredTag) AddDefaults(*declaredTag, count, attributes);
   if (attributes) attributes[2 * count] = nullptr;
   return attributes;
 }
 
-void Reader::AddDefaults(std::string_view tag, size_t& count, AttributeArray& attributes) {
+void Reader::AddDefaults(const DeclaredTag& tag, size_t& count, AttributeArray& attributes) {
   const auto isMissing = [this](const DeclaredAttribute& declared) { return declared.seenOn != startTags_; };
-  const DeclaredAttribute* const first = document_.defaults.FirstDefault(tag);
   size_t missing = 0;
-  for (auto* declared = first; declared; declared = declared->nextOfTag)
+  for (auto* declared = tag.firstDefault; declared; declared = declared->nextOfTag)
     missing += isMissing(*declared) ? 1 : 0;
   if (missing == 0) return;
   if (missing > defaultsLeft_) throw std::bad_alloc();
   defaultsLeft_ -= missing;
   auto longer = std::make_unique_for_overwrite<const char*[]>(2 * (count + missing) + 1);
   const char** out = std::copy_n(attributes.get(), 2 * count, longer.get());
-  for (auto* declared = first; declared; declared = declared->nextOfTag) {
+  for (auto* declared = tag.firstDefault; declared; declared = declared->nextOfTag) {
     if (!isMissing(*declared)) continue;
     *out++ = declared->name.data();
     *out++ = declared->value;

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 #include <string>
+#include <vector>
 
 #include "json/json.h"
 
@@ -71,6 +73,8 @@ const Extraction kExtractions[] = {
     {"\\u escape at the end", kEmail, "", R"({"email":"a\u0041"})", "aA041"},
     {"\\u escape of two bytes near the end", kEmail, "", R"({"email":"a\u00e9z"})", "a\xC3\xA9z9"},
     {"surrogate pair ends the value", kEmail, "", R"({"email":"a\ud83d\ude00b"})", "ad83d"},
+    {"high surrogate alone ends the value", kEmail, "", R"({"email":"a\ud83db","x":"y"})", "ad83d"},
+    {"high surrogate before another escape", kEmail, "", R"({"email":"a\ud83d\u0041b"})", "ad83d"},
     {"fed on after a low surrogate", kEmail, "", R"({"email":"\udc00abcd"})", "\uABCDd"},
     {"never out of a low surrogate", kEmail, "", R"({"email":"\udc00","x":"y"})", nullptr},
     {"the next string", kEmail, "", R"({"email":null,"name":"x"})", "name"},
@@ -101,6 +105,35 @@ TEST(JsonExtractors, CutAtTheOutputAndReadBeyondTheFirstBuffer) {
   EXPECT_EQ(JsonGetStringValue(reply, "id", std::span(small).first(3)), 0);
   EXPECT_EQ(std::string(small.data(), 4), std::string("xx\0#", 4));
   EXPECT_EQ(JsonGetStringValue(reply, "id", {}), 0);
+}
+
+// A text of the size of the largest reply takes some hundredths of a second; work that grows with the square of
+// the size would take 20 seconds, even for these cheap steps.
+TEST(JsonExtractors, ReadHostileShapesInLinearTime) {
+  const auto repeat = [](std::string_view piece) {
+    std::string text;
+    while (text.size() < 4 << 20) text += piece;
+    return text;
+  };
+  const struct {
+    const char* name;
+    std::string reply;
+    std::vector<Extractor> extractors;
+  } rows[] = {
+      {"escapes in a value", R"({"k":")" + repeat("\\n") + "\"}", {kString, kEscaped, kExpiresIn, kEmail}},
+      {"escapes in a key", R"({")" + repeat("\\u0041") + R"(":"v"})", {kString}},
+      {"many numbers", R"({"k":")" + repeat("x") + R"(",)" + repeat(R"("a":1,)") + R"("b":2})", {kEscaped}},
+      {"many strings", "[" + repeat(R"("s",)") + "1]", {kString}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    for (const Extractor extractor : row.extractors) {
+      std::array<char, 8> output;
+      const std::clock_t began = std::clock();
+      EXPECT_EQ(extractor(row.reply, "absent", output), 1);
+      EXPECT_LT(std::clock() - began, 8 * CLOCKS_PER_SEC);
+    }
+  }
 }
 
 TEST(QuotedTokenAfter, SplitsInPlaceAndCopies) {

@@ -236,7 +236,10 @@ TEST(JsonTokenizer, GrowsWithinItsLimits) {
   EXPECT_EQ(limited.Feed("e"), kJsonDataLimit);
   EXPECT_EQ(Parser({.maxData = 5}).bufferSize, 5U);
 
-  EXPECT_EQ(Parser({.maxNesting = 2}).Feed("[[["), kJsonNestingLimit);
+  Notes notes{1000, ""};
+  EXPECT_EQ(Parser({.maxNesting = 2}, Note, &notes).Feed("[{\"k\":["), kJsonNestingLimit);
+  EXPECT_EQ(notes.second, "1:-/0 2:-/0 8:k/1 1:-/0 ")
+      << "a bracket is reported before its level is found too deep";
   Parser deep;
   EXPECT_EQ(deep.Feed(std::string(1000, '[') + std::string(1000, ']')), 0);
   EXPECT_TRUE(JsonParserIsDone(&deep));

@@ -446,6 +446,7 @@ void OnSmallStack(std::function<void()> work) {
 TEST(XmlReader, HostileShapesOnASmallStack) {
   constexpr size_t kMany = 100'000;
   const std::string subset = "<!DOCTYPE r [";
+  const std::string longName(1 << 20, 'n');
   struct Case {
     const char* name;
     std::string document;
@@ -464,6 +465,10 @@ TEST(XmlReader, HostileShapesOnASmallStack) {
                                          ">]><r>" + Repeat(kMany, "<a/>") + "</r>"},
       {"declared and given", subset + "<!ATTLIST r" + Numbered(kMany, " a@ CDATA 'v'") + ">]><r" +
                                  Numbered(kMany, " a@='w'") + "/>"},
+      {"attributes of a long name", "<" + longName + Repeat(kMany, " a=''") + "/>"},
+      {"attributes declared for a long name", subset + "<!ATTLIST " + longName +
+                                                  Numbered(kMany, " a@ CDATA 'v'") + ">]><" + longName +
+                                                  Numbered(kMany, " a@='w'") + "/>"},
       {"instructions", "<r>" + Repeat(kMany, "<?p d?>") + "</r>"},
       {"ampersands", "<r>" + Repeat(kMany, "&&a &#") + "</r>"},
       {"dashes", "<r><!--" + Repeat(kMany, "->"), false},
