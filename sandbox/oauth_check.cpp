@@ -14,7 +14,6 @@ namespace velk::sandbox {
 namespace {
 
 constexpr std::string_view kScheme = "OAuth ";
-constexpr long long kClockTolerance = 300;  // in seconds
 
 bool IsUnreserved(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||

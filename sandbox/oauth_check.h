@@ -11,6 +11,8 @@
 
 namespace velk::sandbox {
 
+constexpr long long kClockTolerance = 300;  // how old or new a timestamp may be, in seconds
+
 // What a request carries for its signature, and what the service makes of it.
 struct OauthCheck {
   std::string consumerKey;

@@ -1,6 +1,7 @@
 // Stands in for the micro-blog: the sign-in, media that arrive in segments, and the tweets that show them.
 #pragma once
 
+#include <compare>
 #include <map>
 #include <set>
 #include <string>
@@ -36,7 +37,13 @@ class Twitter : public Service {
     std::uint64_t size;
     std::string bytes;  // fewer than the size when contents are only counted
   };
+  // What no two requests may share; in this order the set of them is sorted by age.
+  struct Nonce {
+    std::string timestamp, consumerKey = {}, tokenKey = {}, nonce = {};
+    auto operator<=>(const Nonce&) const = default;
+  };
   struct Media {
+    Nonce nonce;  // of its INIT
     std::string type;
     std::uint64_t totalBytes;
     std::map<int, Segment> segments = {};
@@ -52,7 +59,7 @@ class Twitter : public Service {
   Reply ShowPin(const ServiceRequest& request);
   Reply GiveAccessToken(const ServiceRequest& request);
   Reply TakeMedia(const ServiceRequest& request);
-  Reply Init(const ServiceRequest& request);
+  Reply Init(const ServiceRequest& request, Nonce nonce);
   Reply Append(const ServiceRequest& request);
   Reply Finalize(const ServiceRequest& request);
   Reply TellStatus(const ServiceRequest& request);
@@ -61,7 +68,7 @@ class Twitter : public Service {
   // Throws the refusal, after a word about it on the standard error stream, unless the signature is right.
   OauthCheck Authenticate(const ServiceRequest& request, const Refusal& refusal,
                           const std::vector<std::string_view>& unsignedNames = {});
-  void NoteNonce(const ServiceRequest& request, const OauthCheck& check);
+  void RefuseRepeat(const ServiceRequest& request, const OauthCheck& check);
   Media& FindMedia(const std::string& id);
   void Assemble(const std::string& id, Media& media);
 
@@ -71,13 +78,7 @@ class Twitter : public Service {
   std::vector<Tweet> tweets_;
   std::uint64_t lastId_ = 710511363345354752;
 
-  struct Nonce {
-    std::string timestamp;
-    std::string uploadHeader;  // of a media request, whose header serves a whole upload
-  };
-  std::map<std::string, Nonce> nonces_;
-  std::uint64_t reusedNonces_ = 0;
-  std::uint64_t reusedWithinSecond_ = 0;
+  std::set<Nonce> nonces_;
   std::uint64_t verified_ = 0;
   std::uint64_t refused_ = 0;
 };

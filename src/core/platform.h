@@ -1,4 +1,4 @@
-// The only door to the operating system: paths, files beyond 2 GiB, waiting, and turns with liboauth.
+// The only door to the operating system: paths, files beyond 2 GiB, waiting, randomness, and turns with liboauth.
 #pragma once
 
 #include <chrono>
@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -31,6 +32,9 @@ std::FILE* OpenForReading(const NativePath& path) noexcept;
 int64_t MeasureFile(std::FILE* file) noexcept;
 
 void Wait(std::chrono::milliseconds duration) noexcept;
+
+// Fills the bytes from the operating system's random generator. Returns false when it has none to give.
+bool FillWithRandomBytes(std::span<unsigned char> bytes) noexcept;
 
 // To be held while liboauth works. On Linux its threads share the place where strtok stands in a text, and its
 // cryptography is set up by the first signature without a lock. On Windows strtok's place is each thread's own

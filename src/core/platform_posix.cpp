@@ -1,6 +1,8 @@
 // The POSIX side of the door to the operating system.
+#include <sys/random.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <thread>
 
 #include "core/platform.h"
@@ -28,6 +30,15 @@ int64_t MeasureFile(std::FILE* file) noexcept {
 }
 
 void Wait(std::chrono::milliseconds duration) noexcept { std::this_thread::sleep_for(duration); }
+
+bool FillWithRandomBytes(std::span<unsigned char> bytes) noexcept {
+  while (!bytes.empty()) {
+    const ssize_t count = ::getrandom(bytes.data(), bytes.size(), 0);
+    if (count < 0 && errno != EINTR) return false;
+    if (count > 0) bytes = bytes.subspan(static_cast<size_t>(count));
+  }
+  return true;
+}
 
 std::unique_lock<std::mutex> TurnWithLiboauth() {
   static std::mutex mutex;

@@ -1,5 +1,8 @@
 // The Windows side of the door to the operating system.
 #include <windows.h>
+// These two need the types of the first.
+#include <bcrypt.h>
+#include <io.h>
 
 #include "core/platform.h"
 
@@ -23,7 +26,14 @@ std::string NarrowPath(const NativePath& path) {
   return narrow;
 }
 
-std::FILE* OpenForReading(const NativePath& path) noexcept { return _wfopen(path.c_str(), L"rb"); }
+std::FILE* OpenForReading(const NativePath& path) noexcept {
+  std::FILE* const file = _wfopen(path.c_str(), L"rb");
+  // Devices open like files here, under names such as "NUL" or "nul.mp4" in any folder.
+  if (!file || GetFileType(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)))) == FILE_TYPE_DISK)
+    return file;
+  std::fclose(file);
+  return nullptr;
+}
 
 int64_t MeasureFile(std::FILE* file) noexcept {
   if (_fseeki64(file, 0, SEEK_END) != 0) return -1;
@@ -32,6 +42,11 @@ int64_t MeasureFile(std::FILE* file) noexcept {
 }
 
 void Wait(std::chrono::milliseconds duration) noexcept { Sleep(static_cast<DWORD>(duration.count())); }
+
+bool FillWithRandomBytes(std::span<unsigned char> bytes) noexcept {
+  return BCryptGenRandom(nullptr, bytes.data(), static_cast<ULONG>(bytes.size()),
+                         BCRYPT_USE_SYSTEM_PREFERRED_RNG) == 0;
+}
 
 std::unique_lock<std::mutex> TurnWithLiboauth() { return {}; }
 

@@ -2,9 +2,11 @@
 #include "twitter/signing.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -30,6 +32,25 @@ std::string CutToLine(std::string_view name, std::string_view key) {
   return std::string(key.substr(0, kLineLength - name.size()));
 }
 
+// Every byte below this limit stands for a character, each character for the same number of bytes.
+constexpr std::string_view kNonceCharacters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+constexpr size_t kNonceByteLimit = 256 / kNonceCharacters.size() * kNonceCharacters.size();
+constexpr size_t kNonceLength = 32;
+
+std::string DrawNonce() {
+  std::string nonce;
+  while (nonce.size() < kNonceLength) {
+    std::array<unsigned char, kNonceLength> bytes;
+    if (!FillWithRandomBytes(bytes)) throw std::runtime_error("no randomness");
+    for (const unsigned char byte : bytes) {
+      const bool taken = byte < kNonceByteLimit && nonce.size() < kNonceLength;
+      if (taken) nonce += kNonceCharacters[byte % kNonceCharacters.size()];
+    }
+  }
+  return nonce;
+}
+
 const char* TextOrNull(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
 
 // A request's parameters as liboauth keeps them: the base URL, then one name=value text each.
@@ -48,6 +69,12 @@ class Arguments {
   }
 
   void Add(const std::string& parameter) { oauth_add_param_to_array(&count_, &texts_, parameter.c_str()); }
+
+  // liboauth would draw the nonce from rand(), which on Windows gives every new thread the same series.
+  void AddNonce() {
+    char name[] = "oauth_nonce";
+    if (!oauth_param_exists(texts_, count_, name)) Add("oauth_nonce=" + DrawNonce());
+  }
 
   // Adds the protocol's own parameters, sorts all by their escaped form, and puts the signature last.
   void Sign(bool hasPostArguments, const char* method, const OauthKeys& keys) {
@@ -100,6 +127,7 @@ std::string SignRequest(const std::string& url, std::span<const std::string> pos
          postArguments.first(std::min(postArguments.size(), kSignedPostArguments)))
       arguments.Add(parameter);
   }
+  arguments.AddNonce();
   arguments.Sign(!postArguments.empty(), method, keys);
   return Write(arguments, form);
 }

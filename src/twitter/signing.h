@@ -25,7 +25,8 @@ enum class OauthForm {
 
 // Signs the URL with the parameters in its query. Without a method a request with POST arguments is signed as
 // POST, any other as GET. Of the POST arguments, each a raw name=value text, the first two are signed, and
-// only when the first is not empty; the request still has to carry them itself.
+// only when the first is not empty; the request still has to carry them itself. Throws when memory runs out, or
+// when the operating system has no randomness for the nonce.
 std::string SignRequest(const std::string& url, std::span<const std::string> postArguments,
                         const char* method, const OauthKeys& keys, OauthForm form);
 

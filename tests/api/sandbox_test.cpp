@@ -2,6 +2,8 @@
 // rubbish.
 #include "support/sandbox.h"
 
+#include "api/twitter_test.h"
+
 #include <curl/curl.h>
 #include <gtest/gtest.h>
 
@@ -295,6 +297,57 @@ std::string Metadata(const std::string& title, const std::string& tags = "",
   return "{ 'snippet': {  'title': '" + title + "',  'tags': [  " + tags +
          "  ], 'description': 'd', 'categoryId': '" + category + "'}, 'status': { 'privacyStatus' : '" +
          privacy + "'}}";
+}
+
+class SandboxTwitter : public TwitterTest {
+ protected:
+  // Sends a recorded request once more, over plain HTTP; returns the reply.
+  std::string Repeat(const Request& request, const std::string& body) {
+    const std::string line = request.method + " http://" + request.host + request.target;
+    Wire wire(sandbox);
+    wire.Send(line + request.head.substr(request.method.size() + 1 + request.target.size()) + body);
+    return wire.Read(1, true).bytes;
+  }
+};
+
+TEST_F(SandboxTwitter, RefusesANonceThatComesAgain) {
+  const TempFile photo("photo.png", "content");
+  TwitterUploadFile upload{};
+  const std::string path = photo.Path();
+  const std::size_t name = path.find_last_of("/\\");
+  Fill(upload.folderPath, path.substr(0, name));
+  Fill(upload.fileName, path.substr(name + 1));
+  Fill(upload.statusText, "look");
+  FileUploader uploader{};
+  ASSERT_EQ(StartTwitterUploadPhoto(&uploader, &consumer, &token, &upload), VELK_OK);
+  EXPECT_EQ(GetTwitterOauthUrl("ck", "ck-secret", nullptr, std::string(1100, ' ').data()), VELK_OK);
+
+  const std::vector<Request> requests = sandbox.Requests();
+  ASSERT_EQ(requests.size(), 5U);
+  std::string otherMedia = requests[1].body;
+  const std::string id = requests[1].Field("media_id")->content;
+  otherMedia.replace(otherMedia.find(id), id.size(), std::string(id.size(), '7'));
+  const struct {
+    const char* name;
+    const Request& request;
+    std::string body;
+    const char* reply;
+  } rows[] = {
+      {"INIT", requests[0], requests[0].body, "Could not authenticate you"},
+      {"APPEND", requests[1], requests[1].body, "The media was finalized before"},
+      {"APPEND to other media", requests[1], otherMedia, "Could not authenticate you"},
+      {"FINALIZE", requests[2], requests[2].body, "Segments do not add up"},
+      {"tweet", requests[3], requests[3].body, "Could not authenticate you"},
+      {"request token", requests[4], "", "Could not authenticate you"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const std::string reply = Repeat(row.request, row.body);
+    EXPECT_NE(reply.find(row.reply), std::string::npos) << reply;
+    EXPECT_EQ(reply.substr(9, 3),
+              row.reply == std::string_view("Could not authenticate you") ? "401" : "400");
+  }
+  EXPECT_EQ(Count("refused"), 4U);
 }
 
 TEST(SandboxYoutube, RefusesWhatTheServiceWould) {

@@ -8,15 +8,15 @@ namespace velk::test {
 std::string Masked(std::string head) {
   static const std::pair<std::regex, const char*> kForms[] = {
       {std::regex(
-           R"re(oauth_consumer_key="ck", oauth_nonce="\w{15,31}", oauth_signature_method="HMAC-SHA1", )re"
+           R"re(oauth_consumer_key="ck", oauth_nonce="[A-Za-z0-9]{32}", oauth_signature_method="HMAC-SHA1", )re"
            R"re(oauth_timestamp="\d{10}", oauth_token="7-tk", oauth_version="1.0", )re"
            R"re(oauth_signature="[\w%]{28,84}")re"),
        "QUOTED"},
       {std::regex(
-           "oauth_consumer_key=ck, oauth_nonce=\\w{15,31}, oauth_signature_method=HMAC-SHA1, "
+           "oauth_consumer_key=ck, oauth_nonce=[A-Za-z0-9]{32}, oauth_signature_method=HMAC-SHA1, "
            "oauth_timestamp=\\d{10}, oauth_token=7-tk, oauth_version=1\\.0, oauth_signature=[\\w%]{28,84}"),
        "BARE"},
-      {std::regex("oauth_consumer_key=ck&oauth_nonce=\\w{15,31}&oauth_signature_method=HMAC-SHA1&"
+      {std::regex("oauth_consumer_key=ck&oauth_nonce=[A-Za-z0-9]{32}&oauth_signature_method=HMAC-SHA1&"
                   "oauth_timestamp=\\d{10}&oauth_version=1\\.0&oauth_signature=[\\w%]{28,84}"),
        "QUERY"},
       {std::regex("boundary=-{24}\\w{16}"), "BOUNDARY"}};

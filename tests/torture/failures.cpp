@@ -1,9 +1,11 @@
-// Every allocator of the test program, with a countdown to one failure.
-#include "torture/allocations.h"
+// The hooks of the Linux build: every allocator of the test program, with a countdown to one failure.
+#include "torture/failures.h"
 
 #include <curl/curl.h>
+#include <sys/random.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -16,6 +18,8 @@ void* __real_realloc(void* block, size_t size);
 void* __wrap_malloc(size_t size);
 void* __wrap_calloc(size_t count, size_t size);
 void* __wrap_realloc(void* block, size_t size);
+ssize_t __real_getrandom(void* bytes, size_t size, unsigned flags);
+ssize_t __wrap_getrandom(void* bytes, size_t size, unsigned flags);
 }
 
 namespace velk::test {
@@ -26,6 +30,7 @@ constexpr int kNever = -1;
 std::atomic<int> libraryCountdown{kNever};
 std::atomic<int> curlCountdown{kNever};
 std::atomic<bool> happened{false};
+std::atomic<bool> noRandomness{false};
 
 // Whether the allocation at hand is the one to fail.
 bool Fails(std::atomic<int>& countdown) noexcept {
@@ -59,7 +64,10 @@ FailingAllocation::~FailingAllocation() {
 
 bool FailingAllocation::Happened() const noexcept { return happened; }
 
-void HookCurlAllocations() {
+NoRandomness::NoRandomness() noexcept { noRandomness = true; }
+NoRandomness::~NoRandomness() { noRandomness = false; }
+
+void InstallHooks() {
   curl_global_init_mem(CURL_GLOBAL_ALL, CurlMalloc, std::free, CurlRealloc, CurlStrdup, CurlCalloc);
 }
 
@@ -73,6 +81,12 @@ void* __wrap_calloc(size_t count, size_t size) {
 }
 void* __wrap_realloc(void* block, size_t size) {
   return LibraryFails() ? nullptr : __real_realloc(block, size);
+}
+
+ssize_t __wrap_getrandom(void* bytes, size_t size, unsigned flags) {
+  if (!velk::test::noRandomness) return __real_getrandom(bytes, size, flags);
+  errno = ENOSYS;
+  return -1;
 }
 
 void* operator new(size_t size, const std::nothrow_t&) noexcept {

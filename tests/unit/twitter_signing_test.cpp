@@ -1,6 +1,7 @@
 // Signatures against vectors: published examples, and Python's hmac and urllib for what those leave out.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <set>
 #include <thread>
@@ -146,19 +147,25 @@ TEST(SignRequest, WritesThreeForms) {
 }
 
 TEST(SignRequest, DrawsANonceAndTellsTheTime) {
-  const std::string alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+  std::string drawn;
   std::set<std::string> nonces;
   for (int draw = 0; draw < 200; ++draw) {
     const std::string header = SignRequest("https://a.b/c", {}, nullptr, kKeys, OauthForm::kBareHeader);
     const std::string nonce = Value(header, "oauth_nonce=");
-    EXPECT_EQ(nonce.find_first_not_of(alphabet), std::string::npos) << nonce;
-    EXPECT_GE(nonce.size(), 15U);
-    EXPECT_LE(nonce.size(), 31U);
+    EXPECT_EQ(nonce.size(), 32U) << nonce;
+    drawn += nonce;
     nonces.insert(nonce);
     const auto now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
     EXPECT_NEAR(std::stod(Value(header, "oauth_timestamp=")), static_cast<double>(now), 2);
   }
   EXPECT_EQ(nonces.size(), 200U);
+  // Of each character some 103 are expected: a missing one, or one of twice the share, is no chance.
+  const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  EXPECT_EQ(drawn.find_first_not_of(alphabet), std::string::npos);
+  for (const char character : alphabet) {
+    EXPECT_GT(std::ranges::count(drawn, character), 40) << character;
+    EXPECT_LT(std::ranges::count(drawn, character), 180) << character;
+  }
 }
 
 TEST(SignRequest, KeepsThreadsApart) {
