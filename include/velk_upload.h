@@ -14,6 +14,9 @@
  *            byte unless a function says otherwise: pass UTF-8, and percent-encode what goes into a URL yourself.
  * Arguments  A null pointer or an empty required string answers VELK_MISSING_ARGUMENT before anything is sent,
  *            unless a function says otherwise. A record's field without a terminator is read to its width.
+ * Files      A regular file can be uploaded. A folder, a pipe or a device such as NUL is VELK_FILE_NOT_OPENED.
+ * Replies    A reply of more than 4 MiB fails the exchange. So does a URL of another scheme than http or https
+ *            in a reply, and a line break in a token that travels in a header; nothing is sent then.
  * Buffers    Written only on the paths named. Each function states the room that a buffer without a size needs.
  * TLS        The services' certificates are not verified; the name in a certificate is.
  */
@@ -205,7 +208,7 @@ VELK_API int32_t ExangeFacebookAccessToken(const char* appId, const char* appSec
 
 /*
  * Asks Facebook whether a token is good, in one GET limited to 10 seconds. Each answer "valid" leaves the
- * request's memory and its connection behind until the process ends: ask when there is doubt, and do not poll.
+ * request's memory allocated until the process ends: ask when there is doubt, and do not poll.
  *
  *   appId        in   the application's client identifier
  *   accessToken  in   the token to check
@@ -289,7 +292,7 @@ VELK_API int32_t StartFacebookUploadVideo(FileUploader* uploader, const char* ac
  * VELK_OK                   the photo exists; outPostId written, or left alone when the reply names no story.
  *                           A reply without the photo's own identifier leaves the privacy as it is
  * VELK_PRIVACY_NOT_UPDATED  the photo exists, but its privacy could not be set; outPostId left alone. The
- *                           upload's memory and its connection stay behind until the process ends
+ *                           upload's memory stays allocated until the process ends
  * VELK_MISSING_ARGUMENT     a pointer is null; accessToken, filePath, description or privacy is empty
  * VELK_FILE_NOT_OPENED      the file cannot be opened for reading
  * VELK_CANCELLED            the upload was cancelled
@@ -371,8 +374,7 @@ VELK_API int32_t FreeFacebookUserPagesList(FacebookPage** pages) VELK_NOEXCEPT;
  * VELK_OK                    every step succeeded
  * VELK_MESSAGE_NOT_UPDATED   kind 0: the message could not be set; a null accessToken or objectId included
  * VELK_PRIVACY_NOT_UPDATED   kind 1: the privacy could not be set, or the object not be looked up. A privacy
- *                            that was refused leaves the lookup's memory and its connection behind until the
- *                            process ends
+ *                            that was refused leaves the lookup's memory allocated until the process ends
  * VELK_TEXT_NOT_UPDATED      kind 1: the message could not be set; kind 2: the description could not
  * VELK_UNEXPECTED_REPLY      any other kind; nothing was sent
  * VELK_MISSING_ARGUMENT      info is null
@@ -467,10 +469,8 @@ typedef struct TwitterUploadFile {
  * Every request to Twitter is signed (OAuth 1.0a, HMAC-SHA1). Of a consumer key 1004 bytes are used and of a
  * token 1011, on the wire as in the signature: Twitter refuses a longer one as an unknown one. Secrets may
  * fill their fields.
- * A signature holds the time in seconds and a random text that must not come again within that second. On
- * Windows that text is drawn from a generator that every thread has for itself, and that starts anew on each
- * new thread: make the calls of one user on one thread, or at least not on two at once, else Twitter may
- * refuse one of them. An upload draws it up to three times.
+ * A signature holds the time in seconds and a nonce, 32 random characters from the operating system. Without
+ * randomness a call returns VELK_OUT_OF_MEMORY.
  */
 
 /*

@@ -4,7 +4,7 @@
 //   GET /scripts     [{"id", "matched": requests that took it, "fired": [faults that really happened]}]
 //   GET /requests    every request since the last reset, in order of arrival: id, scheme, host, method,
 //                    target (origin form), rawHead (byte for byte), headers (lines), connectHead (of its
-//                    tunnel), scripted, status (answered; 0: none yet or none at all), bodyReceived (so
+//                    tunnel), connection (a number), connectionOpen (still), scripted, status (answered; 0: none yet or none at all), bodyReceived (so
 //                    far), bodyComplete, and once complete: body, bodySize, bodySha256, bodyFile and fields
 //                    [{name, fileName, contentType, size, sha256, content, file}]. Contents above 256 KiB
 //                    come as a file instead; with --count-only neither they nor their hash exist.

@@ -24,11 +24,12 @@ bool IsFinal(int status) { return status >= 200 && status != 204 && status != 30
 // One request, from its head to its answer.
 class Exchange {
  public:
-  Exchange(Stream& stream, Input& input, World& world, Head head, const std::optional<Tunnel>& tunnel)
+  Exchange(Stream& stream, Input& input, World& world, Head head, const std::optional<Tunnel>& tunnel,
+           std::shared_ptr<const Connection> connection)
       : stream_(stream),
         world_(world),
         entry_(std::make_shared<Entry>(std::move(head), tunnel ? "https" : "http",
-                                       tunnel ? tunnel->head : std::string())),
+                                       tunnel ? tunnel->head : std::string(), std::move(connection))),
         script_(world.scripts.Take(entry_->head)),
         reader_(input, entry_->head),
         intake_(world.store, entry_->head) {}
@@ -210,12 +211,14 @@ std::string SerializeHead(const Reply& reply, bool noContentLength) {
 }
 
 void ServeProxy(Stream& stream, World& world) try {
+  const auto connection = std::make_shared<Connection>(++world.connections);
+  const std::shared_ptr<void> end(nullptr, [&](void*) { connection->open = false; });
   Input input(stream);
   std::optional<Tunnel> tunnel;
   while (auto head = ReadHead(input)) {
     if (tunnel && head->method == "CONNECT") throw BadRequest();
     if (tunnel) head->host = tunnel->host;
-    Exchange exchange(stream, input, world, std::move(*head), tunnel);
+    Exchange exchange(stream, input, world, std::move(*head), tunnel, connection);
     if (!exchange.Serve()) return;
     if ((tunnel = tunnel ? tunnel : exchange.Opened()) && !stream.UnderTls()) stream.AcceptTls(*world.tls);
   }

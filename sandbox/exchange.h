@@ -3,6 +3,7 @@
 
 #include <openssl/ssl.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -29,6 +30,7 @@ struct World {
   Scripts scripts = {};
   Services services = {};
   bool verbose = false;
+  std::atomic<std::uint64_t> connections = 0;
 };
 
 std::string SerializeHead(const Reply& reply, bool noContentLength);

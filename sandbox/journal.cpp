@@ -40,6 +40,8 @@ json::object Entry::ToJson(std::size_t id) const {
                      {"rawHead", head.raw},
                      {"headers", sandbox::ToJson(head.lines)},
                      {"connectHead", connectHead},
+                     {"connection", connection->id},
+                     {"connectionOpen", connection->open.load()},
                      {"scripted", scripted.load()},
                      {"status", status.load()},
                      {"bodyComplete", received_ != nullptr},

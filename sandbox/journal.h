@@ -22,15 +22,26 @@ struct Received {
   std::vector<FormPart> fields;
 };
 
+// The connection that requests came over. It is open until the sandbox has seen its end.
+struct Connection {
+  const std::uint64_t id;
+  std::atomic<bool> open{true};
+};
+
 // One request. The head never changes; the rest is filled in while the request is served.
 class Entry {
  public:
-  Entry(Head requestHead, std::string requestScheme, std::string tunnelHead)
-      : head(std::move(requestHead)), scheme(std::move(requestScheme)), connectHead(std::move(tunnelHead)) {}
+  Entry(Head requestHead, std::string requestScheme, std::string tunnelHead,
+        std::shared_ptr<const Connection> requestConnection)
+      : head(std::move(requestHead)),
+        scheme(std::move(requestScheme)),
+        connectHead(std::move(tunnelHead)),
+        connection(std::move(requestConnection)) {}
 
   const Head head;
   const std::string scheme;
   const std::string connectHead;
+  const std::shared_ptr<const Connection> connection;
   std::atomic<std::uint64_t> bodyReceived{0};
   std::atomic<bool> scripted{false};
   std::atomic<int> status{0};

@@ -16,6 +16,7 @@ size_t ResponseBufferAppend(char* bytes, size_t itemSize, size_t itemCount, void
   if (!reply) return kRefused;
   const size_t added = itemSize * itemCount;
   const std::string_view held = reply->Bytes();
+  if (added > kLongestReply - held.size()) return kRefused;
   auto* block = static_cast<char*>(std::malloc(held.size() + added + 1));
   if (!block) return kRefused;
   if (!held.empty()) std::memcpy(block, held.data(), held.size());

@@ -7,6 +7,10 @@
 
 namespace velk {
 
+// No service sends a reply of this many bytes. The limit bounds what a hostile peer costs: memory, and the time
+// that the copies of a growing reply take.
+inline constexpr uint64_t kLongestReply = uint64_t{4} << 20;
+
 struct ResponseBuffer {
   // Starts as an empty text. Without memory for it data is null, and the first append allocates.
   ResponseBuffer() noexcept;
@@ -23,7 +27,8 @@ struct ResponseBuffer {
 };
 
 // The CURLOPT_WRITEFUNCTION of every request; the buffer is a ResponseBuffer. Answers how many bytes it took;
-// without a buffer or without memory -1, at which libcurl fails the transfer, and the buffer stays as it was.
+// without a buffer, without memory or beyond kLongestReply -1, at which libcurl fails the transfer, and the
+// buffer is unchanged.
 size_t ResponseBufferAppend(char* bytes, size_t itemSize, size_t itemCount, void* buffer) noexcept;
 
 }  // namespace velk

@@ -4,20 +4,19 @@
 #include <curl/curl.h>
 
 #include <cstdint>
-#include <new>
 #include <span>
 
 #include "velk_upload.h"
 
 namespace velk {
 
-// Runs an exported call's body. A body fails by an exception only when memory runs out, and no exception may
-// reach the host.
+// Runs an exported call's body. No exception may reach the host. Ours report that memory or randomness ran out;
+// anything else that a library should throw counts as that.
 template <typename Body>
 int32_t Guarded(Body&& body) noexcept {
   try {
     return body();
-  } catch (const std::bad_alloc&) {
+  } catch (...) {
     return VELK_OUT_OF_MEMORY;
   }
 }

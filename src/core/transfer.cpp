@@ -23,6 +23,8 @@ Transfer::Transfer(TransferSetup setup) : curl_(curl_easy_init()) {
   Set(CURLOPT_SSL_VERIFYPEER, 0L);
   if (setup.setHostVerification) Set(CURLOPT_SSL_VERIFYHOST, 1L);
   if (setup.useProxy && *ProxyAddress() != '\0') Set(CURLOPT_PROXY, ProxyAddress());
+  // Some URLs come from a reply. With libcurl's other protocols such a URL could name a local file to overwrite.
+  Set(CURLOPT_PROTOCOLS_STR, "http,https");
   // The upload session's reply is searched for the exact text "Location: ", which HTTP/2 delivers in lower
   // case.
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
@@ -39,6 +41,8 @@ Transfer& Transfer::Note(CURLcode outcome) {
 }
 
 Transfer& Transfer::Header(const std::string& line) {
+  // libcurl sends a line as it is: a line break in a token would begin another header, or another request.
+  if (line.find_first_of("\r\n") != std::string::npos) return Note(CURLE_BAD_FUNCTION_ARGUMENT);
   curl_slist* longer = curl_slist_append(headers_.get(), line.c_str());
   if (!longer) throw std::bad_alloc();
   // Appending answers the same first entry, or the new one for an empty list.

@@ -43,10 +43,13 @@ class Transfer {
   Transfer& Post() { return SetLong(CURLOPT_POST, 1); }
   // Sends another verb than the one that the body implies.
   Transfer& Verb(const char* verb) { return Set(CURLOPT_CUSTOMREQUEST, verb); }
+  // A line with a line break in it is refused.
   Transfer& Header(const std::string& line);
   Transfer& Progress(ProgressCallback callback, FileUploader* uploader);
   // Collects status lines and headers ahead of the body.
   Transfer& CollectHeaders() { return SetLong(CURLOPT_HEADER, 1); }
+  // Closes the connection as soon as the reply has been read.
+  Transfer& CloseConnection() { return SetLong(CURLOPT_FORBID_REUSE, 1); }
   // Lets libcurl report connections and headers on the standard error stream.
   Transfer& Verbose() { return SetLong(CURLOPT_VERBOSE, 1); }
 
@@ -76,9 +79,9 @@ class Transfer {
   // Whether the reply's body contains a text; the search ends at a NUL byte.
   bool Says(const char* text) const noexcept;
 
-  // Gives up the handle and the reply without releasing them: both stay allocated, and the connection open,
-  // until the process ends. Only for the few answers that are documented to leave them behind; nothing else
-  // may be called afterwards.
+  // Gives up the handle and the reply without releasing them: both stay allocated until the process ends. Only for
+  // the few answers that are documented to leave them behind, whose requests close their connection themselves;
+  // nothing else may be called afterwards.
   void Abandon() noexcept;
 
  private:

@@ -63,12 +63,13 @@ int32_t CheckFacebookAccessTokenValid(const char* appId, const char* accessToken
     if (!check) return VELK_NO_HANDLE;
     check.Url(Concat({kGraphApi, "oauth/access_token_info?client_id=", appId, "&access_token=", accessToken}))
         .Get()
-        .Timeout(10s);
+        .Timeout(10s)
+        .CloseConnection();
     if (check.Perform() != CURLE_OK) return VELK_TRANSFER_FAILED;
 
     if (check.Status() == 200) {
       *outValid = 1;
-      // The answer is complete and stands; only its handle, reply and connection stay behind.
+      // The result is complete; only its handle and reply stay allocated.
       check.Abandon();
       return VELK_OK;
     }

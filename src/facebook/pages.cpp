@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr size_t kLongestReply = 10240;
+constexpr size_t kLongestPagesReply = 10240;
 
 int32_t FetchPages(Transfer& fetch, std::string_view accessToken) {
   if (accessToken.empty()) return VELK_MISSING_ARGUMENT;
@@ -19,7 +19,7 @@ int32_t FetchPages(Transfer& fetch, std::string_view accessToken) {
   fetch.Url(Concat({kGraphApi, "me/accounts?access_token=", accessToken, "&limit=5000&offset=0"}))
       .Timeout(10s);
   if (fetch.Perform() != CURLE_OK || fetch.Status() != 200) return VELK_TRANSFER_FAILED;
-  return fetch.Reply().size > kLongestReply ? VELK_BUFFER_TOO_SMALL : VELK_OK;
+  return fetch.Reply().size > kLongestPagesReply ? VELK_BUFFER_TOO_SMALL : VELK_OK;
 }
 
 // Feeds the reply up to its end or its first malformed byte, as long as the rule, asked after each byte, goes

@@ -15,6 +15,7 @@ int32_t SendPhoto(Transfer& upload, FileUploader* uploader, const char* accessTo
                   const FacebookUploadInfo& info, const NativePath& path, UploadFile& file) {
   upload.Url(Concat({kGraphApi, NodeOf(info), "/photos?access_token=", accessToken}))
       .ConnectTimeout(5s)
+      .CloseConnection()
       .Post()
       .Progress(&UploadProgressCallback, uploader)
       .FormField("message", Field(info.description))
@@ -45,7 +46,7 @@ int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken
     char photoId[kValueRoom] = "";
     const bool identified = JsonGetStringValue(reply, "id", photoId) == 0;
     if (identified && UpdatePrivacy(accessToken, *info, photoId) != VELK_OK) {
-      // The photo is published; only the upload's handle, reply and connection stay behind.
+      // The photo is published; only the upload's handle and reply stay allocated.
       upload.Abandon();
       return VELK_PRIVACY_NOT_UPDATED;
     }

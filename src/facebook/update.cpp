@@ -34,12 +34,13 @@ int32_t UpdateObjectPrivacy(const char* accessToken, const char* storyId,
   return Guarded([&]() -> int32_t {
     Transfer lookup;
     if (!lookup) return VELK_NO_HANDLE;
+    lookup.CloseConnection();
     const int32_t result = GetObject(lookup, storyId, accessToken);
     if (result != VELK_OK) return result;
     char objectId[kValueRoom] = "";
     if (JsonGetStringValue(lookup.Reply().Bytes(), "object_id", objectId) != 0) return VELK_OK;
     if (UpdatePrivacy(accessToken, info, objectId) == VELK_OK) return VELK_OK;
-    // Nothing was changed; only the lookup's handle, reply and connection stay behind.
+    // Nothing was changed; only the lookup's handle and reply stay allocated.
     lookup.Abandon();
     return VELK_PRIVACY_NOT_UPDATED;
   });

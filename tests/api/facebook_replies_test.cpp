@@ -90,6 +90,34 @@ TEST_F(FacebookReplies, TellsWhetherATokenIsValid) {
   }
 }
 
+// Three results leave their request allocated, but none of them a connection.
+TEST_F(FacebookReplies, ClosesTheConnectionOfARequestThatIsAbandoned) {
+  const Script identified{.body = R"({"id":"1","object_id":"2"})"};
+  info.updateKind = 1;
+  uint32_t valid = 7;
+  const struct {
+    const char* name;
+    int32_t result;
+    std::function<int32_t()> call;
+  } rows[] = {
+      {"a valid token", VELK_OK, [&] { return CheckFacebookAccessTokenValid("app", "token", &valid); }},
+      {"a photo whose privacy is refused", VELK_PRIVACY_NOT_UPDATED,
+       [this] { return StartFacebookUploadPhoto(uploader, "token", &info, text); }},
+      {"an object whose privacy is refused", VELK_PRIVACY_NOT_UPDATED,
+       [this] { return SetFacebookUpdateInfo("token", "1_2", &info); }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    sandbox.Add(identified);
+    sandbox.Add({.status = 500});
+    EXPECT_EQ(row.call(), row.result);
+    EXPECT_TRUE(sandbox.WaitFor([](const std::vector<Request>& requests) {
+      return std::ranges::none_of(requests, &Request::connectionOpen);
+    }));
+  }
+}
+
 TEST_F(FacebookReplies, ComposesEachPost) {
   struct Row {
     std::string link;
@@ -190,6 +218,10 @@ TEST_F(FacebookReplies, PairsPagesByTheirOrder) {
   EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_BUFFER_TOO_SMALL);
   EXPECT_EQ(count, -7);
   EXPECT_EQ(pages, &marker);
+  sandbox.Add({.body = Repeat(' ', 4 << 20)});
+  EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_BUFFER_TOO_SMALL);
+  sandbox.Add({.body = Repeat(' ', (4 << 20) + 1)});
+  EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_TRANSFER_FAILED) << "no reply may be larger";
   EXPECT_EQ(GetFacebookUserPagesList("t", nullptr, &count), VELK_OK) << "against the stand-in service";
   EXPECT_EQ(count, 4) << "two pages, each with a category";
 }

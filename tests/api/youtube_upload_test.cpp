@@ -1,5 +1,7 @@
 // Publishing a video to YouTube: both requests byte by byte, every result code, faults and cancels.
 #include <boost/json/serialize.hpp>
+#include <fstream>
+#include <iterator>
 
 #include "api/service_test.h"
 
@@ -203,6 +205,10 @@ TEST_F(YoutubeUpload, ChecksBeforeItSends) {
 
   Fill(info.filePath, file.Path() + "x");
   EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
+  for (const char* device : {"/dev/null", "NUL", "nul.mp4"}) {
+    Fill(info.filePath, device);
+    EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED) << device;
+  }
   *info.title = '\0';
   EXPECT_EQ(Start(), VELK_MISSING_ARGUMENT) << "a missing text is told before a missing file";
   EXPECT_TRUE(sandbox.Requests().empty());
@@ -233,6 +239,37 @@ TEST_F(YoutubeUpload, FollowsTheLastLocationOrNone) {
   sandbox.Add({.method = "POST"});
   EXPECT_EQ(Start(), VELK_TRANSFER_FAILED) << "a reply without an address leaves the status text as one";
   EXPECT_EQ(sandbox.Requests().size(), 1U);
+}
+
+// A session's reply chooses the URL that the file goes to: it must not reach a local file or another protocol.
+TEST_F(YoutubeUpload, UploadsOverHttpAlone) {
+  const TempFile victim("victim.txt", "untouched");
+  const std::string authority = sandbox.Proxy().substr(std::string_view("http://").size());
+  const std::string urls[] = {
+      "file://" + victim.Path(),      "file:///" + victim.Path(),   "file:" + victim.Path(),
+      "ftp://" + authority + "/a",    "ftps://" + authority + "/a", "gopher://" + authority + "/_a",
+      "dict://" + authority + "/d:a", "telnet://" + authority,      "smtp://" + authority,
+      "tftp://" + authority + "/a",   "ftp.velk.example/a",         "velk://" + authority};
+  for (const std::string& url : urls) {
+    SCOPED_TRACE(url);
+    sandbox.Reset();
+    sandbox.Add({.method = "POST", .headers = {"Location: " + url}});
+    EXPECT_EQ(Start(), VELK_TRANSFER_FAILED);
+    EXPECT_EQ(sandbox.Requests().size(), 1U);
+  }
+  std::ifstream kept(victim.File(), std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "untouched");
+}
+
+TEST_F(YoutubeUpload, SendsNothingForATokenWithALineBreak) {
+  for (const char* token :
+       {"TOK\r\nX: 1", "TOK\n", "TOK\r", "\nTOK", "TOK\r\n\r\nPOST / HTTP/1.1\r\nHost: h\r\n\r\n"}) {
+    SCOPED_TRACE(token);
+    EXPECT_EQ(StartYoutubeUploadFile(uploader, token, &info, videoId), VELK_TRANSFER_FAILED);
+    EXPECT_EQ(SetYoutubeUploadFileUpdateInfo(token, "video", &info), VELK_TRANSFER_FAILED);
+  }
+  EXPECT_TRUE(sandbox.Requests().empty());
+  EXPECT_STREQ(videoId, kUntouched);
 }
 
 TEST_F(YoutubeUpload, CutsALongIdentifier) {

@@ -108,6 +108,8 @@ Request RequestFrom(const json::object& from) {
                   .bodyComplete = from.at("bodyComplete").as_bool(),
                   .bodySha256 = Text(from, "bodySha256"),
                   .connectHead = Text(from, "connectHead"),
+                  .connection = from.at("connection").to_number<int>(),
+                  .connectionOpen = from.at("connectionOpen").as_bool(),
                   .scripted = from.at("scripted").as_bool(),
                   .status = from.at("status").to_number<int>()};
   for (const json::value& line : from.at("headers").as_array())

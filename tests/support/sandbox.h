@@ -42,6 +42,8 @@ struct Request {
   std::string bodySha256;
   std::vector<FormField> fields = {};
   std::string connectHead;  // the head of the CONNECT that opened the tunnel
+  int connection = 0;       // the same for requests that came over one connection
+  bool connectionOpen = false;
   bool scripted = false;
   int status = 0;  // the status answered; 0 while there is none, and when none was sent
 

@@ -6,6 +6,8 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <new>
+#include <system_error>
 
 #include "support/sandbox.h"
 
@@ -49,6 +51,24 @@ TEST(ResponseBuffer, RefusesAndStaysAsItWas) {
   EXPECT_STREQ(empty.Text(), "xyz");
 }
 
+TEST(ResponseBuffer, HoldsFourMebibytesAndNoMore) {
+  ResponseBuffer reply;
+  std::string piece(1 << 20, 'x');
+  for (int index = 0; index < 4; ++index)
+    ASSERT_EQ(ResponseBufferAppend(piece.data(), 1, piece.size(), &reply), piece.size());
+  const char* const before = reply.data;
+  EXPECT_EQ(ResponseBufferAppend(piece.data(), 1, 1, &reply), static_cast<size_t>(-1));
+  EXPECT_EQ(reply.data, before);
+  EXPECT_EQ(reply.size, uint64_t{4} << 20);
+}
+
+TEST(Guarded, LetsNoExceptionOut) {
+  EXPECT_EQ(Guarded([]() -> int32_t { throw std::bad_alloc(); }), VELK_OUT_OF_MEMORY);
+  EXPECT_EQ(Guarded([]() -> int32_t { throw std::system_error(std::make_error_code(std::errc::io_error)); }),
+            VELK_OUT_OF_MEMORY);
+  EXPECT_EQ(Guarded([]() -> int32_t { throw 42; }), VELK_OUT_OF_MEMORY);
+}
+
 TEST(UploadProgress, StoresReportsAndObeysTheHandle) {
   EXPECT_NE(UploadProgressCallback(nullptr, 0, 0, 0, 0), 0);
 
@@ -79,6 +99,9 @@ TEST(UploadFile, MeasuresReadsAndRefuses) {
   EXPECT_FALSE(UploadFile(WidenPath("")));
   const std::string folder = file.Path().substr(0, file.Path().find_last_of("/\\"));
   EXPECT_FALSE(UploadFile(WidenPath(folder))) << "a folder is no file";
+  // A device is none either, under any of its names. What one system does not know is not there on it.
+  for (const char* device : {"/dev/null", "/dev/zero", "NUL", "nul.mp4", "C:\\NUL", "CONIN$", "\\\\.\\NUL"})
+    EXPECT_FALSE(UploadFile(WidenPath(device))) << device;
 }
 
 TEST(Text, StaysInsideFieldsAndBuffers) {
