@@ -1,19 +1,20 @@
-// The TLS side of the stand-in services: a certificate made at start that names every host.
+// The TLS side of the stand-in services: certificates made on the spot.
 #include "certificate.h"
 
+#include <openssl/bio.h>
 #include <openssl/evp.h>
+#include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
 #include <stdexcept>
 #include <string>
-
-#include "service.h"
 
 namespace velk::sandbox {
 namespace {
 
 struct Free {
   void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+  void operator()(BIO* memory) const { BIO_free(memory); }
   void operator()(X509* certificate) const { X509_free(certificate); }
   void operator()(X509_EXTENSION* extension) const { X509_EXTENSION_free(extension); }
 };
@@ -24,10 +25,9 @@ void Demand(bool holds, const char* step) {
   if (!holds) throw std::runtime_error(std::string("TLS set-up failed: ") + step);
 }
 
-std::string AlternativeNames() {
+std::string AlternativeNames(std::span<const std::string_view> hosts) {
   std::string names;
-  for (const std::string_view host : kServiceHosts)
-    names += (names.empty() ? "DNS:" : ",DNS:") + std::string(host);
+  for (const std::string_view host : hosts) names += (names.empty() ? "DNS:" : ",DNS:") + std::string(host);
   return names;
 }
 
@@ -37,7 +37,7 @@ void AddExtension(X509* certificate, int kind, const std::string& value) {
   Demand(extension && X509_add_ext(certificate, extension.get(), -1) == 1, "extension");
 }
 
-Certificate MakeCertificate(EVP_PKEY* key) {
+Certificate MakeCertificate(EVP_PKEY* key, std::span<const std::string_view> hosts) {
   static constexpr long kDay = 24L * 60 * 60;
   Certificate certificate(X509_new());
   X509* const x509 = certificate.get();
@@ -50,19 +50,19 @@ Certificate MakeCertificate(EVP_PKEY* key) {
   X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, commonName, -1, -1, 0);
   X509_set_issuer_name(x509, name);
   X509_set_pubkey(x509, key);
-  AddExtension(x509, NID_subject_alt_name, AlternativeNames());
+  AddExtension(x509, NID_subject_alt_name, AlternativeNames(hosts));
   Demand(X509_sign(x509, key, EVP_sha256()) > 0, "signature");
   return certificate;
 }
 
 }  // namespace
 
-TlsContext MakeTlsContext() {
+TlsContext MakeTlsContext(std::span<const std::string_view> hosts) {
   TlsContext context(SSL_CTX_new(TLS_server_method()));
   Demand(context != nullptr, "context");
   const Key key(EVP_EC_gen("P-256"));
   Demand(key != nullptr, "key");
-  const Certificate certificate = MakeCertificate(key.get());
+  const Certificate certificate = MakeCertificate(key.get(), hosts);
   Demand(SSL_CTX_use_certificate(context.get(), certificate.get()) == 1, "certificate");
   Demand(SSL_CTX_use_PrivateKey(context.get(), key.get()) == 1, "key use");
   // Uploads are what this end reads: the cheapest cipher, and two records with each system call. OpenSSL
@@ -73,6 +73,14 @@ TlsContext MakeTlsContext() {
   SSL_CTX_set_default_read_buffer_len(context.get(), 34 * 1024);
   SSL_CTX_set_session_cache_mode(context.get(), SSL_SESS_CACHE_OFF);
   return context;
+}
+
+std::string CertificatePem(const SSL_CTX& context) {
+  const std::unique_ptr<BIO, Free> memory(BIO_new(BIO_s_mem()));
+  Demand(memory && PEM_write_bio_X509(memory.get(), SSL_CTX_get0_certificate(&context)) == 1, "PEM");
+  char* text = nullptr;
+  const long size = BIO_get_mem_data(memory.get(), &text);
+  return {text, static_cast<std::size_t>(size)};
 }
 
 }  // namespace velk::sandbox

@@ -1,9 +1,12 @@
-// The TLS side of the stand-in services: a certificate made at start that names every host.
+// The TLS side of the stand-in services: certificates made on the spot.
 #pragma once
 
 #include <openssl/ssl.h>
 
 #include <memory>
+#include <span>
+#include <string>
+#include <string_view>
 
 namespace velk::sandbox {
 
@@ -12,7 +15,10 @@ struct FreeTlsContext {
 };
 using TlsContext = std::unique_ptr<SSL_CTX, FreeTlsContext>;
 
-// Throws std::runtime_error when OpenSSL refuses a step.
-TlsContext MakeTlsContext();
+// With a new certificate for these host names. Throws std::runtime_error when OpenSSL refuses a step.
+TlsContext MakeTlsContext(std::span<const std::string_view> hosts);
+
+// The certificate in PEM form, for clients that are to trust it.
+std::string CertificatePem(const SSL_CTX& context);
 
 }  // namespace velk::sandbox

@@ -46,6 +46,10 @@ constexpr Command kCommands[] = {
     {"DELETE", "/requests", [](World& w, const std::string&) { return Reset(w); }},
     {"POST", "/reset", [](World& w, const std::string&) { return Reset(w); }},
     {"GET", "/state", [](World& w, const std::string&) { return BytesReply(200, w.services.State()); }},
+    {"GET", "/ca.pem",
+     [](World& w, const std::string&) {
+       return Reply{.headers = {"Content-Type: application/x-pem-file"}, .body = CertificatePem(*w.tls)};
+     }},
     {"POST", "/sha256",
      [](World&, const std::string& body) {
        return BytesReply(200, {{"sha256", Sha256Hex(body)}});

@@ -9,6 +9,7 @@
 //                    [{name, fileName, contentType, size, sha256, content, file}]. Contents above 256 KiB
 //                    come as a file instead; with --count-only neither they nor their hash exist.
 //   GET /state       one member for each service
+//   GET /ca.pem      the certificate of the stand-in services, for clients that verify it
 //   POST /sha256     {"sha256": hexadecimal hash of the posted body}
 //   POST /reset      forgets requests, scripts, service state and stored files, and drops connections that
 //                    still hang on a fault; DELETE /requests does the same
@@ -16,7 +17,8 @@
 // Texts carry bytes: byte 0x00 to 0xFF is the code point U+0000 to U+00FF, in both directions.
 //
 // A script applies to the next `times` (1; 0: all) requests that match its `host`, `method` and `path`
-// (without the query; a final '*' stands for any rest). Scripts are taken in the order of their arrival.
+// (without the query; a final '*' stands for any rest); with `kept`, only to those that come over a connection which
+// is kept from an earlier request. Scripts are taken in the order of their arrival.
 // The reply is `status`, `reason`, `headers` (lines, in order) and `body`; Content-Length is added unless a
 // header frames the body. `passThrough` lets the service answer instead. The faults:
 //   delayMs           wait before the reply
@@ -30,6 +32,8 @@
 //   readSlowly        read the body at so many bytes a second
 //   neverAnswer       stall until the client goes away
 //   noContentLength   the body ends with the connection, which closes properly
+//   hangUp            end the connection after the reply, properly, but without having announced it
+//   certificateName   on a CONNECT: present a certificate for this host name alone
 //   refuseConnect     answer the CONNECT itself with this status; short for method "CONNECT" with a status.
 //                     All faults work there too.
 #pragma once

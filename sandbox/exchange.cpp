@@ -17,6 +17,7 @@ constexpr std::size_t kLargestPiece = 512 * 1024;
 struct Tunnel {
   std::string host;
   std::string head;
+  std::string certificateName;  // empty for the sandbox's own certificate
 };
 
 bool IsFinal(int status) { return status >= 200 && status != 204 && status != 304; }
@@ -25,12 +26,12 @@ bool IsFinal(int status) { return status >= 200 && status != 204 && status != 30
 class Exchange {
  public:
   Exchange(Stream& stream, Input& input, World& world, Head head, const std::optional<Tunnel>& tunnel,
-           std::shared_ptr<const Connection> connection)
+           std::shared_ptr<const Connection> connection, bool kept)
       : stream_(stream),
         world_(world),
         entry_(std::make_shared<Entry>(std::move(head), tunnel ? "https" : "http",
                                        tunnel ? tunnel->head : std::string(), std::move(connection))),
-        script_(world.scripts.Take(entry_->head)),
+        script_(world.scripts.Take(entry_->head, kept)),
         reader_(input, entry_->head),
         intake_(world.store, entry_->head) {}
 
@@ -154,6 +155,8 @@ bool Exchange::Answer() {
                  static_cast<unsigned long long>(entry_->bodyReceived), reply.status);
   }
   opensTunnel_ = IsConnect() && reply.status / 100 == 2;
+  if (script_->hangUp) script_->Fired("hangUp");
+  if (script_->hangUp) return false;
   return opensTunnel_ || (!IsConnect() && Asked().keepAlive && !script_->noContentLength);
 }
 
@@ -185,7 +188,8 @@ void Exchange::Deliver(const Reply& reply) {
 
 std::optional<Tunnel> Exchange::Opened() const {
   if (!opensTunnel_) return std::nullopt;
-  return Tunnel{Asked().host, Asked().raw};
+  if (!script_->certificateName.empty()) script_->Fired("certificateName");
+  return Tunnel{Asked().host, Asked().raw, script_->certificateName};
 }
 
 void RefuseAndEnd(Stream& stream, int status) {
@@ -215,12 +219,18 @@ void ServeProxy(Stream& stream, World& world) try {
   const std::shared_ptr<void> end(nullptr, [&](void*) { connection->open = false; });
   Input input(stream);
   std::optional<Tunnel> tunnel;
+  TlsContext otherTls;  // for a certificate that a script asks for
+  bool kept = false;    // a request was served before
   while (auto head = ReadHead(input)) {
     if (tunnel && head->method == "CONNECT") throw BadRequest();
     if (tunnel) head->host = tunnel->host;
-    Exchange exchange(stream, input, world, std::move(*head), tunnel, connection);
+    Exchange exchange(stream, input, world, std::move(*head), tunnel, connection, kept);
     if (!exchange.Serve()) return;
-    if ((tunnel = tunnel ? tunnel : exchange.Opened()) && !stream.UnderTls()) stream.AcceptTls(*world.tls);
+    kept = true;
+    if (tunnel || !(tunnel = exchange.Opened())) continue;
+    kept = false;
+    if (!tunnel->certificateName.empty()) otherTls = MakeTlsContext({{tunnel->certificateName}});
+    stream.AcceptTls(otherTls ? *otherTls : *world.tls);
   }
   stream.End();
 } catch (const BadRequest& bad) {

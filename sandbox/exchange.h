@@ -10,6 +10,7 @@
 #include <string>
 
 #include "body.h"
+#include "certificate.h"
 #include "content.h"
 #include "head.h"
 #include "journal.h"

@@ -87,7 +87,7 @@ int Run(const Options& options) {
   ::sigprocmask(SIG_BLOCK, &signals, nullptr);
   ::signal(SIGPIPE, SIG_IGN);
   EndWith(::getppid());
-  const TlsContext tls = MakeTlsContext();
+  const TlsContext tls = MakeTlsContext(kServiceHosts);
   World world{.store = {options.store, options.countOnly},
               .proxy = Server(options.port),
               .control = Server(options.controlPort),

@@ -27,12 +27,19 @@ void RefuseConnect(ScriptText& script, const json::value& status) {
   script.reply.status = status.to_number<int>();
 }
 
+void PresentCertificate(ScriptText& script, const json::value& name) {
+  script.method = "CONNECT";
+  script.passThrough = true;
+  script.certificateName = Text(name);
+}
+
 using Setter = void (*)(ScriptText&, const json::value&);
 
 const std::map<std::string_view, Setter> kMembers = {
     {"host", [](ScriptText& s, const json::value& v) { s.host = Lower(Text(v)); }},
     {"method", [](ScriptText& s, const json::value& v) { s.method = Text(v); }},
     {"path", [](ScriptText& s, const json::value& v) { s.path = Text(v); }},
+    {"kept", [](ScriptText& s, const json::value& v) { s.kept = v.as_bool(); }},
     {"times", [](ScriptText& s, const json::value& v) { s.times = Number(v); }},
     {"status", [](ScriptText& s, const json::value& v) { s.reply.status = v.to_number<int>(); }},
     {"reason", [](ScriptText& s, const json::value& v) { s.reply.reason = Text(v); }},
@@ -48,6 +55,8 @@ const std::map<std::string_view, Setter> kMembers = {
     {"readSlowly", [](ScriptText& s, const json::value& v) { s.readSlowly = Number(v); }},
     {"neverAnswer", [](ScriptText& s, const json::value& v) { s.neverAnswer = v.as_bool(); }},
     {"noContentLength", [](ScriptText& s, const json::value& v) { s.noContentLength = v.as_bool(); }},
+    {"hangUp", [](ScriptText& s, const json::value& v) { s.hangUp = v.as_bool(); }},
+    {"certificateName", PresentCertificate},
     {"refuseConnect", RefuseConnect},
 };
 
@@ -77,10 +86,10 @@ ScriptText ParseScript(const json::object& posted) {
 }
 
 // A tunnel is opened by the client's own machinery, so only a script that asks for CONNECT meddles with it.
-bool Script::Matches(const Head& head) const {
+bool Script::Matches(const Head& head, bool keptConnection) const {
   const bool methodFits = method.empty() ? head.method != "CONNECT" : method == head.method;
   const bool pathFits = head.method == "CONNECT" || MatchesPath(path, head.Path());
-  return methodFits && pathFits && (host.empty() || host == head.host);
+  return methodFits && pathFits && (keptConnection || !kept) && (host.empty() || host == head.host);
 }
 
 bool Script::Take() {
@@ -109,10 +118,10 @@ int Scripts::Add(ScriptText text) {
   return id;
 }
 
-std::shared_ptr<Script> Scripts::Take(const Head& head) {
+std::shared_ptr<Script> Scripts::Take(const Head& head, bool kept) {
   const std::lock_guard lock(mutex_);
   for (const auto& script : scripts_) {
-    if (script->Matches(head) && script->Take()) return script;
+    if (script->Matches(head, kept) && script->Take()) return script;
   }
   ScriptText none;
   none.passThrough = true;

@@ -22,6 +22,7 @@ struct ScriptText {
   std::string host;
   std::string method;
   std::string path;
+  bool kept = false;
   std::uint64_t times = 1;
   Reply reply;
   bool passThrough = false;
@@ -34,6 +35,8 @@ struct ScriptText {
   std::uint64_t readSlowly = 0;
   bool neverAnswer = false;
   bool noContentLength = false;
+  bool hangUp = false;
+  std::string certificateName;
   bool refuseConnect = false;  // its status is the reply's
 };
 
@@ -45,7 +48,7 @@ class Script : public ScriptText {
   Script(int id, ScriptText text) : ScriptText(std::move(text)), id_(id) {}
 
   bool IsPosted() const { return id_ != 0; }
-  bool Matches(const Head& head) const;
+  bool Matches(const Head& head, bool kept) const;
   bool Take();  // false when it has been used up
   void Fired(const char* fault);
   boost::json::object Report() const;
@@ -63,8 +66,9 @@ class Script : public ScriptText {
 class Scripts {
  public:
   int Add(ScriptText text);
-  // Without a match it is one that lets the service answer and does nothing else.
-  std::shared_ptr<Script> Take(const Head& head);
+  // For a request over a connection that is kept from an earlier one, or over a new one. Without a match it is a
+  // script that lets the service answer and does nothing else.
+  std::shared_ptr<Script> Take(const Head& head, bool kept);
   boost::json::array Report() const;
   void Clear();
 

@@ -1,6 +1,7 @@
 // What the services build on: one include for the whole frame.
 #pragma once
 
+#include "core/connections.h"  // IWYU pragma: export
 #include "core/platform.h"     // IWYU pragma: export
 #include "core/result.h"       // IWYU pragma: export
 #include "core/text.h"         // IWYU pragma: export

@@ -30,6 +30,7 @@ Transfer::Transfer(TransferSetup setup) : curl_(curl_easy_init()) {
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   // No handle outlives its exchange, so a TLS session would never be taken up again.
   Set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
+  if (setup.connections) Note(setup.connections->Admit(curl_.get()));
   // A host calls from several threads, where a time-out by signal would be unsafe.
   Set(CURLOPT_NOSIGNAL, 1L);
 }
@@ -119,7 +120,21 @@ std::string Transfer::Escape(const std::string& text) const {
 CURLcode Transfer::Perform() {
   if (headers_) Set(CURLOPT_HTTPHEADER, headers_.get());
   if (form_) Set(CURLOPT_HTTPPOST, form_.get());
-  return refusal_ != CURLE_OK ? refusal_ : curl_easy_perform(curl_.get());
+  if (refusal_ != CURLE_OK) return refusal_;
+  const CURLcode failure = curl_easy_perform(curl_.get());
+  if (!KeptConnectionDied(failure)) return failure;
+  Set(CURLOPT_FRESH_CONNECT, 1L);
+  return curl_easy_perform(curl_.get());
+}
+
+// libcurl itself repeats a request whose connection dies while the reply is awaited, but not one that is still being
+// sent, such as a long segment.
+bool Transfer::KeptConnectionDied(CURLcode failure) const noexcept {
+  long opened = 0;
+  long headerBytes = 0;
+  curl_easy_getinfo(curl_.get(), CURLINFO_NUM_CONNECTS, &opened);
+  curl_easy_getinfo(curl_.get(), CURLINFO_HEADER_SIZE, &headerBytes);
+  return failure == CURLE_SEND_ERROR && opened == 0 && headerBytes == 0;
 }
 
 long Transfer::Status() const noexcept {
@@ -137,6 +152,7 @@ std::string_view Transfer::EffectiveUrl() const noexcept {
 bool Transfer::Says(const char* text) const noexcept { return std::strstr(reply_.Text(), text) != nullptr; }
 
 void Transfer::Abandon() noexcept {
+  curl_easy_setopt(curl_.get(), CURLOPT_SHARE, nullptr);
   // The reply hangs on its handle, so that a leak checker tells an abandoned request as one leak.
   curl_easy_setopt(curl_.get(), CURLOPT_PRIVATE, static_cast<void*>(reply_.data));
   static_cast<void>(curl_.release());

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/connections.h"
 #include "core/platform.h"
 #include "core/response_buffer.h"
 #include "core/upload_file.h"
@@ -15,10 +16,11 @@
 
 namespace velk {
 
-// What a few requests leave out of the common set-up.
+// What a few requests change in the common set-up.
 struct TransferSetup {
   bool useProxy = true;
   bool setHostVerification = true;
+  const Connections* connections = nullptr;  // of the call; without them the connection is the request's own
 };
 
 // Owns everything that a request makes and releases it whatever the exit. Running out of memory while a
@@ -48,8 +50,6 @@ class Transfer {
   Transfer& Progress(ProgressCallback callback, FileUploader* uploader);
   // Collects status lines and headers ahead of the body.
   Transfer& CollectHeaders() { return SetLong(CURLOPT_HEADER, 1); }
-  // Closes the connection as soon as the reply has been read.
-  Transfer& CloseConnection() { return SetLong(CURLOPT_FORBID_REUSE, 1); }
   // Lets libcurl report connections and headers on the standard error stream.
   Transfer& Verbose() { return SetLong(CURLOPT_VERBOSE, 1); }
 
@@ -69,6 +69,8 @@ class Transfer {
   // Percent-encodes a text for a form-encoded body.
   std::string Escape(const std::string& text) const;
 
+  // Sends the request, over a kept connection where there is one. When that dies before anything of a reply has come,
+  // the request is sent once more over a fresh one.
   CURLcode Perform();
 
   // After Perform: the reply.
@@ -79,9 +81,9 @@ class Transfer {
   // Whether the reply's body contains a text; the search ends at a NUL byte.
   bool Says(const char* text) const noexcept;
 
-  // Gives up the handle and the reply without releasing them: both stay allocated until the process ends. Only for
-  // the few answers that are documented to leave them behind, whose requests close their connection themselves;
-  // nothing else may be called afterwards.
+  // Gives up the handle and the reply without releasing them: both stay allocated until the process ends, while the
+  // connection stays with the call. Only for the few answers that are documented to leave them behind; nothing else
+  // may be called afterwards.
   void Abandon() noexcept;
 
  private:
@@ -100,6 +102,7 @@ class Transfer {
     return Set(option, static_cast<long>(value));
   }
   Transfer& Note(CURLcode outcome);
+  bool KeptConnectionDied(CURLcode failure) const noexcept;
   template <typename... Options>
   Transfer& AddFormPart(Options... options);
   Transfer& AddFormText(CURLformoption contents, const char* name, std::string_view text);

@@ -30,8 +30,9 @@ int32_t GraphResult(const Transfer& request, CURLcode failure) noexcept;
 int32_t GetObject(Transfer& request, std::string_view objectId, std::string_view accessToken);
 int32_t PostForm(Transfer& request, const std::string& url, std::string body);
 
-// Sets the privacy of a published object to the record's. Answers a result code.
-int32_t UpdatePrivacy(const char* accessToken, const FacebookUploadInfo& info, const char* objectId) noexcept;
+// Sets the privacy of a published object to the record's, over a connection of the call. Answers a result code.
+int32_t UpdatePrivacy(const Connections& connections, const char* accessToken, const FacebookUploadInfo& info,
+                      const char* objectId) noexcept;
 
 // Reads the pages in a reply into a list that the host owns. Answers a result code; the count is written in any case.
 int32_t ListPages(std::string_view reply, FacebookPage** outPages, int32_t& count);

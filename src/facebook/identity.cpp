@@ -59,12 +59,12 @@ int32_t CheckFacebookAccessTokenValid(const char* appId, const char* accessToken
   using namespace velk;
   if (!appId || !accessToken || !outValid) return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
-    Transfer check;
+    const Connections connections;
+    Transfer check({.connections = &connections});
     if (!check) return VELK_NO_HANDLE;
     check.Url(Concat({kGraphApi, "oauth/access_token_info?client_id=", appId, "&access_token=", accessToken}))
         .Get()
-        .Timeout(10s)
-        .CloseConnection();
+        .Timeout(10s);
     if (check.Perform() != CURLE_OK) return VELK_TRANSFER_FAILED;
 
     if (check.Status() == 200) {

@@ -15,7 +15,6 @@ int32_t SendPhoto(Transfer& upload, FileUploader* uploader, const char* accessTo
                   const FacebookUploadInfo& info, const NativePath& path, UploadFile& file) {
   upload.Url(Concat({kGraphApi, NodeOf(info), "/photos?access_token=", accessToken}))
       .ConnectTimeout(5s)
-      .CloseConnection()
       .Post()
       .Progress(&UploadProgressCallback, uploader)
       .FormField("message", Field(info.description))
@@ -37,7 +36,8 @@ int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken
     const NativePath path = WidenPath(Field(info->filePath));
     UploadFile file(path);
     if (!file) return VELK_FILE_NOT_OPENED;
-    Transfer upload;
+    const Connections connections;
+    Transfer upload({.connections = &connections});
     if (!upload) return VELK_NO_HANDLE;
     const int32_t result = SendPhoto(upload, uploader, accessToken, *info, path, file);
     if (result != VELK_OK) return result;
@@ -45,7 +45,7 @@ int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken
     const std::string_view reply = upload.Reply().Bytes();
     char photoId[kValueRoom] = "";
     const bool identified = JsonGetStringValue(reply, "id", photoId) == 0;
-    if (identified && UpdatePrivacy(accessToken, *info, photoId) != VELK_OK) {
+    if (identified && UpdatePrivacy(connections, accessToken, *info, photoId) != VELK_OK) {
       // The photo is published; only the upload's handle and reply stay allocated.
       upload.Abandon();
       return VELK_PRIVACY_NOT_UPDATED;

@@ -6,40 +6,39 @@ namespace velk {
 namespace {
 
 // The one small POST behind every change; only its body differs.
-int32_t ChangeObject(const char* accessToken, const char* objectId,
+int32_t ChangeObject(const Connections& connections, const char* accessToken, const char* objectId,
                      std::initializer_list<std::string_view> body) noexcept {
   return Guarded([&]() -> int32_t {
-    Transfer change;
+    Transfer change({.connections = &connections});
     if (!change) return VELK_NO_HANDLE;
     return PostForm(change, ObjectUrl(objectId, accessToken), Concat(body));
   });
 }
 
-int32_t UpdateMessage(const char* accessToken, const char* objectId,
+int32_t UpdateMessage(const Connections& connections, const char* accessToken, const char* objectId,
                       const FacebookUploadInfo& info) noexcept {
   if (!accessToken || !objectId) return VELK_MISSING_ARGUMENT;
-  return ChangeObject(accessToken, objectId, {"message=", Field(info.description)});
+  return ChangeObject(connections, accessToken, objectId, {"message=", Field(info.description)});
 }
 
-int32_t UpdateDescription(const char* accessToken, const char* objectId,
+int32_t UpdateDescription(const Connections& connections, const char* accessToken, const char* objectId,
                           const FacebookUploadInfo& info) noexcept {
   if (!accessToken || !objectId) return VELK_MISSING_ARGUMENT;
-  return ChangeObject(accessToken, objectId, {"description=", Field(info.description)});
+  return ChangeObject(connections, accessToken, objectId, {"description=", Field(info.description)});
 }
 
 // Sets the privacy of the object that a story is about. A story about nothing has none to set.
-int32_t UpdateObjectPrivacy(const char* accessToken, const char* storyId,
+int32_t UpdateObjectPrivacy(const Connections& connections, const char* accessToken, const char* storyId,
                             const FacebookUploadInfo& info) noexcept {
   if (!accessToken || !storyId) return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
-    Transfer lookup;
+    Transfer lookup({.connections = &connections});
     if (!lookup) return VELK_NO_HANDLE;
-    lookup.CloseConnection();
     const int32_t result = GetObject(lookup, storyId, accessToken);
     if (result != VELK_OK) return result;
     char objectId[kValueRoom] = "";
     if (JsonGetStringValue(lookup.Reply().Bytes(), "object_id", objectId) != 0) return VELK_OK;
-    if (UpdatePrivacy(accessToken, info, objectId) == VELK_OK) return VELK_OK;
+    if (UpdatePrivacy(connections, accessToken, info, objectId) == VELK_OK) return VELK_OK;
     // Nothing was changed; only the lookup's handle and reply stay allocated.
     lookup.Abandon();
     return VELK_PRIVACY_NOT_UPDATED;
@@ -48,7 +47,8 @@ int32_t UpdateObjectPrivacy(const char* accessToken, const char* storyId,
 
 // What each kind of update does, in order, and what the host hears when that step fails.
 struct Step {
-  int32_t (*run)(const char* accessToken, const char* objectId, const FacebookUploadInfo& info) noexcept;
+  int32_t (*run)(const Connections& connections, const char* accessToken, const char* objectId,
+                 const FacebookUploadInfo& info) noexcept;
   uint32_t updateKind;
   int32_t failure;
 };
@@ -62,10 +62,10 @@ constexpr Step kSteps[] = {
 
 }  // namespace
 
-int32_t UpdatePrivacy(const char* accessToken, const FacebookUploadInfo& info,
+int32_t UpdatePrivacy(const Connections& connections, const char* accessToken, const FacebookUploadInfo& info,
                       const char* objectId) noexcept {
   if (!objectId || *accessToken == '\0' || *objectId == '\0') return VELK_MISSING_ARGUMENT;
-  return ChangeObject(accessToken, objectId, {"privacy={'value':'", Field(info.privacy), "'}"});
+  return ChangeObject(connections, accessToken, objectId, {"privacy={'value':'", Field(info.privacy), "'}"});
 }
 
 }  // namespace velk
@@ -74,10 +74,11 @@ int32_t SetFacebookUpdateInfo(const char* accessToken, const char* objectId,
                               const FacebookUploadInfo* info) noexcept {
   using namespace velk;
   if (!info) return VELK_MISSING_ARGUMENT;
+  const Connections connections;
   int32_t result = VELK_UNEXPECTED_REPLY;
   for (const Step& step : kSteps) {
     if (step.updateKind != info->updateKind) continue;
-    if (step.run(accessToken, objectId, *info) != VELK_OK) return step.failure;
+    if (step.run(connections, accessToken, objectId, *info) != VELK_OK) return step.failure;
     result = VELK_OK;
   }
   return result;

@@ -56,14 +56,14 @@ std::string MediaExtension(std::string_view fileName) {
   return std::string(pieces.substr(pieces.rfind('.') + 1, kExtensionLength));
 }
 
-int32_t TwitterMediaInit(char* mediaId, int32_t* mediaIdRoom, const char* authParams, const NativePath& path,
-                         const char* extension) {
+int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
+                         const char* authParams, const NativePath& path, const char* extension) {
   if (!mediaId || path.empty()) return VELK_MISSING_ARGUMENT;
   UploadFile file(path);
   if (!file) return VELK_FILE_NOT_OPENED;
   file.Close();
 
-  Transfer init;
+  Transfer init({.connections = &connections});
   if (!init) return VELK_NO_HANDLE;
   init.Url(kUploadUrl)
       .ConnectTimeout(kConnectLimit)
@@ -85,8 +85,8 @@ int32_t TwitterMediaInit(char* mediaId, int32_t* mediaIdRoom, const char* authPa
   return VELK_OK;
 }
 
-int32_t TwitterMediaAppendFile(const char* mediaId, FileUploader* uploader, const char* authParams,
-                               const NativePath& path) {
+int32_t TwitterMediaAppendFile(const Connections& connections, const char* mediaId, FileUploader* uploader,
+                               const char* authParams, const NativePath& path) {
   if (!mediaId || !uploader || !authParams || path.empty()) return VELK_MISSING_ARGUMENT;
   const UploadFile file(path);
   if (!file) return VELK_FILE_NOT_OPENED;
@@ -97,17 +97,18 @@ int32_t TwitterMediaAppendFile(const char* mediaId, FileUploader* uploader, cons
     const auto segment = std::make_unique_for_overwrite<char[]>(length);
     // A file that shrank since it was measured ends the upload.
     if (std::fread(segment.get(), 1, length, file.Stream()) != length) return VELK_MISSING_ARGUMENT;
-    const int32_t result = TwitterMediaAppend(mediaId, uploader, authParams, segment.get(),
+    const int32_t result = TwitterMediaAppend(connections, mediaId, uploader, authParams, segment.get(),
                                               static_cast<int32_t>(length), std::to_string(index).c_str());
     if (result != VELK_OK) return result;
   }
   return VELK_OK;
 }
 
-int32_t TwitterMediaAppend(const char* mediaId, FileUploader* uploader, const char* authParams,
-                           const char* bytes, int32_t count, const char* segmentIndex) {
+int32_t TwitterMediaAppend(const Connections& connections, const char* mediaId, FileUploader* uploader,
+                           const char* authParams, const char* bytes, int32_t count,
+                           const char* segmentIndex) {
   if (!uploader || !authParams || !bytes || !segmentIndex) return VELK_MISSING_ARGUMENT;
-  Transfer append;
+  Transfer append({.connections = &connections});
   if (!append) return VELK_NO_HANDLE;
   append.Url(kUploadUrl)
       .ConnectTimeout(kConnectLimit)
@@ -116,6 +117,9 @@ int32_t TwitterMediaAppend(const char* mediaId, FileUploader* uploader, const ch
       .Header(kFormHeader)
       .Header(kUploadHostHeader)
       .Header(OauthHeader(authParams))
+      // The session has been accepted. To ask before each segment costs a round trip, or a second where the service
+      // does not reply to it.
+      .Header("Expect:")
       .FormField("command", "APPEND")
       .FormField("media_id", mediaId)
       .FormField("segment_index", segmentIndex)
@@ -124,10 +128,10 @@ int32_t TwitterMediaAppend(const char* mediaId, FileUploader* uploader, const ch
   return Succeeded(append, {200, 204}) ? VELK_OK : TwitterFailure(append);
 }
 
-int32_t TwitterMediaFinalize(char* mediaId, int32_t* mediaIdRoom, const char* authParams,
-                             int32_t* processing) {
+int32_t TwitterMediaFinalize(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
+                             const char* authParams, int32_t* processing) {
   if (!mediaId || !authParams) return VELK_MISSING_ARGUMENT;
-  Transfer finalize;
+  Transfer finalize({.connections = &connections});
   if (!finalize) return VELK_NO_HANDLE;
   finalize.Url(kUploadUrl)
       .ConnectTimeout(kConnectLimit)
@@ -149,13 +153,13 @@ int32_t TwitterMediaFinalize(char* mediaId, int32_t* mediaIdRoom, const char* au
   return VELK_OK;
 }
 
-int32_t TwitterMediaStatus(const TwitterConsumer* consumer, const TwitterAccessToken* token,
-                           const char* mediaId) {
+int32_t TwitterMediaStatus(const Connections& connections, const TwitterConsumer* consumer,
+                           const TwitterAccessToken* token, const char* mediaId) {
   if (!mediaId || !consumer || !token) return VELK_MISSING_ARGUMENT;
   const std::string url = Concat({kUploadUrl, "?command=STATUS&media_id=", mediaId});
   const std::string authParams =
       SignRequest(url, {}, nullptr, UserKeys(*consumer, *token), OauthForm::kBareHeader);
-  Transfer status({.setHostVerification = false});
+  Transfer status({.setHostVerification = false, .connections = &connections});
   if (!status) return VELK_NO_HANDLE;
   status.Url(url).Get().Header(OauthHeader(authParams));
   if (const CURLcode failure = status.Perform(); failure != CURLE_OK) return FromMediaTransfer(failure);
@@ -174,16 +178,19 @@ int32_t UploadMedia(FileUploader* uploader, const TwitterConsumer& consumer, con
   // INIT, every APPEND and FINALIZE carry this one header: forms are not signed, so it fits them all.
   const std::string authParams =
       SignRequest(kUploadUrl, {}, "POST", UserKeys(consumer, token), OauthForm::kQuotedHeader);
+  const Connections connections;
   int32_t room = kMediaIdRoom;
   int32_t processing = 0;
-  int32_t result = TwitterMediaInit(mediaId, &room, authParams.c_str(), path, extension.c_str());
-  if (result == VELK_OK) result = TwitterMediaAppendFile(mediaId, uploader, authParams.c_str(), path);
-  if (result == VELK_OK) result = TwitterMediaFinalize(mediaId, &room, authParams.c_str(), &processing);
+  int32_t result = TwitterMediaInit(connections, mediaId, &room, authParams.c_str(), path, extension.c_str());
+  if (result == VELK_OK)
+    result = TwitterMediaAppendFile(connections, mediaId, uploader, authParams.c_str(), path);
+  if (result == VELK_OK)
+    result = TwitterMediaFinalize(connections, mediaId, &room, authParams.c_str(), &processing);
   if (result != VELK_OK || processing == 0) return result;
 
   // Asked once, after a second: the tweet follows whatever the answer is.
   Wait(1s);
-  static_cast<void>(TwitterMediaStatus(&consumer, &token, mediaId));
+  static_cast<void>(TwitterMediaStatus(connections, &consumer, &token, mediaId));
   return VELK_OK;
 }
 

@@ -42,22 +42,23 @@ int32_t ReadAccessToken(std::string_view reply, TwitterAccessToken& token) noexc
 
 // ---- Media upload: its steps ----
 //
-// Each answers a result code. A null argument is missing, an empty media id is not. `authParams` is what
+// Each answers a result code, and goes over the connections of the call: INIT, the first one, over a fresh one. A null argument is missing, an empty media id is not. `authParams` is what
 // follows "Authorization: OAuth ". `mediaIdRoom` is the size of `mediaId` on the way in; when an identifier
 // does not fit, it receives the size needed.
 
 // What INIT announces as image type: up to three bytes of what follows the file name's last dot.
 std::string MediaExtension(std::string_view fileName);
 
-int32_t TwitterMediaInit(char* mediaId, int32_t* mediaIdRoom, const char* authParams, const NativePath& path,
-                         const char* extension);
-int32_t TwitterMediaAppendFile(const char* mediaId, FileUploader* uploader, const char* authParams,
-                               const NativePath& path);
-int32_t TwitterMediaAppend(const char* mediaId, FileUploader* uploader, const char* authParams,
-                           const char* bytes, int32_t count, const char* segmentIndex);
-int32_t TwitterMediaFinalize(char* mediaId, int32_t* mediaIdRoom, const char* authParams,
-                             int32_t* processing);
-int32_t TwitterMediaStatus(const TwitterConsumer* consumer, const TwitterAccessToken* token,
-                           const char* mediaId);
+int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
+                         const char* authParams, const NativePath& path, const char* extension);
+int32_t TwitterMediaAppendFile(const Connections& connections, const char* mediaId, FileUploader* uploader,
+                               const char* authParams, const NativePath& path);
+int32_t TwitterMediaAppend(const Connections& connections, const char* mediaId, FileUploader* uploader,
+                           const char* authParams, const char* bytes, int32_t count,
+                           const char* segmentIndex);
+int32_t TwitterMediaFinalize(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
+                             const char* authParams, int32_t* processing);
+int32_t TwitterMediaStatus(const Connections& connections, const TwitterConsumer* consumer,
+                           const TwitterAccessToken* token, const char* mediaId);
 
 }  // namespace velk

@@ -173,6 +173,7 @@ TEST(SandboxFaults, FireAsScriptedAndAreToldApart) {
        End::kReset,
        {"reset", "stopReadingAfter"}},
       {"answered early", {.answerEarly = true}, head + "reply", End::kOpen, {"answerEarly"}},
+      {"hung up", {.hangUp = true}, head + "reply", End::kInOrder, {"hangUp"}},
   };
   Sandbox sandbox;
   for (const Row& row : rows) {
@@ -240,6 +241,14 @@ TEST(SandboxScripts, ApplyInOrderToWhatMatches) {
   }
   EXPECT_EQ(statuses, "504 504 404 506 506 ");
   EXPECT_EQ(sandbox.Report(rest).matched, 2);
+
+  sandbox.Reset();
+  sandbox.Add({.kept = true, .times = 0, .status = 201});
+  Wire kept(sandbox);
+  for (const char* status : {"404", "201", "201"}) {
+    kept.Send(Post("", ""));
+    EXPECT_EQ(kept.Read(1, true).bytes.substr(9, 3), status);
+  }
 }
 
 TEST(SandboxRecord, KeepsHeadsByteForByte) {

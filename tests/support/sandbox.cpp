@@ -125,6 +125,7 @@ json::object ToJson(const Script& script) {
   json::object text{{"host", script.host},
                     {"method", script.method},
                     {"path", script.path},
+                    {"kept", script.kept},
                     {"times", script.times},
                     {"status", script.status},
                     {"reason", script.reason},
@@ -136,10 +137,12 @@ json::object ToJson(const Script& script) {
                     {"reset", script.reset},
                     {"readSlowly", script.readSlowly},
                     {"neverAnswer", script.neverAnswer},
-                    {"noContentLength", script.noContentLength}};
+                    {"noContentLength", script.noContentLength},
+                    {"hangUp", script.hangUp}};
   if (script.cutAfter) text["cutAfter"] = *script.cutAfter;
   if (script.cutBodyAfter) text["cutBodyAfter"] = *script.cutBodyAfter;
   if (script.stopReadingAfter) text["stopReadingAfter"] = *script.stopReadingAfter;
+  if (!script.certificateName.empty()) text["certificateName"] = script.certificateName;
   if (script.refuseConnect != 0) text["refuseConnect"] = script.refuseConnect;
   return text;
 }

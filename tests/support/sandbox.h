@@ -62,6 +62,7 @@ struct Script {
   std::string host = {};    // empty: any
   std::string method = {};  // empty: any but CONNECT
   std::string path = {};    // without the query; a final '*' stands for any rest; empty: any
+  bool kept = false;        // only over a connection that is kept from an earlier request
   int times = 1;            // 0: for every request from now on
 
   int status = 200;
@@ -80,7 +81,9 @@ struct Script {
   std::uint64_t readSlowly = 0;  // body bytes per second; 0: as fast as they come
   bool neverAnswer = false;      // stall until the client goes away
   bool noContentLength = false;  // the reply's body ends with the connection
-  int refuseConnect = 0;         // answer the CONNECT itself with this status
+  bool hangUp = false;           // end the connection properly after the reply, without having announced it
+  std::string certificateName = {};  // on CONNECT: present a certificate for this host name alone
+  int refuseConnect = 0;             // answer the CONNECT itself with this status
 };
 
 // What a script did so far; fault names are spelled like the members of Script.

@@ -9,6 +9,7 @@ using test::Script;
 
 class TwitterMedia : public test::ServiceTest {
  protected:
+  const Connections connections;
   char mediaId[kMediaIdRoom] = "9";
   int32_t room = kMediaIdRoom;
   int32_t processing = 0;
@@ -22,21 +23,21 @@ class TwitterMedia : public test::ServiceTest {
 TEST_F(TwitterMedia, MissesItsArguments) {
   const NativePath none;
   const int32_t results[] = {
-      TwitterMediaInit(nullptr, &room, "a", path, "png"),
-      TwitterMediaInit(mediaId, &room, "a", none, "png"),
-      TwitterMediaAppendFile(nullptr, &uploader, "a", path),
-      TwitterMediaAppendFile(mediaId, nullptr, "a", path),
-      TwitterMediaAppendFile(mediaId, &uploader, nullptr, path),
-      TwitterMediaAppendFile(mediaId, &uploader, "a", none),
-      TwitterMediaAppend(mediaId, nullptr, "a", "x", 1, "0"),
-      TwitterMediaAppend(mediaId, &uploader, nullptr, "x", 1, "0"),
-      TwitterMediaAppend(mediaId, &uploader, "a", nullptr, 1, "0"),
-      TwitterMediaAppend(mediaId, &uploader, "a", "x", 1, nullptr),
-      TwitterMediaFinalize(nullptr, &room, "a", &processing),
-      TwitterMediaFinalize(mediaId, &room, nullptr, &processing),
-      TwitterMediaStatus(nullptr, &token, mediaId),
-      TwitterMediaStatus(&consumer, nullptr, mediaId),
-      TwitterMediaStatus(&consumer, &token, nullptr),
+      TwitterMediaInit(connections, nullptr, &room, "a", path, "png"),
+      TwitterMediaInit(connections, mediaId, &room, "a", none, "png"),
+      TwitterMediaAppendFile(connections, nullptr, &uploader, "a", path),
+      TwitterMediaAppendFile(connections, mediaId, nullptr, "a", path),
+      TwitterMediaAppendFile(connections, mediaId, &uploader, nullptr, path),
+      TwitterMediaAppendFile(connections, mediaId, &uploader, "a", none),
+      TwitterMediaAppend(connections, mediaId, nullptr, "a", "x", 1, "0"),
+      TwitterMediaAppend(connections, mediaId, &uploader, nullptr, "x", 1, "0"),
+      TwitterMediaAppend(connections, mediaId, &uploader, "a", nullptr, 1, "0"),
+      TwitterMediaAppend(connections, mediaId, &uploader, "a", "x", 1, nullptr),
+      TwitterMediaFinalize(connections, nullptr, &room, "a", &processing),
+      TwitterMediaFinalize(connections, mediaId, &room, nullptr, &processing),
+      TwitterMediaStatus(connections, nullptr, &token, mediaId),
+      TwitterMediaStatus(connections, &consumer, nullptr, mediaId),
+      TwitterMediaStatus(connections, &consumer, &token, nullptr),
   };
   for (const int32_t& result : results) EXPECT_EQ(result, VELK_MISSING_ARGUMENT) << &result - results;
   EXPECT_TRUE(sandbox.Requests().empty());
@@ -45,9 +46,10 @@ TEST_F(TwitterMedia, MissesItsArguments) {
 TEST_F(TwitterMedia, ChecksTheFileForItself) {
   const NativePath absent = WidenPath(file.Path() + "x");
   const auto large = test::TempFile::Sparse("large.png", 5'242'881);
-  EXPECT_EQ(TwitterMediaInit(mediaId, &room, "a", absent, "png"), VELK_FILE_NOT_OPENED);
-  EXPECT_EQ(TwitterMediaAppendFile(mediaId, &uploader, "a", absent), VELK_FILE_NOT_OPENED);
-  EXPECT_EQ(TwitterMediaAppendFile(mediaId, &uploader, "a", WidenPath(large.Path())), VELK_TOO_LARGE);
+  EXPECT_EQ(TwitterMediaInit(connections, mediaId, &room, "a", absent, "png"), VELK_FILE_NOT_OPENED);
+  EXPECT_EQ(TwitterMediaAppendFile(connections, mediaId, &uploader, "a", absent), VELK_FILE_NOT_OPENED);
+  EXPECT_EQ(TwitterMediaAppendFile(connections, mediaId, &uploader, "a", WidenPath(large.Path())),
+            VELK_TOO_LARGE);
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
@@ -56,7 +58,7 @@ TEST_F(TwitterMedia, AnnouncesAPngWithoutAnExtension) {
        {std::pair<const char*, const char*>(nullptr, "image/png"), {"", "image/"}}) {
     sandbox.Reset();
     sandbox.Add({.body = R"({"media_id_string":"12"})"});
-    EXPECT_EQ(TwitterMediaInit(mediaId, &room, "a", path, extension), VELK_OK);
+    EXPECT_EQ(TwitterMediaInit(connections, mediaId, &room, "a", path, extension), VELK_OK);
     EXPECT_EQ(sandbox.Only().Field("media_type")->content, type);
     EXPECT_STREQ(mediaId, "12");
   }
@@ -66,8 +68,8 @@ TEST_F(TwitterMedia, LeavesItsBufferAloneWithoutRoom) {
   for (const bool finalizes : {false, true}) {
     sandbox.Add({.body = R"({"media_id_string":"1234","state":"1234"})"});
     room = 4;
-    EXPECT_EQ(finalizes ? TwitterMediaFinalize(mediaId, &room, "a", &processing)
-                        : TwitterMediaInit(mediaId, &room, "a", path, "png"),
+    EXPECT_EQ(finalizes ? TwitterMediaFinalize(connections, mediaId, &room, "a", &processing)
+                        : TwitterMediaInit(connections, mediaId, &room, "a", path, "png"),
               VELK_BUFFER_TOO_SMALL);
     EXPECT_EQ(room, 5);
     EXPECT_EQ(processing, 0);
@@ -88,7 +90,8 @@ TEST_F(TwitterMedia, JudgesTheStatusQuery) {
   };
   for (const auto& [script, result] : rows) {
     sandbox.Add(script);
-    EXPECT_EQ(TwitterMediaStatus(&consumer, &token, mediaId), result) << script.status << script.body;
+    EXPECT_EQ(TwitterMediaStatus(connections, &consumer, &token, mediaId), result)
+        << script.status << script.body;
   }
 }
 
