@@ -36,7 +36,7 @@ using Fields = std::vector<std::pair<const char*, std::string_view>>;
 
 size_t Discard(char*, size_t, size_t count, void*) { return count; }
 
-// One request over a connection of its own, as every request of the library is.
+// One request over a connection of its own.
 class Request {
  public:
   Request(const char* url, const char* proxy) : curl_(curl_easy_init()) {

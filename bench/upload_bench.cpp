@@ -40,13 +40,23 @@ int32_t UploadToYoutube(const char* file) {
   return StartYoutubeUploadFile(InitYoutubeFileUploder(), "token", info.get(), videoId);
 }
 
-int32_t UploadToFacebook(const char* file) {
-  const auto info = std::make_unique<FacebookUploadInfo>();
+std::unique_ptr<FacebookUploadInfo> FacebookInfo(const char* file) {
+  auto info = std::make_unique<FacebookUploadInfo>();
   Fill(info->filePath, file);
   Fill(info->title, "title");
   Fill(info->description, "description");
+  Fill(info->privacy, "SELF");
+  return info;
+}
+
+int32_t UploadToFacebook(const char* file) {
   char videoId[1024];
-  return StartFacebookUploadVideo(InitFacebookFileUploder(), "token", info.get(), videoId);
+  return StartFacebookUploadVideo(InitFacebookFileUploder(), "token", FacebookInfo(file).get(), videoId);
+}
+
+int32_t UploadPhotoToFacebook(const char* file) {
+  char postId[1024];
+  return StartFacebookUploadPhoto(InitFacebookFileUploder(), "token", FacebookInfo(file).get(), postId);
 }
 
 int32_t UploadToTwitter(const char* file) {
@@ -66,8 +76,10 @@ struct Service {
   int32_t (*upload)(const char* file);
 };
 
-constexpr Service kServices[] = {
-    {"facebook", UploadToFacebook}, {"twitter", UploadToTwitter}, {"youtube", UploadToYoutube}};
+constexpr Service kServices[] = {{"facebook", UploadToFacebook},
+                                 {"facebook-photo", UploadPhotoToFacebook},
+                                 {"twitter", UploadToTwitter},
+                                 {"youtube", UploadToYoutube}};
 
 // Uploads once, and tells how far the process's memory rose meanwhile.
 int32_t Measure(const Service& service, const char* file, std::chrono::duration<double>& taken, long& peak) {

@@ -18,7 +18,10 @@
  * Replies    A reply of more than 4 MiB fails the exchange. So does a URL of another scheme than http or https
  *            in a reply, and a line break in a token that travels in a header; nothing is sent then.
  * Buffers    Written only on the paths named. Each function states the room that a buffer without a size needs.
- * TLS        The services' certificates are not verified; the name in a certificate is.
+ * TLS        The services' certificates are not verified. The Linux build compares the name in a certificate with
+ *            the host; the DLL does not, since Windows compares it only together with the chain. A library that is
+ *            built with the CMake option VELK_VERIFY_PEER verifies chain and name, against the Windows store or the
+ *            system's bundle: without a certificate that it trusts, an exchange fails and nothing is sent.
  */
 #ifndef VELK_UPLOAD_H
 #define VELK_UPLOAD_H

@@ -259,6 +259,8 @@ std::string Sandbox::Sha256(std::string_view bytes) {
   return std::string(Call("POST", "/sha256", bytes).at("sha256").as_string());
 }
 
+std::string Sandbox::Certificate() { return Exchange("GET", control_ + "/ca.pem", {}); }
+
 json::value Sandbox::State() { return Call("GET", "/state"); }
 
 TempFile::TempFile(std::string_view utf8Name, std::string_view content)

@@ -117,6 +117,7 @@ class Sandbox {
                    std::chrono::milliseconds limit = kPatience);
 
   std::string Sha256(std::string_view bytes);  // lower-case hexadecimal
+  std::string Certificate();                   // of the stand-in services, in PEM form
   boost::json::value State();  // one member per service: "youtube", ...; its texts are bytes as received
 
  private:

@@ -1,0 +1,169 @@
+// The library built to verify certificates: no request goes out to a service whose certificate is not trusted.
+#include <curl/curl.h>
+
+#include <cstdarg>
+#include <fstream>
+#include <optional>
+
+#include "api/twitter_test.h"
+#include "twitter/twitter.h"
+
+// The linker sends the library's calls here first.
+extern "C" {
+CURL* __real_curl_easy_init();
+CURL* __wrap_curl_easy_init();
+CURLcode __real_curl_easy_setopt(CURL* handle, CURLoption option, ...);
+CURLcode __wrap_curl_easy_setopt(CURL* handle, CURLoption option, ...);
+}
+
+namespace velk::test {
+namespace {
+
+std::string trustedFile;  // of certificates, in place of the system's; empty for the system's
+
+// The verification options that were set last.
+std::optional<long> verifyPeer;
+std::optional<long> verifyHost;
+
+struct Call {
+  const char* name;
+  int32_t refused;  // its result when the exchange fails
+  std::function<int32_t()> run;
+};
+
+class Verification : public TwitterTest {
+ protected:
+  Verification() {
+    const std::string path = photo.Path();
+    const size_t name = path.find_last_of("/\\") + 1;
+    Fill(tweet.folderPath, path.substr(0, name - 1));
+    Fill(tweet.fileName, path.substr(name));
+    Fill(tweet.statusText, "look");
+    Fill(post.filePath, path);
+    for (char* field : {post.title, post.description, video.title, video.description}) *field = 'x';
+    Fill(post.privacy, "SELF");
+    Fill(video.filePath, path);
+    Fill(video.privacyStatus, "private");
+    Fill(video.categoryId, "22");
+    for (char* field : {access.consumerKey, access.consumerSecret, access.requestToken, access.verifier})
+      *field = 'x';
+  }
+  ~Verification() override { trustedFile.clear(); }
+
+  int32_t Update(uint32_t kind) {
+    post.updateKind = kind;
+    return SetFacebookUpdateInfo("token", "104", &post);
+  }
+
+  const std::vector<Call> calls = {
+      {"token exchange", VELK_TRANSFER_FAILED,
+       [this] { return ExangeFacebookAccessToken("a", "s", "t", text, &number, &number); }},
+      {"token check", VELK_TRANSFER_FAILED,
+       [this] { return CheckFacebookAccessTokenValid("a", "t", &number); }},
+      {"name", VELK_TRANSFER_FAILED,
+       [this] { return GetFacebookUserNameEmail("t", text, nullptr, text, nullptr); }},
+      {"pages", VELK_TRANSFER_FAILED, [this] { return GetFacebookUserPagesList("t", nullptr, &count); }},
+      {"video", VELK_TRANSFER_FAILED,
+       [this] { return StartFacebookUploadVideo(&uploader, "t", &post, text); }},
+      {"photo", VELK_TRANSFER_FAILED,
+       [this] { return StartFacebookUploadPhoto(&uploader, "t", &post, text); }},
+      {"post", VELK_TRANSFER_FAILED, [this] { return PostFacebookComment("t", &post, text); }},
+      {"message", VELK_MESSAGE_NOT_UPDATED, [this] { return Update(0); }},
+      {"privacy", VELK_PRIVACY_NOT_UPDATED, [this] { return Update(1); }},
+      {"description", VELK_TEXT_NOT_UPDATED, [this] { return Update(2); }},
+      {"photo URL", VELK_TRANSFER_FAILED, [this] { return GetFacebookPhotoUrl("t", "104", text, nullptr); }},
+      {"embed URL", VELK_TRANSFER_FAILED,
+       [this] { return GetFacebookVideoEmbedUrl("t", "104", text, nullptr); }},
+      {"sign-in", VELK_TRANSFER_FAILED,
+       [this] { return GetTwitterOauthUrl("c", "c-secret", nullptr, text); }},
+      {"access token", VELK_TRANSFER_FAILED, [this] { return GetTwitterAccessToken(&access, &token); }},
+      {"tweet", VELK_TRANSFER_FAILED, [this] { return PostTwitterComment(&consumer, &token, "text", ""); }},
+      {"photo tweet", VELK_UNEXPECTED_REPLY,
+       [this] { return StartTwitterUploadPhoto(&uploader, &consumer, &token, &tweet); }},
+      {"status query", VELK_TRANSFER_FAILED,
+       [this] { return TwitterMediaStatus(Connections(), &consumer, &token, "7"); }},
+      {"YouTube video", VELK_TRANSFER_FAILED,
+       [this] { return StartYoutubeUploadFile(&uploader, "t", &video, text); }},
+      {"YouTube update", VELK_TRANSFER_FAILED,
+       [this] { return SetYoutubeUploadFileUpdateInfo("t", "v", &video); }},
+  };
+
+  TempFile photo{"photo.png", "content"};
+  FileUploader uploader{};
+  TwitterUploadFile tweet{};
+  TwitterAccessRequest access{};
+  FacebookUploadInfo post{};
+  YoutubeUploadInfo video{};
+  char text[2048] = "";
+  uint32_t number = 0;
+  int32_t count = 0;
+};
+
+TEST_F(Verification, IsSetOnEveryRequest) {
+  for (const Call& call : calls) {
+    SCOPED_TRACE(call.name);
+    verifyPeer.reset();
+    verifyHost.reset();
+    call.run();
+    EXPECT_EQ(verifyPeer, 1);
+    EXPECT_EQ(verifyHost, 2);
+  }
+}
+
+#ifndef _WIN32  // Wine 8 does not verify a chain: there only the options above can be seen
+
+TEST_F(Verification, RefusesACertificateThatNobodyVouchesFor) {
+  for (const Call& call : calls) {
+    SCOPED_TRACE(call.name);
+    EXPECT_EQ(call.run(), call.refused);
+    EXPECT_TRUE(sandbox.Requests().empty());
+  }
+}
+
+TEST_F(Verification, AcceptsATrustedCertificateForTheHostAlone) {
+  const TempFile authority("ca.pem", sandbox.Certificate());
+  trustedFile = authority.Path();
+  sandbox.Add(
+      {.times = 0, .body = R"({"id":"1","link":"l","media_id_string":"7","processing_info":{"state":"x"}})"});
+  EXPECT_EQ(GetFacebookPhotoUrl("t", "104", text, nullptr), VELK_OK);
+  EXPECT_EQ(StartTwitterUploadPhoto(&uploader, &consumer, &token, &tweet), VELK_OK)
+      << "the status query included";
+  EXPECT_EQ(SetYoutubeUploadFileUpdateInfo("t", "v", &video), VELK_OK);
+  EXPECT_EQ(sandbox.Requests().size(), 7U);
+
+  sandbox.Reset();
+  sandbox.Add({.certificateName = "graph.facebook.com"});
+  EXPECT_EQ(GetFacebookPhotoUrl("t", "104", text, nullptr), VELK_TRANSFER_FAILED)
+      << "the right name, but unknown";
+  EXPECT_TRUE(sandbox.Requests().empty());
+}
+
+#endif
+
+}  // namespace
+}  // namespace velk::test
+
+CURL* __wrap_curl_easy_init() {
+  CURL* const handle = __real_curl_easy_init();
+  const std::string& trusted = velk::test::trustedFile;
+  if (handle && !trusted.empty()) __real_curl_easy_setopt(handle, CURLOPT_CAINFO, trusted.c_str());
+  return handle;
+}
+
+CURLcode __wrap_curl_easy_setopt(CURL* handle, CURLoption option, ...) {
+  va_list arguments;
+  va_start(arguments, option);
+  CURLcode outcome = CURLE_OK;
+  if (option < CURLOPTTYPE_OBJECTPOINT) {
+    const long value = va_arg(arguments, long);
+    if (option == CURLOPT_SSL_VERIFYPEER) velk::test::verifyPeer = value;
+    if (option == CURLOPT_SSL_VERIFYHOST) velk::test::verifyHost = value;
+    outcome = __real_curl_easy_setopt(handle, option, value);
+  } else if (option < CURLOPTTYPE_OFF_T) {
+    outcome = __real_curl_easy_setopt(handle, option, va_arg(arguments, void*));
+  } else {
+    outcome = __real_curl_easy_setopt(handle, option, va_arg(arguments, curl_off_t));
+  }
+  va_end(arguments);
+  return outcome;
+}
