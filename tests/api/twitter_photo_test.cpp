@@ -127,6 +127,7 @@ TEST_F(TwitterPhoto, PublishesFilesOfEverySize) {
       const FormField* media = request.Field("media");
       if (!media) continue;
       EXPECT_EQ(request.Field("segment_index")->content, std::to_string(segments.size()));
+      EXPECT_EQ(request.Header("Expect"), "") << "no segment waits to be asked for";
       segments.push_back(media->size);
     }
     EXPECT_EQ(segments, row.segments);
