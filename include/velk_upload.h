@@ -299,10 +299,10 @@ VELK_API int32_t GetLibVelkUploadProxy(char* outProxy, const int32_t* size) VELK
  * @{
  */
 
-/** @brief What to publish on Facebook, or how to change it. Filled by the host, only read here. 53624 bytes. */
+/** @brief What to publish on Facebook, or how to change it. The library only reads it. 53624 bytes. */
 typedef struct FacebookUploadInfo {
   uint32_t updateKind; /**< For SetFacebookUpdateInfo: 0 message, 1 privacy and message, 2 description. */
-  /** The node to publish to, such as the id of a page. The user's own node ("me") when the string is empty, or
+  /** The node to publish to, such as the id of a page. The user's own node ("me") when the string is empty,
    * is "NULL", or does not begin with a non-zero number. */
   char targetId[260];
   char filePath[1024];     /**< The media file, UTF-8. */
