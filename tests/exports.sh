@@ -2,6 +2,7 @@
 # Checks a built library's exports against the list, and that a DLL imports from Windows alone.
 # Usage: exports.sh LIBRARY LIST
 set -euo pipefail
+export LC_ALL=C # objdump speaks the caller's language
 
 library=$1
 list=$2
