@@ -48,6 +48,11 @@ pid_t StartCommand(char** command, const World& world, const sigset_t& signals) 
   ::setenv("VELK_SANDBOX_PROXY", world.proxy.Address().c_str(), 1);
   ::setenv("VELK_SANDBOX_CONTROL", world.control.Address().c_str(), 1);
   ::setenv("VELK_SANDBOX_STORE", world.store.Folder().c_str(), 1);
+  // The machine's own proxy, or an exception from it, would lead the command past the services.
+  for (const char* name : {"http_proxy", "https_proxy", "all_proxy", "no_proxy", "HTTP_PROXY", "HTTPS_PROXY",
+                           "ALL_PROXY", "NO_PROXY"}) {
+    ::unsetenv(name);
+  }
   const pid_t self = ::getpid();
   const pid_t child = ::fork();
   if (child == 0) Become(command, signals, self);

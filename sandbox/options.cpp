@@ -49,7 +49,7 @@ answers for their hosts, and a control address that scripts replies and gives ba
 
 Without a command it prints its addresses as one line of JSON and runs until SIGINT, SIGTERM or the end
 of its parent. With a command it runs that with VELK_SANDBOX_PROXY, VELK_SANDBOX_CONTROL and
-VELK_SANDBOX_STORE in its environment, and exits with its status.
+VELK_SANDBOX_STORE in its environment, without the names of other proxies, and exits with its status.
 )";
 
 Options ParseOptions(char** arguments) {
