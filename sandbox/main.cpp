@@ -12,10 +12,11 @@
 #include <cstring>
 #include <exception>
 
-#include "certificate.h"
-#include "control.h"
-#include "exchange.h"
-#include "options.h"
+#include "kit/control.h"
+#include "kit/exchange.h"
+#include "kit/options.h"
+#include "net/certificate.h"
+#include "services/all_services.h"
 
 namespace velk::sandbox {
 namespace {

@@ -57,7 +57,7 @@ struct Request {
 };
 
 // A reply, or a fault, for the next requests that match. Scripts are taken in the order in which they were
-// added, among those that match. Every fault may be combined with a reply; see sandbox/control.h.
+// added, among those that match. Every fault may be combined with a reply; see sandbox/kit/control.h.
 struct Script {
   std::string host = {};    // empty: any
   std::string method = {};  // empty: any but CONNECT

@@ -1,0 +1,80 @@
+// Prepared replies and faults for the next requests that match, and the account of what they did.
+#pragma once
+
+#include <atomic>
+#include <boost/json/array.hpp>
+#include <boost/json/object.hpp>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kit/service.h"
+
+namespace velk::sandbox {
+
+// A script as it was posted; control.h says what each member does.
+struct ScriptText {
+  std::string host;
+  std::string method;
+  std::string path;
+  bool kept = false;
+  std::uint64_t times = 1;
+  Reply reply;
+  bool passThrough = false;
+  std::uint64_t delayMs = 0;
+  bool answerEarly = false;
+  std::optional<std::uint64_t> cutAfter;
+  std::optional<std::uint64_t> cutBodyAfter;
+  bool reset = false;
+  std::optional<std::uint64_t> stopReadingAfter;
+  std::uint64_t readSlowly = 0;
+  bool neverAnswer = false;
+  bool noContentLength = false;
+  bool hangUp = false;
+  std::string certificateName;
+  bool refuseConnect = false;  // its status is the reply's
+};
+
+// Throws std::invalid_argument, naming the member, on what is unknown or of the wrong type.
+ScriptText ParseScript(const boost::json::object& posted);
+
+class Script : public ScriptText {
+ public:
+  Script(int id, ScriptText text) : ScriptText(std::move(text)), id_(id) {}
+
+  bool IsPosted() const { return id_ != 0; }
+  bool Matches(const Head& head, bool kept) const;
+  bool Take();  // false when it has been used up
+  void Fired(const char* fault);
+  boost::json::object Report() const;
+
+  // Whether it ends the exchange right behind the part of the body that it lets in.
+  bool BreaksOff() const { return answerEarly || reset || cutAfter || cutBodyAfter; }
+
+ private:
+  const int id_;
+  mutable std::mutex mutex_;
+  std::uint64_t matched_ = 0;
+  std::set<std::string> fired_;
+};
+
+class Scripts {
+ public:
+  int Add(ScriptText text);
+  // For a request over a connection that is kept from an earlier one, or over a new one. Without a match it is a
+  // script that lets the service answer and does nothing else.
+  std::shared_ptr<Script> Take(const Head& head, bool kept);
+  boost::json::array Report() const;
+  void Clear();
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::shared_ptr<Script>> scripts_;
+};
+
+}  // namespace velk::sandbox

@@ -1,0 +1,119 @@
+// Small text helpers that the stand-in services share: names, query strings, and bytes as code points.
+#include "net/text.h"
+
+#include <openssl/rand.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace velk::sandbox {
+namespace {
+
+char LowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+int HexValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  const char lower = LowerChar(c);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+}  // namespace
+
+bool SameName(std::string_view a, std::string_view b) {
+  return std::ranges::equal(a, b, {}, LowerChar, LowerChar);
+}
+
+std::string Lower(std::string_view text) {
+  std::string lower(text);
+  std::ranges::transform(lower, lower.begin(), LowerChar);
+  return lower;
+}
+
+std::string_view Trim(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+bool AllDigits(std::string_view text) {
+  return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::string PercentDecode(std::string_view text, bool plusIsBlank) {
+  std::string decoded;
+  decoded.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const int high = text[i] == '%' && i + 2 < text.size() ? HexValue(text[i + 1]) : -1;
+    const int low = high >= 0 ? HexValue(text[i + 2]) : -1;
+    if (low >= 0) {
+      decoded += static_cast<char>(high * 16 + low);
+      i += 2;
+    } else {
+      decoded += plusIsBlank && text[i] == '+' ? ' ' : text[i];
+    }
+  }
+  return decoded;
+}
+
+Pairs ParsePairs(std::string_view text) {
+  Pairs pairs;
+  while (!text.empty()) {
+    const std::string_view pair = text.substr(0, text.find('&'));
+    text.remove_prefix(std::min(pair.size() + 1, text.size()));
+    if (pair.empty()) continue;
+    const std::string_view name = pair.substr(0, pair.find('='));
+    const std::string_view value = pair.substr(std::min(name.size() + 1, pair.size()));
+    pairs.emplace_back(PercentDecode(name, true), PercentDecode(value, true));
+  }
+  return pairs;
+}
+
+std::optional<std::string> Find(const Pairs& pairs, std::string_view name) {
+  const auto found = std::ranges::find(pairs, name, &Pairs::value_type::first);
+  if (found == pairs.end()) return std::nullopt;
+  return found->second;
+}
+
+std::string Utf8FromBytes(std::string_view bytes) {
+  std::string text;
+  text.reserve(bytes.size() + bytes.size() / 2);
+  for (const char c : bytes) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) {
+      text += c;
+    } else {
+      text += static_cast<char>(0xC0 | (byte >> 6));
+      text += static_cast<char>(0x80 | (byte & 0x3F));
+    }
+  }
+  return text;
+}
+
+std::string BytesFromUtf8(std::string_view text) {
+  std::string bytes;
+  bytes.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (byte < 0x80) {
+      bytes += text[i];
+      continue;
+    }
+    if ((byte != 0xC2 && byte != 0xC3) || i + 1 >= text.size()) {
+      throw std::invalid_argument("text holds a character above U+00FF: give bytes as U+0000 to U+00FF");
+    }
+    bytes += static_cast<char>((byte & 0x03) << 6 | (text[++i] & 0x3F));
+  }
+  return bytes;
+}
+
+std::string RandomName(std::size_t length) {
+  static constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+  std::string name(length, '\0');
+  if (RAND_bytes(reinterpret_cast<unsigned char*>(name.data()), static_cast<int>(length)) != 1) {
+    throw std::runtime_error("no random bytes");
+  }
+  for (char& c : name) c = kAlphabet[c & 0x3F];
+  return name;
+}
+
+}  // namespace velk::sandbox

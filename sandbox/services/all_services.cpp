@@ -1,0 +1,18 @@
+// Every stand-in service.
+#include "services/all_services.h"
+
+#include <memory>
+
+#include "services/facebook.h"
+#include "services/twitter.h"
+#include "services/youtube.h"
+
+namespace velk::sandbox {
+
+void AddAllServices(Services& services, Store& store, const std::string& address) {
+  services.Add(std::make_unique<Facebook>(store));
+  services.Add(std::make_unique<Twitter>(store));
+  services.Add(std::make_unique<Youtube>(store, address));
+}
+
+}  // namespace velk::sandbox

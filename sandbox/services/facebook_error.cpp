@@ -1,0 +1,51 @@
+// The Graph API's refusals: which there are, and the error object that each becomes.
+#include "services/facebook_error.h"
+
+namespace velk::sandbox {
+namespace {
+
+constexpr const char* kOAuth = "OAuthException";
+constexpr const char* kMethod = "GraphMethodException";
+
+const GraphError kNoToken{400, kOAuth, 2500, 0,
+                          "An active access token must be used to query information about the current user."};
+const GraphError kExpired{400, kOAuth, 190, 463,
+                          "Error validating access token: Session has expired on Tuesday, 04-Nov-14 "
+                          "10:00:00 PST. The current time is Tuesday, 04-Nov-14 11:30:12 PST."};
+
+}  // namespace
+
+const GraphError kMissingClient{400, kOAuth, 101, 0, "Missing client_id parameter."};
+const GraphError kWrongSecret{400, kOAuth, 1, 0, "Error validating client secret."};
+const GraphError kNoPermission{403, kOAuth, 200, 0,
+                               "(#200) The user hasn't authorized the application to perform this action"};
+const GraphError kBadPrivacy{400, kOAuth, 100, 0, "(#100) Privacy value is not valid"};
+const GraphError kNoVideo{400, kOAuth, 353, 0, "(#353) You must select a video file to upload."};
+const GraphError kNoPhoto{400, kOAuth, 324, 0, "(#324) Requires upload file"};
+const GraphError kNothingToPost{400, kOAuth, 100, 0, "(#100) Missing message or attachment"};
+const GraphError kNothingToChange{400, kOAuth, 100, 0, "(#100) You must provide something to change"};
+
+GraphError UnknownObject(const std::string& method, const std::string& id) {
+  return {400, kMethod, 100, 33,
+          "Unsupported " + method + " request. Object with ID '" + id +
+              "' does not exist, cannot be loaded due to missing permissions, or does not support this "
+              "operation."};
+}
+
+void Demand(bool holds, const GraphError& otherwise) {
+  if (!holds) throw otherwise;
+}
+
+void DemandToken(const std::string& accessToken) {
+  Demand(!accessToken.empty(), kNoToken);
+  Demand(accessToken != "expired", kExpired);
+}
+
+Reply ErrorReply(const GraphError& error) {
+  boost::json::object body{{"message", error.message}, {"type", error.type}, {"code", error.code}};
+  if (error.subcode != 0) body["error_subcode"] = error.subcode;
+  body["fbtrace_id"] = RandomName(11);
+  return JsonReply(error.status, {{"error", std::move(body)}});
+}
+
+}  // namespace velk::sandbox

@@ -1,0 +1,123 @@
+// Verifies a request's OAuth 1.0a signature from what arrived alone, with OpenSSL's HMAC.
+#include "services/oauth_check.h"
+
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <ctime>
+
+namespace velk::sandbox {
+namespace {
+
+constexpr std::string_view kScheme = "OAuth ";
+
+bool IsUnreserved(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
+         std::string_view("-._~").find(c) != std::string_view::npos;
+}
+
+// name="value" or name=value, separated by commas.
+Pairs ParseHeader(std::string_view value) {
+  Pairs pairs;
+  if (!value.starts_with(kScheme)) return pairs;
+  value.remove_prefix(kScheme.size());
+  while (!value.empty()) {
+    std::string_view pair = Trim(value.substr(0, value.find(',')));
+    value.remove_prefix(std::min(value.find(','), value.size() - 1) + 1);
+    const std::size_t equals = pair.find('=');
+    if (equals == std::string_view::npos) continue;
+    std::string_view content = pair.substr(equals + 1);
+    if (content.size() >= 2 && content.starts_with('"') && content.ends_with('"'))
+      content = content.substr(1, content.size() - 2);
+    pairs.emplace_back(PercentDecode(pair.substr(0, equals), false), PercentDecode(content, false));
+  }
+  return pairs;
+}
+
+Pairs AllParameters(const ServiceRequest& request) {
+  Pairs all = ParseHeader(request.head.Header("Authorization"));
+  all.insert(all.end(), request.query.begin(), request.query.end());
+  if (request.head.Header("Content-Type").starts_with("application/x-www-form-urlencoded")) {
+    const Pairs form = request.Form();
+    all.insert(all.end(), form.begin(), form.end());
+  }
+  return all;
+}
+
+std::string Normalize(const Pairs& signedPairs) {
+  Pairs encoded;
+  for (const auto& [name, value] : signedPairs)
+    encoded.emplace_back(PercentEncode(name), PercentEncode(value));
+  std::ranges::sort(encoded);
+  std::string text;
+  for (const auto& [name, value] : encoded) {
+    if (!text.empty()) text += '&';
+    text.append(name).append("=").append(value);
+  }
+  return text;
+}
+
+std::string HmacSha1Base64(const std::string& key, const std::string& text) {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+  unsigned size = 0;
+  HMAC(EVP_sha1(), key.data(), static_cast<int>(key.size()),
+       reinterpret_cast<const unsigned char*>(text.data()), text.size(), digest.data(), &size);
+  std::array<unsigned char, 2UL * EVP_MAX_MD_SIZE> base64{};
+  const int length = EVP_EncodeBlock(base64.data(), digest.data(), static_cast<int>(size));
+  return {reinterpret_cast<const char*>(base64.data()), static_cast<std::size_t>(length)};
+}
+
+bool IsCurrent(const std::string& timestamp) {
+  long long seconds = 0;
+  std::from_chars(timestamp.data(), timestamp.data() + timestamp.size(), seconds);
+  return AllDigits(timestamp) && std::abs(seconds - std::time(nullptr)) <= kClockTolerance;
+}
+
+}  // namespace
+
+std::string PercentEncode(std::string_view text) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (IsUnreserved(c))
+      encoded += c;
+    else
+      encoded.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
+  }
+  return encoded;
+}
+
+OauthCheck CheckOauth(const ServiceRequest& request, const SecretOf& secretOf,
+                      const std::vector<std::string_view>& unsignedNames) {
+  Pairs pairs = AllParameters(request);
+  const auto beside = [&](const auto& pair) {
+    return pair.first == "oauth_signature" ||
+           std::ranges::find(unsignedNames, pair.first) != unsignedNames.end();
+  };
+  OauthCheck check;
+  check.received = Find(pairs, "oauth_signature").value_or("");
+  std::erase_if(pairs, beside);
+  check.consumerKey = Find(pairs, "oauth_consumer_key").value_or("");
+  check.tokenKey = Find(pairs, "oauth_token").value_or("");
+  check.nonce = Find(pairs, "oauth_nonce").value_or("");
+  check.timestamp = Find(pairs, "oauth_timestamp").value_or("");
+  check.wellFormed = Find(pairs, "oauth_signature_method") == "HMAC-SHA1" &&
+                     Find(pairs, "oauth_version") == "1.0" && IsCurrent(check.timestamp) &&
+                     !check.nonce.empty();
+
+  const std::string url = "https://" + request.head.host + request.head.Path();
+  check.baseString =
+      PercentEncode(request.head.method) + '&' + PercentEncode(url) + '&' + PercentEncode(Normalize(pairs));
+  const std::string tokenSecret = check.tokenKey.empty() ? "" : secretOf(check.tokenKey, "oauth_token=");
+  check.expected = HmacSha1Base64(
+      PercentEncode(secretOf(check.consumerKey, "oauth_consumer_key=")) + '&' + PercentEncode(tokenSecret),
+      check.baseString);
+  return check;
+}
+
+}  // namespace velk::sandbox

@@ -1,0 +1,301 @@
+// Stands in for the micro-blog: the sign-in, media that arrive in segments, and the tweets that show them.
+#include "services/twitter.h"
+
+#include <algorithm>
+#include <boost/json/array.hpp>
+#include <boost/json/serialize.hpp>
+#include <charconv>
+#include <cstdio>
+#include <ctime>
+
+namespace velk::sandbox {
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::string_view kApiHost = "api.twitter.com";
+constexpr std::string_view kUploadHost = "upload.twitter.com";
+constexpr std::string_view kUploadPath = "/1.1/media/upload.json";
+
+constexpr std::uint64_t kLargestImage = 5'242'880;
+constexpr std::size_t kLongestTweet = 280;
+
+constexpr std::string_view kPin = "1234567";
+constexpr std::string_view kUserId = "7505382";
+constexpr std::string_view kScreenName = "velk_sandbox";
+
+using Refusal = Twitter::Refusal;
+
+constexpr Refusal kBadSignature{401, 32, "Could not authenticate you."};
+constexpr Refusal kNoToken{401, 0, "Failed to validate oauth signature and token"};
+
+void Demand(bool holds, const Refusal& refusal) {
+  if (!holds) throw refusal;
+}
+
+Reply ErrorReply(const Refusal& refusal) {
+  if (refusal.code == 0)
+    return {.status = refusal.status,
+            .headers = {"Content-Type: text/html; charset=utf-8"},
+            .body = refusal.message};
+  const json::object error{{"code", refusal.code}, {"message", refusal.message}};
+  return JsonReply(refusal.status, {{"errors", json::array{error}}});
+}
+
+Reply FormReply(const std::string& body) {
+  return {.status = 200, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = body};
+}
+
+// The client's parameters hold no more than 1023 bytes each, name included.
+std::string SecretOfKey(const std::string& key, std::string_view name) {
+  const bool filled = name.size() + key.size() >= 1023;
+  return filled ? std::string(1024, 's') : key + "-secret";
+}
+
+bool IsMediaPost(const ServiceRequest& request) {
+  return request.head.host == kUploadHost && request.head.method == "POST";
+}
+
+std::string FieldText(const ServiceRequest& request, std::string_view name) {
+  const FormPart* const part = request.Field(name);
+  return part ? part->content.Load() : std::string();
+}
+
+template <typename Number>
+Number ToNumber(const std::string& text, const Refusal& refusal) {
+  Number number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  Demand(AllDigits(text) && error == std::errc(), refusal);
+  return number;
+}
+
+std::vector<std::string> SplitIds(std::string_view ids) {
+  std::vector<std::string> split;
+  while (!ids.empty()) {
+    split.emplace_back(ids.substr(0, ids.find(',')));
+    ids.remove_prefix(std::min(split.back().size() + 1, ids.size()));
+  }
+  return split;
+}
+
+// Characters of UTF-8 text: every byte that does not continue one.
+std::size_t Characters(std::string_view text) {
+  return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+// What arrived can be compared with what the client believes that it signed.
+void LogRefusal(const ServiceRequest& request, const OauthCheck& check) {
+  std::fprintf(
+      stderr,
+      "velk-sandbox: signature refused: %s %s%s: received \"%s\", expected \"%s\" for the base string "
+      "that the request gives: %s\n",
+      request.head.method.c_str(), request.head.host.c_str(), request.head.Path().c_str(),
+      check.received.c_str(), check.expected.c_str(), check.baseString.c_str());
+}
+
+}  // namespace
+
+void Twitter::Enter(Routes& routes) {
+  const auto on = [&](std::string_view host, std::string_view method, std::string_view path, auto member) {
+    routes.On(
+        host, method, path,
+        Refusing([this, member](const auto& request) { return (this->*member)(request); }, &ErrorReply));
+  };
+  on(kApiHost, "GET", "/oauth/request_token", &Twitter::GiveRequestToken);
+  on(kApiHost, "GET", "/oauth/authorize", &Twitter::ShowPin);
+  on(kApiHost, "GET", "/oauth/access_token", &Twitter::GiveAccessToken);
+  on(kApiHost, "POST", "/1.1/statuses/update.json", &Twitter::Post);
+  on(kUploadHost, "POST", kUploadPath, &Twitter::TakeMedia);
+  on(kUploadHost, "GET", kUploadPath, &Twitter::TellStatus);
+}
+
+OauthCheck Twitter::Authenticate(const ServiceRequest& request, const Refusal& refusal,
+                                 const std::vector<std::string_view>& unsignedNames) {
+  OauthCheck check = CheckOauth(request, SecretOfKey, unsignedNames);
+  if (check.Valid()) {
+    RefuseRepeat(request, check);
+    ++verified_;
+    return check;
+  }
+  ++refused_;
+  LogRefusal(request, check);
+  throw refusal;
+}
+
+// A client may sign a whole chunked upload once: what follows an INIT, for the media that it made, carries the same
+// nonce. Any other nonce that comes again within its second could be a replay.
+void Twitter::RefuseRepeat(const ServiceRequest& request, const OauthCheck& check) {
+  const Nonce nonce{check.timestamp, check.consumerKey, check.tokenKey, check.nonce};
+  if (IsMediaPost(request) && FieldText(request, "command") != "INIT") {
+    const auto media = media_.find(FieldText(request, "media_id"));
+    if (media != media_.end() && media->second.nonce == nonce) return;
+  }
+  // Older timestamps than these are refused for their age.
+  nonces_.erase(nonces_.begin(),
+                nonces_.lower_bound({std::to_string(std::time(nullptr) - 2 * kClockTolerance)}));
+  if (nonces_.insert(nonce).second) return;
+  ++refused_;
+  std::fprintf(stderr, "velk-sandbox: signature refused: the nonce \"%s\" came before at %s\n",
+               check.nonce.c_str(), check.timestamp.c_str());
+  throw kBadSignature;
+}
+
+// ---- Sign-in ----
+
+Reply Twitter::GiveRequestToken(const ServiceRequest& request) {
+  Authenticate(request, kNoToken);
+  const std::string token = RandomName(27);
+  requestTokens_.insert(token);
+  return FormReply("oauth_token=" + token + "&oauth_token_secret=" + RandomName(32) +
+                   "&oauth_callback_confirmed=true");
+}
+
+Reply Twitter::ShowPin(const ServiceRequest& request) {
+  Demand(requestTokens_.contains(request.Query("oauth_token")), {403, 0, "This page is no longer valid."});
+  return FormReply("<!DOCTYPE html><p>Enter this PIN to complete the authorization: <code>" +
+                   std::string(kPin) + "</code></p>\n");
+}
+
+Reply Twitter::GiveAccessToken(const ServiceRequest& request) {
+  Authenticate(request, kNoToken, {"oauth_token", "oauth_verifier"});
+  Demand(request.Query("oauth_verifier") == kPin, kNoToken);
+  Demand(requestTokens_.erase(request.Query("oauth_token")) == 1, kNoToken);
+  const std::string token = std::string(kUserId) + '-' + RandomName(40);
+  return FormReply("oauth_token=" + token + "&oauth_token_secret=" + SecretOfKey(token, "oauth_token=") +
+                   "&user_id=" + std::string(kUserId) + "&screen_name=" + std::string(kScreenName) +
+                   "&x_auth_expires=0");
+}
+
+// ---- Media ----
+
+Reply Twitter::TakeMedia(const ServiceRequest& request) {
+  const OauthCheck check = Authenticate(request, kBadSignature);
+  const std::string command = FieldText(request, "command");
+  if (command == "INIT")
+    return Init(request, {check.timestamp, check.consumerKey, check.tokenKey, check.nonce});
+  if (command == "APPEND") return Append(request);
+  if (command == "FINALIZE") return Finalize(request);
+  throw Refusal{400, 38, "command parameter is missing."};
+}
+
+Reply Twitter::Init(const ServiceRequest& request, Nonce nonce) {
+  Media media{.nonce = std::move(nonce),
+              .type = FieldText(request, "media_type"),
+              .totalBytes = ToNumber<std::uint64_t>(FieldText(request, "total_bytes"),
+                                                    {400, 38, "total_bytes parameter is missing."})};
+  Demand(media.type.starts_with("image/"), {400, 324, "The media type is not supported."});
+  Demand(media.totalBytes <= kLargestImage, {400, 324, "Image file size must be <= 5242880 bytes"});
+  const std::string id = std::to_string(++lastId_);
+  media_.emplace(id, std::move(media));
+  return JsonReply(202, {{"media_id", lastId_}, {"media_id_string", id}, {"expires_after_secs", 86400}});
+}
+
+Twitter::Media& Twitter::FindMedia(const std::string& id) {
+  const auto found = media_.find(id);
+  Demand(found != media_.end(), {400, 324, "Invalid mediaId."});
+  return found->second;
+}
+
+Reply Twitter::Append(const ServiceRequest& request) {
+  Media& media = FindMedia(FieldText(request, "media_id"));
+  const int index =
+      ToNumber<int>(FieldText(request, "segment_index"), {400, 38, "segment_index parameter is missing."});
+  const FormPart* const part = request.Field("media");
+  Demand(part && part->content.Size() > 0, {400, 38, "media parameter is missing."});
+  Demand(!media.complete, {400, 324, "The media was finalized before."});
+  media.segments[index] = {part->content.Size(), part->content.Load()};
+  return {.status = 204};
+}
+
+Reply Twitter::Finalize(const ServiceRequest& request) {
+  const std::string id = FieldText(request, "media_id");
+  Media& media = FindMedia(id);
+  std::uint64_t size = 0;
+  int next = 0;
+  for (const auto& [index, segment] : media.segments) {
+    Demand(index == next++, {400, 324, "A segment is missing."});
+    size += segment.size;
+  }
+  Demand(size == media.totalBytes, {400, 324, "Segments do not add up to provided total file size."});
+  Assemble(id, media);
+  return JsonReply(201, {{"media_id", ToNumber<std::uint64_t>(id, kBadSignature)},
+                         {"media_id_string", id},
+                         {"size", size},
+                         {"expires_after_secs", 86400},
+                         {"image", {{"image_type", media.type}}}});
+}
+
+// The hash and the file stay empty when contents are only counted.
+void Twitter::Assemble(const std::string& id, Media& media) {
+  Content whole(store_, store_.LargeContents());
+  for (const auto& [index, segment] : media.segments) whole.Append(segment.bytes);
+  whole.Finish();
+  media.complete = true;
+  media.segments.clear();
+  if (whole.Size() != media.totalBytes) return;
+  media.sha256 = whole.Sha256();
+  media.file = store_.Keep(whole, id).string();
+}
+
+Reply Twitter::TellStatus(const ServiceRequest& request) {
+  Authenticate(request, kBadSignature);
+  Demand(request.Query("command") == "STATUS", {400, 38, "command parameter is missing."});
+  const std::string id = request.Query("media_id");
+  const Media& media = FindMedia(id);
+  return JsonReply(200, {{"media_id_string", id},
+                         {"processing_info", {{"state", media.complete ? "succeeded" : "pending"}}}});
+}
+
+// ---- Tweets ----
+
+Reply Twitter::Post(const ServiceRequest& request) {
+  const OauthCheck check = Authenticate(request, kBadSignature);
+  const Pairs form = request.Form();
+  Tweet tweet{.id = {},
+              .text = Find(form, "status").value_or(""),
+              .mediaIds = Find(form, "media_ids").value_or(""),
+              .user = check.tokenKey.substr(0, check.tokenKey.find('-'))};
+  Demand(!tweet.text.empty() || !tweet.mediaIds.empty(), {403, 170, "Missing required parameter: status."});
+  Demand(Characters(tweet.text) <= kLongestTweet, {403, 186, "Tweet needs to be a bit shorter."});
+  for (const std::string& id : SplitIds(tweet.mediaIds))
+    Demand(FindMedia(id).complete, {400, 324, "The media was not finalized."});
+  Demand(std::ranges::find(tweets_, tweet.Content(), &Tweet::Content) == tweets_.end(),
+         {403, 187, "Status is a duplicate."});
+  tweet.id = std::to_string(++lastId_);
+  tweets_.push_back(tweet);
+  return JsonReply(200, {{"id", lastId_},
+                         {"id_str", tweet.id},
+                         {"text", tweet.text},
+                         {"user", {{"id_str", tweet.user}, {"screen_name", kScreenName}}}});
+}
+
+json::object Twitter::State() const {
+  json::array media;
+  for (const auto& [id, one] : media_) {
+    media.push_back({{"id", id},
+                     {"type", one.type},
+                     {"size", one.totalBytes},
+                     {"complete", one.complete},
+                     {"sha256", one.sha256},
+                     {"file", one.file}});
+  }
+  json::array tweets;
+  for (const Tweet& tweet : tweets_) {
+    tweets.push_back(
+        {{"id", tweet.id}, {"user", tweet.user}, {"text", tweet.text}, {"mediaIds", tweet.mediaIds}});
+  }
+  return {{"media", std::move(media)},
+          {"tweets", std::move(tweets)},
+          {"verified", verified_},
+          {"refused", refused_}};
+}
+
+void Twitter::Reset() {
+  requestTokens_.clear();
+  media_.clear();
+  tweets_.clear();
+  nonces_.clear();
+  verified_ = refused_ = 0;
+}
+
+}  // namespace velk::sandbox
