@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks a built library's exports against the list, and that a DLL imports from Windows alone.
+# Checks a built library's exports against the list, and that a DLL imports only Windows libraries.
 # Usage: exports.sh LIBRARY LIST
 set -euo pipefail
 export LC_ALL=C # objdump speaks the caller's language
@@ -7,30 +7,30 @@ export LC_ALL=C # objdump speaks the caller's language
 library=$1
 list=$2
 
-# names: one "name address" line for each function that leaves the library.
+# names: one "name address" line for each exported function.
 if [[ $library == *.dll ]]; then
   dump=$(x86_64-w64-mingw32-objdump -p "$library")
-  # The address table gives each ordinal an address, the name table gives it a name.
+  # The address table maps each ordinal to an address, and the name table maps it to a name.
   names=$(tr -d '[]' <<<"$dump" | awk '
     /^Export Address Table --/ { part = "addresses" }
     /^Ordinal\/Name Pointer Table/ { part = "names"; next }
     /^$/ { part = part == "names" ? "" : part }
     part == "addresses" && /Export RVA$/ { address[$1] = $(NF - 2) }
     part == "names" { print $2, address[$1] }')
-  # Nothing of the compiler, of libcurl or of liboauth may be needed beside the DLL.
+  # The DLL must not require separate libraries of the compiler, libcurl or liboauth.
   foreign=$(sed -nE 's/^\tDLL Name: (.*)/\1/p' <<<"$dump" |
     grep -viE '^(ADVAPI32|bcrypt|CRYPT32|KERNEL32|msvcrt|WLDAP32|WS2_32)\.dll$' || true)
-  [[ -z $foreign ]] || { echo "needs more than Windows: $foreign"; exit 1; }
+  [[ -z $foreign ]] || { echo "imports libraries that are not part of Windows: $foreign"; exit 1; }
 else
   names=$(nm -D --defined-only "$library" | awk '{ print $3, $1 }')
 fi
 
 diff <(sed -nE 's/^([A-Za-z]+).*/\1/p' "$list" | sort) <(awk '{ print $1 }' <<<"$names" | sort) ||
-  { echo 'the exports differ from the list'; exit 1; }
+  { echo 'the exports do not match the list'; exit 1; }
 
-# Every second name must be the address of its function.
+# An alias must have the address of its target.
 while read -r alias target; do
   [[ $(awk -v n="$alias" '$1 == n { print $2 }' <<<"$names") == $(awk -v n="$target" '$1 == n { print $2 }' <<<"$names") ]] ||
-    { echo "$alias and $target are two functions"; exit 1; }
+    { echo "$alias and $target are different functions"; exit 1; }
 done < <(sed -nE 's/^([A-Za-z]+) = ([A-Za-z]+)$/\1 \2/p' "$list")
-echo "$(wc -l <<<"$names") exports, as listed"
+echo "$(wc -l <<<"$names") exports match the list"

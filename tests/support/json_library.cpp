@@ -1,2 +1,2 @@
-// The JSON library's own code, for the Windows build: natively it is linked.
+// Compiles the JSON library for the Windows build. Native builds link it instead.
 #include <boost/json/src.hpp>

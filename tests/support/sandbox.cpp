@@ -1,4 +1,4 @@
-// Lets a test prepare the stand-in services' replies and read back, byte by byte, what reached them.
+// Lets a test script the replies of the stand-in services and inspect the requests that they received.
 #include "sandbox.h"
 
 #include <curl/curl.h>
@@ -25,11 +25,11 @@ namespace json = boost::json;
 std::string FromEnvironment(const char* name) {
   const char* const value = std::getenv(name);
   if (value) return value;
-  throw std::runtime_error(std::string(name) + " is not set: start this program through the sandbox, as in " +
+  throw std::runtime_error(std::string(name) + " is not set: run this program through the sandbox, as in " +
                            "\"velk-sandbox -- ./api_tests\"");
 }
 
-// The control address carries bytes as the code points U+0000 to U+00FF.
+// The control URL transfers each byte as a code point from U+0000 to U+00FF.
 std::string CodePoints(std::string_view bytes) {
   std::string text;
   for (const char c : bytes) {
@@ -56,7 +56,7 @@ std::size_t Collect(const char* bytes, std::size_t, std::size_t count, void* to)
   return count;
 }
 
-// One exchange with the control address; always direct, whatever proxy the environment names.
+// Sends one request to the control URL. It bypasses any proxy that the environment configures.
 std::string Exchange(const char* method, const std::string& url, std::string_view body) {
   const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), curl_easy_cleanup);
   std::string reply;
