@@ -1,5 +1,5 @@
-// Lets each allocation behind every export and internal operation fail in turn: a prescribed code comes back, and
-// under the sanitizers nothing leaks or is touched after its end.
+// Makes each allocation of every export and internal operation fail, one at a time. The result must be one of the
+// expected codes. Under the sanitizers, nothing may leak or be used after it was freed.
 #include <cstring>
 
 #include "torture/fixture.h"
@@ -9,14 +9,14 @@
 namespace velk::test {
 namespace {
 
-class Allocations : public AllocationTest {
+class AllocationFailures : public AllocationTest {
  protected:
   std::vector<Operation> Operations();
 
   const std::string formUrl = sandbox.Proxy() + "/form";
 };
 
-std::vector<Operation> Allocations::Operations() {
+std::vector<Operation> AllocationFailures::Operations() {
   std::vector<Operation> operations = Exports();
   const std::vector<int32_t> request = {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY};
   const Operation internal[] = {
@@ -34,9 +34,9 @@ std::vector<Operation> Allocations::Operations() {
        {VELK_OUT_OF_MEMORY}},
       {"RequestUploadToken",
        [this] {
-         int32_t urlRoom = 1024;
-         int32_t tokenRoom = 1024;
-         return RequestUploadToken("t", nullptr, "<entry/>", text, &urlRoom, other, &tokenRoom);
+         int32_t urlCapacity = 1024;
+         int32_t tokenCapacity = 1024;
+         return RequestUploadToken("t", nullptr, "<entry/>", text, &urlCapacity, other, &tokenCapacity);
        },
        {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY, VELK_UNEXPECTED_REPLY}},
       {"ParseUploadTokenReply",
@@ -67,7 +67,7 @@ std::vector<Operation> Allocations::Operations() {
   return operations;
 }
 
-TEST_F(Allocations, OfTheLibraryFailOneByOne) {
+TEST_F(AllocationFailures, ReturnExpectedCodesInTheLibrary) {
   for (const Operation& operation : Operations()) {
     const int failures = Torture(operation, Allocator::kLibrary);
     EXPECT_GT(failures, 0) << operation.name;
@@ -75,18 +75,18 @@ TEST_F(Allocations, OfTheLibraryFailOneByOne) {
   }
 }
 
-TEST_F(Allocations, OfCurlFailOneByOne) {
+TEST_F(AllocationFailures, ReturnExpectedCodesInCurl) {
   for (const Operation& operation : Operations()) Torture(operation, Allocator::kCurl);
 }
 
-TEST_F(Allocations, OfAReplyThatStaysEmptyLeaveNothingToRead) {
+TEST_F(AllocationFailures, TreatAnUnallocatedReplyAsEmpty) {
   sandbox.Reset();
   sandbox.Add({.times = 0});
-  const auto identity = [this](int32_t room) {
-    return GetFacebookUserNameEmail("t", text, &room, other, &size);
+  const auto identity = [this](int32_t nameSize) {
+    return GetFacebookUserNameEmail("t", text, &nameSize, other, &size);
   };
   const std::pair<int32_t, std::function<int32_t()>> rows[] = {
-      {VELK_BUFFER_TOO_SMALL, [=] { return identity(1); }},  // which tells the e-mail's size
+      {VELK_BUFFER_TOO_SMALL, [=] { return identity(1); }},  // which writes the e-mail's size
       {VELK_UNEXPECTED_REPLY, [=] { return identity(1); }},
       {VELK_BUFFER_TOO_SMALL, [=] { return identity(0); }},
       {VELK_OK, [this] { return GetFacebookPhotoUrl("t", "12", text, nullptr); }},

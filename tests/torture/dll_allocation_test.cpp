@@ -1,12 +1,13 @@
-// Lets each allocation inside the DLL fail in turn, its libcurl's included: a prescribed code comes back.
+// Makes each allocation inside the DLL fail, including libcurl's, one at a time. The result must be one of the
+// expected codes.
 #include "torture/fixture.h"
 
 namespace velk::test {
 namespace {
 
-class DllAllocations : public AllocationTest {};
+class DllAllocationFailures : public AllocationTest {};
 
-TEST_F(DllAllocations, FailOneByOne) {
+TEST_F(DllAllocationFailures, ReturnExpectedCodes) {
   for (const Operation& operation : Exports()) {
     if (operation.isSigned) continue;
     const int failures = Torture(operation, Allocator::kCurl);

@@ -1,6 +1,6 @@
-// The hooks of the Windows build: in the DLL's import table, ours take the places of the functions that may fail.
+// The hooks of the Windows build. They replace the functions that may fail in the DLL's import table.
 #include <windows.h>
-// Needs the types of the first.
+// Needs the types that <windows.h> declares.
 #include <bcrypt.h>
 
 #include <atomic>
@@ -52,7 +52,8 @@ Part* At(HMODULE module, DWORD offset) {
   return reinterpret_cast<Part*>(reinterpret_cast<char*>(module) + offset);
 }
 
-// The place in the module's import table that holds the address of a function; null when it imports none of that name.
+// Returns the slot in the module's import table that holds the address of a function. Null when the module does
+// not import a function with that name.
 ULONGLONG* FindImport(HMODULE module, const char* name) {
   const auto* const headers =
       At<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));

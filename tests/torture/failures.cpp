@@ -1,4 +1,5 @@
-// The hooks of the Linux build: every allocator of the test program, with a countdown to one failure.
+// The hooks of the Linux build. They replace every allocator of the test program; a countdown selects the
+// allocation that fails.
 #include "torture/failures.h"
 
 #include <curl/curl.h>
@@ -10,7 +11,7 @@
 #include <cstring>
 #include <new>
 
-// The linker sends our sources' calls to the wrappers, and the wrappers' to the real functions.
+// The linker redirects calls in our sources to the wrappers. The wrappers call the real functions.
 extern "C" {
 void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
@@ -32,7 +33,7 @@ std::atomic<int> curlCountdown{kNever};
 std::atomic<bool> happened{false};
 std::atomic<bool> noRandomness{false};
 
-// Whether the allocation at hand is the one to fail.
+// Counts one allocation. Returns true when it is the one that must fail.
 bool Fails(std::atomic<int>& countdown) noexcept {
   if (countdown.load() == kNever || countdown.fetch_sub(1) != 0) return false;
   happened = true;

@@ -1,15 +1,15 @@
-// Lets the system refuse the library something: the n-th allocation of a call, or randomness. On Linux the linker
-// sends our sources' calls here; on Windows the imports of the DLL itself are replaced.
+// Makes the system fail for the library: at the n-th allocation of a call, or whenever it needs random numbers.
+// On Linux the linker redirects calls in our sources to the hooks. On Windows the hooks replace the DLL's imports.
 #pragma once
 
 namespace velk::test {
 
 enum class Allocator {
-  kLibrary,  // operator new, malloc, calloc and realloc of our sources; in the DLL of all that is linked into it
-  kCurl,     // whatever libcurl allocates through its memory hooks; on Linux only
+  kLibrary,  // operator new, malloc, calloc and realloc in our sources; unused on Windows
+  kCurl,     // libcurl's allocations; on Windows all allocations inside the DLL
 };
 
-// While it lives, the allocation of that index (from 0) fails.
+// During its lifetime, the allocation with that index (from 0) fails.
 class FailingAllocation {
  public:
   FailingAllocation(Allocator allocator, int index) noexcept;
@@ -17,11 +17,11 @@ class FailingAllocation {
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
 
-  // False when the call made fewer allocations.
+  // Returns false when the call made fewer allocations.
   bool Happened() const noexcept;
 };
 
-// While it lives, the system's random generator gives nothing.
+// During its lifetime, the system's random number generator fails.
 class NoRandomness {
  public:
   NoRandomness() noexcept;
@@ -30,7 +30,7 @@ class NoRandomness {
   NoRandomness& operator=(const NoRandomness&) = delete;
 };
 
-// Puts all hooks in place; once, before anything uses the library.
+// Installs all hooks. Must be called once, before anything uses the library.
 void InstallHooks();
 
 }  // namespace velk::test

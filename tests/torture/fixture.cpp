@@ -1,4 +1,4 @@
-// Each export as an operation to torture.
+// The exports as operations for the allocation tests.
 #include "torture/fixture.h"
 
 #include <algorithm>
@@ -26,7 +26,7 @@ AllocationTest::AllocationTest() {
   Fill(photo.folderPath, path.substr(0, name));
   Fill(photo.fileName, path.substr(name + 1));
   Fill(photo.statusText, "text");
-  // What any request takes for a success; only the session and the token replies have a form of their own.
+  // One reply that almost every request accepts as success. Only the session and token requests need their own.
   sandbox.Add({.path = "/upload/youtube/v3/videos",
                .times = 0,
                .headers = {"Location: https://www.googleapis.com/put"},
@@ -42,10 +42,10 @@ int AllocationTest::Torture(const Operation& operation, Allocator allocator) {
     const FailingAllocation failing(allocator, index);
     const int32_t result = operation.call();
     if (!failing.Happened()) {
-      EXPECT_EQ(result, VELK_OK) << operation.name << " with memory enough";
+      EXPECT_EQ(result, VELK_OK) << operation.name << " with enough memory";
       return index;
     }
-    // libcurl goes on without some of what it could not allocate, and the service then refuses the request.
+    // libcurl continues without some data that it could not allocate. The service then rejects the request.
     const bool refused = allocator == Allocator::kCurl && result == VELK_UNEXPECTED_REPLY;
     EXPECT_TRUE(result == VELK_OK || refused || std::ranges::count(operation.codes, result) == 1)
         << operation.name << ", allocation " << index << ": " << result;

@@ -1,5 +1,5 @@
-// What the tests of failing allocations share: a sandbox that takes every request for a success, and each export as
-// an operation to torture.
+// The common fixture of the allocation tests: a sandbox that reports success for every request, and the exports as
+// operations that can be repeated.
 #pragma once
 
 #include <functional>
@@ -14,18 +14,18 @@ namespace velk::test {
 struct Operation {
   const char* name;
   std::function<int32_t()> call;
-  std::vector<int32_t> codes;  // what a failed allocation may give, besides success
-  bool isSigned = false;       // without memory liboauth ends the process
+  std::vector<int32_t> codes;  // results of a failed allocation that are allowed besides success
+  bool isSigned = false;       // out of memory, liboauth ends the process
 };
 
 class AllocationTest : public ServiceTest {
  protected:
   AllocationTest();
 
-  // Each export that allocates.
+  // Returns each export that allocates.
   std::vector<Operation> Exports();
 
-  // Fails one allocation after the other, until the operation makes no more of them. Returns how many it made.
+  // Makes one allocation after another fail, until the operation completes. Returns the number of allocations.
   int Torture(const Operation& operation, Allocator allocator);
 
   TempFile file{"clip.mp4", RandomBytes(3000, 1)};

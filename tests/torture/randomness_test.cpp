@@ -1,4 +1,4 @@
-// No randomness, no signature: a signed call then sends nothing. Also the start of the program, with all hooks in place.
+// Without random numbers, a signed call fails and sends nothing. Also contains main(), which installs the hooks.
 #include "torture/fixture.h"
 
 namespace velk::test {
@@ -6,7 +6,7 @@ namespace {
 
 class Randomness : public AllocationTest {};
 
-TEST_F(Randomness, IsNeededForEverySignature) {
+TEST_F(Randomness, IsRequiredForEverySignature) {
   const NoRandomness none;
   for (const Operation& operation : Exports()) {
     if (!operation.isSigned) continue;
