@@ -1,4 +1,4 @@
-// What the default build makes of certificates: none is verified.
+// How the default build treats certificates: it verifies no chain, and compares the host name on Linux only.
 #include "api/service_test.h"
 
 namespace velk::test {
@@ -6,9 +6,8 @@ namespace {
 
 class Certificates : public ServiceTest {};
 
-// Where the name in a certificate is compared at all, that is OpenSSL's doing: Schannel compares it only together with
-// the chain.
-TEST_F(Certificates, OfAnotherHostAreRefusedOnLinuxAlone) {
+// OpenSSL can compare the name in a certificate by itself. Schannel compares it only together with the chain.
+TEST_F(Certificates, ForAnotherHostAreRejectedOnLinuxOnly) {
 #ifdef _WIN32
   constexpr int32_t kResult = VELK_OK;
 #else

@@ -1,4 +1,4 @@
-// Which requests of a call share a connection, and what becomes of a call whose service ends a kept one.
+// Which requests of a call share a connection, and how a call continues when the service closes a reused one.
 #include <algorithm>
 #include <map>
 
@@ -28,7 +28,7 @@ class CallConnections : public TwitterTest {
     return SetFacebookUpdateInfo("token", storyId.c_str(), &post);
   }
 
-  // The connection of each request that was replied to, numbered in order of appearance.
+  // Returns one letter per request that got a reply. Each connection has its own letter, in order of first use.
   std::string Connections() {
     std::map<int, char> letters;
     std::string used;
@@ -42,7 +42,7 @@ class CallConnections : public TwitterTest {
   struct Call {
     const char* name;
     std::function<int32_t()> run;
-    const char* connections;  // of its requests, a letter each
+    const char* connections;  // one letter per request
   };
   std::vector<Call> Calls() {
     return {
@@ -58,7 +58,7 @@ class CallConnections : public TwitterTest {
     };
   }
 
-  // A story about a photo, which every kind of update can change.
+  // Publishes a photo. Every kind of update can change its story.
   void PublishStory() {
     ASSERT_EQ(StartFacebookUploadPhoto(&uploader, "token", &post, text), VELK_OK);
     storyId = text;
@@ -73,7 +73,7 @@ class CallConnections : public TwitterTest {
   char text[1024] = "";
 };
 
-TEST_F(CallConnections, ServeWhatCanBeRepeatedAndEndWithTheCall) {
+TEST_F(CallConnections, CarryRepeatableRequestsAndCloseWithTheCall) {
   for (const Call& call : Calls()) {
     SCOPED_TRACE(call.name);
     sandbox.Reset();
@@ -83,14 +83,14 @@ TEST_F(CallConnections, ServeWhatCanBeRepeatedAndEndWithTheCall) {
     EXPECT_EQ(Connections().substr(0, before), "aa");
     std::string used = Connections().substr(before);
     for (char& letter : used) letter = static_cast<char>(letter - 1);
-    EXPECT_EQ(used, call.connections) << "none of an earlier call's";
+    EXPECT_EQ(used, call.connections) << "no connection of an earlier call is reused";
     EXPECT_TRUE(sandbox.WaitFor([](const std::vector<Request>& requests) {
       return std::ranges::none_of(requests, &Request::connectionOpen);
     }));
   }
 }
 
-TEST_F(CallConnections, ServeTheStatusQueryToo) {
+TEST_F(CallConnections, AlsoCarryTheStatusQuery) {
   sandbox.Add({.status = 202, .body = R"({"media_id_string":"7"})"});
   sandbox.Add({.times = 3, .status = 204});
   sandbox.Add({.body = R"({"processing_info":{"state":"pending"}})"});
@@ -100,18 +100,19 @@ TEST_F(CallConnections, ServeTheStatusQueryToo) {
   EXPECT_EQ(Connections(), "aaaaaab");
 }
 
-// A call gives what it gave when every request had a connection of its own, and publishes once.
-TEST_F(CallConnections, MayEndAtAnyMoment) {
+// A call must return the same result as with one connection per request, and must publish only once.
+TEST_F(CallConnections, MayCloseAtAnyTime) {
   const struct {
     const char* name;
     Script script;
   } services[] = {
-      {"hangs up after each reply", {.times = 0, .passThrough = true, .hangUp = true}},
-      {"hangs up as a request comes", {.kept = true, .times = 0, .cutAfter = 0, .stopReadingAfter = 0}},
-      {"hangs up when it has read a request", {.kept = true, .times = 0, .cutAfter = 0}},
-      {"resets as a request comes", {.kept = true, .times = 0, .reset = true, .stopReadingAfter = 0}},
-      {"resets amid a request", {.kept = true, .times = 0, .reset = true, .stopReadingAfter = 200'000}},
-      {"resets when it has read a request", {.kept = true, .times = 0, .reset = true}},
+      {"closes after each reply", {.times = 0, .passThrough = true, .hangUp = true}},
+      {"closes when a request arrives", {.kept = true, .times = 0, .cutAfter = 0, .stopReadingAfter = 0}},
+      {"closes after reading a request", {.kept = true, .times = 0, .cutAfter = 0}},
+      {"resets when a request arrives", {.kept = true, .times = 0, .reset = true, .stopReadingAfter = 0}},
+      {"resets while reading a request",
+       {.kept = true, .times = 0, .reset = true, .stopReadingAfter = 200'000}},
+      {"resets after reading a request", {.kept = true, .times = 0, .reset = true}},
   };
   for (const auto& service : services) {
     for (const Call& call : Calls()) {
@@ -126,7 +127,7 @@ TEST_F(CallConnections, MayEndAtAnyMoment) {
   }
 }
 
-TEST_F(CallConnections, AreNotTriedAgainOnceAReplyHasBegun) {
+TEST_F(CallConnections, AreNotRetriedOnceAReplyHasStarted) {
   const int broken = sandbox.Add({.kept = true, .cutAfter = 30, .reset = true});
   EXPECT_EQ(StartTwitterUploadPhoto(&uploader, &consumer, &token, &tweet), VELK_TRANSFER_FAILED);
   EXPECT_EQ(sandbox.Report(broken).matched, 1);

@@ -1,5 +1,5 @@
-// What the small calls to Facebook read out of replies and put into them: tokens, names, posts, pages, updates
-// and addresses.
+// The Facebook calls without an upload: the requests that they compose, and the values that they read from
+// replies.
 #include <cstring>
 
 #include "api/facebook_test.h"
@@ -9,25 +9,24 @@ namespace {
 
 class FacebookReplies : public FacebookTest {};
 
-TEST_F(FacebookReplies, ReadsTheTradedToken) {
+TEST_F(FacebookReplies, ReadsTheExchangedToken) {
   struct Row {
     const char* name;
     std::string body;
     std::string token;
-    uint32_t lifetime;  // 99: left alone
+    uint32_t lifetime;  // 99: unchanged
   };
   const Row rows[] = {
       {"both", R"({"access_token":"abc","token_type":"bearer","expires_in":5183944})", "abc", 5183944},
       {"no lifetime", R"({"access_token":"abc","token_type":"bearer"})", "abc", 99},
       {"no token", R"({"token_type":"bearer","expires_in":7})", "", 7},
-      {"a blank behind the colon", R"({"access_token": "abc"})", ": ", 99},
-      {"a form", "access_token=abc&expires=5", "", 99},
-      {"nothing behind the name", R"({"access_token")", "", 99},
-      {"a lifetime beyond 31 bits", R"({"expires_in":4000000000,"access_token":"a"})", "a", 4000000000},
-      {"a negative lifetime", R"({"expires_in":-1,"access_token":"a"})", "a", 4294967295},
-      {"a long reply", R"({"x":")" + Repeat('x', 5000) + R"(","access_token":"abc","expires_in":1})", "abc",
-       1},
-      {"a long token", R"({"access_token":")" + Repeat('t', 1500) + "\"}", Repeat('t', 1023), 99},
+      {"space after the colon", R"({"access_token": "abc"})", ": ", 99},
+      {"form-encoded", "access_token=abc&expires=5", "", 99},
+      {"nothing after the name", R"({"access_token")", "", 99},
+      {"lifetime above 31 bits", R"({"expires_in":4000000000,"access_token":"a"})", "a", 4000000000},
+      {"negative lifetime", R"({"expires_in":-1,"access_token":"a"})", "a", 4294967295},
+      {"long reply", R"({"x":")" + Repeat('x', 5000) + R"(","access_token":"abc","expires_in":1})", "abc", 1},
+      {"long token", R"({"access_token":")" + Repeat('t', 1500) + "\"}", Repeat('t', 1023), 99},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -47,7 +46,7 @@ TEST_F(FacebookReplies, ReadsTheTradedToken) {
   EXPECT_TRUE(sandbox.Requests().back().Query().ends_with(Repeat('t', 4000)));
 }
 
-TEST_F(FacebookReplies, ReadsTheNameAndLosesTheEmail) {
+TEST_F(FacebookReplies, ReadsTheNameButNoEmail) {
   const std::pair<std::string, std::string> rows[] = {
       {R"({"id":"1","name":"Vera Velk","email":"v@velk.example"})", "Vera Velk"},
       {R"({"email":"v@velk.example","name":"Vera"})", "Vera"},
@@ -67,7 +66,7 @@ TEST_F(FacebookReplies, ReadsTheNameAndLosesTheEmail) {
     EXPECT_EQ(GetFacebookUserNameEmail("t", text, &nameSize, email, &emailSize), VELK_OK);
     EXPECT_EQ(text, name);
     EXPECT_STREQ(email, "");
-    EXPECT_EQ(nameSize, 1) << "the sizes play no part here";
+    EXPECT_EQ(nameSize, 1) << "the sizes are ignored on success";
     EXPECT_EQ(emailSize, -1);
     EXPECT_EQ(text[1024], '#');
   }
@@ -76,7 +75,7 @@ TEST_F(FacebookReplies, ReadsTheNameAndLosesTheEmail) {
   EXPECT_EQ(GetFacebookUserNameEmail("t", text, nullptr, email, nullptr), VELK_OK);
 }
 
-TEST_F(FacebookReplies, TellsWhetherATokenIsValid) {
+TEST_F(FacebookReplies, ReportsWhetherATokenIsValid) {
   uint32_t valid = 7;
   EXPECT_EQ(CheckFacebookAccessTokenValid("app", "token", &valid), VELK_OK);
   EXPECT_EQ(valid, 1U);
@@ -90,8 +89,8 @@ TEST_F(FacebookReplies, TellsWhetherATokenIsValid) {
   }
 }
 
-// Three results leave their request allocated, but none of them a connection.
-TEST_F(FacebookReplies, ClosesTheConnectionOfARequestThatIsAbandoned) {
+// Three results leave their request allocated until the process exits. None may leave a connection open.
+TEST_F(FacebookReplies, ClosesTheConnectionOfAnAbandonedRequest) {
   const Script identified{.body = R"({"id":"1","object_id":"2"})"};
   info.updateKind = 1;
   uint32_t valid = 7;
@@ -100,10 +99,10 @@ TEST_F(FacebookReplies, ClosesTheConnectionOfARequestThatIsAbandoned) {
     int32_t result;
     std::function<int32_t()> call;
   } rows[] = {
-      {"a valid token", VELK_OK, [&] { return CheckFacebookAccessTokenValid("app", "token", &valid); }},
-      {"a photo whose privacy is refused", VELK_PRIVACY_NOT_UPDATED,
+      {"valid token", VELK_OK, [&] { return CheckFacebookAccessTokenValid("app", "token", &valid); }},
+      {"photo with rejected privacy", VELK_PRIVACY_NOT_UPDATED,
        [this] { return StartFacebookUploadPhoto(uploader, "token", &info, text); }},
-      {"an object whose privacy is refused", VELK_PRIVACY_NOT_UPDATED,
+      {"object with rejected privacy", VELK_PRIVACY_NOT_UPDATED,
        [this] { return SetFacebookUpdateInfo("token", "1_2", &info); }},
   };
   for (const auto& row : rows) {
@@ -118,7 +117,7 @@ TEST_F(FacebookReplies, ClosesTheConnectionOfARequestThatIsAbandoned) {
   }
 }
 
-TEST_F(FacebookReplies, ComposesEachPost) {
+TEST_F(FacebookReplies, ComposesThePostBody) {
   struct Row {
     std::string link;
     std::string message;
@@ -153,7 +152,7 @@ TEST_F(FacebookReplies, ComposesEachPost) {
   EXPECT_EQ(PostFacebookComment("t", &info, text), VELK_MISSING_ARGUMENT);
 }
 
-TEST_F(FacebookReplies, ChoosesTheNodeByItsNumber) {
+TEST_F(FacebookReplies, PostsToMeUnlessTheTargetStartsWithANonZeroNumber) {
   std::vector<std::pair<std::string, std::string>> rows;
   for (const char* none : {"", "0", "-000", "NULL", "abc1", "0x1", "+-1"}) rows.emplace_back(none, "me");
   for (const char* node : {"123abc", "007", "-5", "+5", "4294967296", "104000000000001"})
@@ -169,7 +168,7 @@ TEST_F(FacebookReplies, ChoosesTheNodeByItsNumber) {
   }
 }
 
-TEST_F(FacebookReplies, PairsPagesByTheirOrder) {
+TEST_F(FacebookReplies, PairsPageIdsAndNamesByOrder) {
   struct Row {
     const char* name;
     std::string body;
@@ -179,22 +178,23 @@ TEST_F(FacebookReplies, PairsPagesByTheirOrder) {
   const Row rows[] = {
       {"none", R"({"data":[]})", ""},
       {"two", R"({"data":[{"name":"A","id":"1"},{"id":"2","name":"B"}]})", "1=A;2=B;"},
-      {"categories ahead", R"([{"list":[{"id":"22","name":"X"}],"name":"A","id":"1"}])", "22=X;1=A;"},
-      {"a category between", R"([{"name":"A","list":[{"id":"22","name":"X"}],"id":"1"}])", "22=A;1=X;"},
-      {"fewer names", R"([{"id":"1"},{"id":"2","name":"B"}])", "1=B;2=;"},
-      {"a number", R"([{"id":"1","name":"A"},{"id":2,"name":"B"},{"id":"3","name":"C"}])", "1=A;"},
-      {"a number alone", R"([{"id":2,"name":"B"}])", ""},
-      {"a number ahead of a brace", R"([{"name":"A","id":22},{"name":"B","id":"1"}])", "name=A;1=;"},
-      {"a name that is a number", R"([{"id":"1","name":12345,"x":"y"}])", "1=x2345;"},
-      {"a name that reads id", R"([{"name":"id","id":"1"}])", ""},
+      {"category before the page", R"([{"list":[{"id":"22","name":"X"}],"name":"A","id":"1"}])", "22=X;1=A;"},
+      {"category inside the page", R"([{"name":"A","list":[{"id":"22","name":"X"}],"id":"1"}])", "22=A;1=X;"},
+      {"missing name", R"([{"id":"1"},{"id":"2","name":"B"}])", "1=B;2=;"},
+      {"numeric id", R"([{"id":"1","name":"A"},{"id":2,"name":"B"},{"id":"3","name":"C"}])", "1=A;"},
+      {"only a numeric id", R"([{"id":2,"name":"B"}])", ""},
+      {"numeric id before a brace", R"([{"name":"A","id":22},{"name":"B","id":"1"}])", "name=A;1=;"},
+      {"numeric name", R"([{"id":"1","name":12345,"x":"y"}])", "1=x2345;"},
+      {"name equal to 'id'", R"([{"name":"id","id":"1"}])", ""},
       {"escapes", R"([{"id":"1","name":"Caf\u00e9 X"},{"id":"2","name":"\"B\""}])", "1=Caf;2=;"},
-      {"a break", R"([{"id":"1","name":"A"},oops{"id":"2","name":"B"}])", "1=A;"},
-      {"a cut reply", R"([{"id":"1","name":"A"},{"id":"2","name":"B)", "1=A;2=;"},
-      {"a zero byte", one.substr(0, 22) + std::string(",\0", 2) + R"({"id":"2"}])", "1=A;"},
-      {"long texts", R"([{"name":")" + Repeat('n', 1100) + R"(","id":")" + Repeat('1', 300) + "\"}]",
+      {"malformed list", R"([{"id":"1","name":"A"},oops{"id":"2","name":"B"}])", "1=A;"},
+      {"truncated reply", R"([{"id":"1","name":"A"},{"id":"2","name":"B)", "1=A;2=;"},
+      {"NUL byte", one.substr(0, 22) + std::string(",\0", 2) + R"({"id":"2"}])", "1=A;"},
+      {"long strings", R"([{"name":")" + Repeat('n', 1100) + R"(","id":")" + Repeat('1', 300) + "\"}]",
        Repeat('1', 259) + '=' + Repeat('n', 1023) + ';'},
-      {"a full reply", one + Repeat(' ', 10240 - one.size()), "1=A;"},
-      {"full to its last byte", R"([{"x":")" + Repeat('x', 10221) + R"("},{"id":"1")", "1=;"},
+      {"largest reply", one + Repeat(' ', 10240 - one.size()), "1=A;"},
+      {"identifier at the end of the largest reply", R"([{"x":")" + Repeat('x', 10221) + R"("},{"id":"1")",
+       "1=;"},
   };
   FacebookPage marker{};
   for (const Row& row : rows) {
@@ -207,7 +207,7 @@ TEST_F(FacebookReplies, PairsPagesByTheirOrder) {
     for (int32_t index = 0; index < count; ++index)
       listed += std::string(pages[index].id) + '=' + pages[index].name + ';';
     EXPECT_EQ(listed, row.pages);
-    EXPECT_EQ(pages == &marker, row.pages.empty()) << "left alone without a page";
+    EXPECT_EQ(pages == &marker, row.pages.empty()) << "unchanged when there are no pages";
     if (row.pages.empty()) continue;
     EXPECT_EQ(FreeFacebookUserPagesList(&pages), VELK_OK);
     EXPECT_EQ(pages, nullptr);
@@ -221,9 +221,10 @@ TEST_F(FacebookReplies, PairsPagesByTheirOrder) {
   sandbox.Add({.body = Repeat(' ', 4 << 20)});
   EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_BUFFER_TOO_SMALL);
   sandbox.Add({.body = Repeat(' ', (4 << 20) + 1)});
-  EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_TRANSFER_FAILED) << "no reply may be larger";
-  EXPECT_EQ(GetFacebookUserPagesList("t", nullptr, &count), VELK_OK) << "against the stand-in service";
-  EXPECT_EQ(count, 4) << "two pages, each with a category";
+  EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_TRANSFER_FAILED)
+      << "the limit of every reply";
+  EXPECT_EQ(GetFacebookUserPagesList("t", nullptr, &count), VELK_OK) << "from the stand-in service";
+  EXPECT_EQ(count, 4) << "two pages and one category of each";
 }
 
 TEST_F(FacebookReplies, UpdatesStepByStep) {
@@ -238,16 +239,20 @@ TEST_F(FacebookReplies, UpdatesStepByStep) {
   const std::string privacy = "POST graph.facebook.com/22 privacy={'value':'SELF'}";
   const std::string message = "POST graph.facebook.com/1_2 message=about a";
   const Script about{.body = R"({"id":"1_2","object_id":"22"})"};
-  const Script refused{.status = 400, .body = kRejectedToken};
+  const Script rejected{.status = 400, .body = kRejectedToken};
   const Row rows[] = {
       {"message", 0, {{}}, VELK_OK, {message}},
-      {"message refused", 0, {refused}, VELK_MESSAGE_NOT_UPDATED, {message}},
-      {"all of it", 1, {about, {}, {}}, VELK_OK, {get, privacy, message}},
+      {"message rejected", 0, {rejected}, VELK_MESSAGE_NOT_UPDATED, {message}},
+      {"all steps", 1, {about, {}, {}}, VELK_OK, {get, privacy, message}},
       {"no object", 1, {{.body = R"({"id":"1_2"})"}, {}}, VELK_OK, {get, message}},
-      {"lookup refused", 1, {refused}, VELK_PRIVACY_NOT_UPDATED, {get}},
-      {"privacy refused", 1, {about, refused}, VELK_PRIVACY_NOT_UPDATED, {get, privacy}},
-      {"an empty object", 1, {{.body = R"({"object_id":""})"}}, VELK_PRIVACY_NOT_UPDATED, {get}},
-      {"message refused behind it", 1, {about, {}, refused}, VELK_TEXT_NOT_UPDATED, {get, privacy, message}},
+      {"lookup rejected", 1, {rejected}, VELK_PRIVACY_NOT_UPDATED, {get}},
+      {"privacy rejected", 1, {about, rejected}, VELK_PRIVACY_NOT_UPDATED, {get, privacy}},
+      {"empty object identifier", 1, {{.body = R"({"object_id":""})"}}, VELK_PRIVACY_NOT_UPDATED, {get}},
+      {"message rejected after the privacy",
+       1,
+       {about, {}, rejected},
+       VELK_TEXT_NOT_UPDATED,
+       {get, privacy, message}},
       {"description", 2, {{}}, VELK_OK, {"POST graph.facebook.com/1_2 description=about a"}},
       {"unknown kind", 3, {}, VELK_UNEXPECTED_REPLY, {}},
   };
@@ -269,27 +274,27 @@ TEST_F(FacebookReplies, UpdatesStepByStep) {
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
-TEST_F(FacebookReplies, PutsAddressesThatFit) {
+TEST_F(FacebookReplies, WritesUrlsThatFit) {
   struct Row {
     const char* name;
-    std::string value;  // what stands behind the member's name and colon
+    std::string value;  // the JSON after the member's name and colon
     int32_t size;
     int32_t result;
     std::string url;
     int32_t sizeAfter;
   };
-  const std::string far = "https://x/" + Repeat('y', 3000);
+  const std::string longUrl = "https://x/" + Repeat('y', 3000);
   const Row rows[] = {
       {"exact fit", "\"https://x/1\"", 12, VELK_OK, "https://x/1", 12},
-      {"one less", "\"https://x/1\"", 11, VELK_BUFFER_TOO_SMALL, kUntouched, 12},
-      {"nothing", "\"https://x/1\"", 0, VELK_BUFFER_TOO_SMALL, kUntouched, 12},
-      {"negative", "\"https://x/1\"", -1, VELK_OK, "https://x/1", -1},
-      {"most negative", "\"https://x/1\"", INT32_MIN, VELK_OK, "https://x/1", INT32_MIN},
-      {"longer than any buffer", '"' + far + '"', 3011, VELK_OK, far, 3011},
-      {"longer than the size", '"' + far + '"', 1024, VELK_BUFFER_TOO_SMALL, kUntouched, 3011},
-      {"no text", "null", 1, VELK_OK, "", 1},
-      {"no text and no room", "{}", 0, VELK_BUFFER_TOO_SMALL, kUntouched, 1},
-      {"a blank", " \"https://x/1\"", 9, VELK_OK, ": ", 9},
+      {"one byte short", "\"https://x/1\"", 11, VELK_BUFFER_TOO_SMALL, kUntouched, 12},
+      {"zero size", "\"https://x/1\"", 0, VELK_BUFFER_TOO_SMALL, kUntouched, 12},
+      {"negative size", "\"https://x/1\"", -1, VELK_OK, "https://x/1", -1},
+      {"most negative size", "\"https://x/1\"", INT32_MIN, VELK_OK, "https://x/1", INT32_MIN},
+      {"long URL that fits", '"' + longUrl + '"', 3011, VELK_OK, longUrl, 3011},
+      {"long URL that does not fit", '"' + longUrl + '"', 1024, VELK_BUFFER_TOO_SMALL, kUntouched, 3011},
+      {"missing member", "null", 1, VELK_OK, "", 1},
+      {"missing member and zero size", "{}", 0, VELK_BUFFER_TOO_SMALL, kUntouched, 1},
+      {"space after the colon", " \"https://x/1\"", 9, VELK_OK, ": ", 9},
       {"escapes", R"("https:\/\/x\/1")", 99, VELK_OK, R"(https:\/\/x\/1)", 99},
   };
   const std::pair<const char*, decltype(&GetFacebookPhotoUrl)> lookups[] = {
@@ -312,7 +317,7 @@ TEST_F(FacebookReplies, PutsAddressesThatFit) {
   }
 }
 
-TEST_F(FacebookReplies, ComposesTheVideoPageWithoutARequest) {
+TEST_F(FacebookReplies, ComposesTheVideoPageUrlWithoutARequest) {
   struct Row {
     int32_t size;
     int32_t result;

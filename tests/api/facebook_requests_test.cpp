@@ -1,5 +1,5 @@
-// Every call to Facebook that sends a request: the small requests byte by byte, the result for each kind of
-// reply, and the time limits.
+// Every Facebook call that sends a request: the exact small requests, the result for each kind of reply, and the
+// timeouts.
 #include <functional>
 #include <thread>
 
@@ -15,7 +15,7 @@ class FacebookRequests : public FacebookTest {
  protected:
   struct Call {
     const char* name;
-    std::function<int32_t(char* text)> run;  // writes its text into room for 1024 bytes
+    std::function<int32_t(char* text)> run;  // writes its output into a buffer of 1024 bytes
   };
 
   int32_t Update(uint32_t kind) const {
@@ -67,7 +67,7 @@ class FacebookRequests : public FacebookTest {
   };
 };
 
-TEST_F(FacebookRequests, SendsEachSmallRequestToTheByte) {
+TEST_F(FacebookRequests, SendsTheExactSmallRequests) {
   struct Row {
     const char* call;
     std::string requestLine;
@@ -111,8 +111,8 @@ TEST_F(FacebookRequests, SendsEachSmallRequestToTheByte) {
   }
 }
 
-TEST_F(FacebookRequests, JudgesEachKindOfReply) {
-  // One result for each of the calls, in their order; every request of a call gets the same reply.
+TEST_F(FacebookRequests, MapsEveryReplyToItsCode) {
+  // The results are in the order of `calls`. Every request of a call gets the same reply.
   struct Row {
     const char* name;
     int status;
@@ -125,20 +125,20 @@ TEST_F(FacebookRequests, JudgesEachKindOfReply) {
   const std::string unsupported = R"({"error":{"message":"Unsupported get request.","type":"Graph"}})";
   const std::string retry = "An unexpected error has occurred. Please retry your request later.";
   const Row rows[] = {
-      {"nothing in it", 200, "{}", {0, 0, 0, 2, -4, 0, -4, 0, 0, 0, 0, 0}},
+      {"empty object", 200, "{}", {0, 0, 0, 2, -4, 0, -4, 0, 0, 0, 0, 0}},
       {"no body", 200, "", {0, 0, 0, 2, -4, 0, -4, 0, 0, 0, 0, 0}},
       {"token rejected", 400, kRejectedToken, {-5, 0, -5, -3, -5, -5, -5, -5, -5, 4, 1, 3}},
-      {"another error", 400, oauth, {-1, 0, -1, -3, -1, -1, -1, -1, -1, 4, 1, 3}},
-      {"unsupported", 400, unsupported, {-1, -1, -1, -3, -1, -1, -1, -1, 5, 4, 1, 3}},
-      {"both", 400, unsupported + kRejectedToken, {-5, -1, -5, -3, -5, -5, -5, -5, -5, 4, 1, 3}},
-      {"unsupported, not found", 404, unsupported, {-1, -1, -1, -3, -1, -1, -1, -1, -1, 4, 1, 3}},
+      {"another OAuth error", 400, oauth, {-1, 0, -1, -3, -1, -1, -1, -1, -1, 4, 1, 3}},
+      {"unsupported get", 400, unsupported, {-1, -1, -1, -3, -1, -1, -1, -1, 5, 4, 1, 3}},
+      {"both errors", 400, unsupported + kRejectedToken, {-5, -1, -5, -3, -5, -5, -5, -5, -5, 4, 1, 3}},
+      {"unsupported get with 404", 404, unsupported, {-1, -1, -1, -3, -1, -1, -1, -1, -1, 4, 1, 3}},
       {"created", 201, R"({"id":"1"})", {-1, -1, -1, -3, -1, -1, -1, -1, -1, 4, 1, 3}},
       {"server error", 500, "", {-1, -1, -1, -3, -16, -1, -1, -1, -1, 4, 1, 3}},
-      {"a retry asked", 500, retry, {-1, -1, -1, -3, -5, -1, -1, -1, -1, 4, 1, 3}},
-      {"the token, with 500", 500, kRejectedToken, {-1, 0, -1, -3, -16, -1, -1, -1, -1, 4, 1, 3}},
-      // To libcurl a tunnel that is refused is a receive error as well.
+      {"retry requested", 500, retry, {-1, -1, -1, -3, -5, -1, -1, -1, -1, 4, 1, 3}},
+      {"token rejected with 500", 500, kRejectedToken, {-1, 0, -1, -3, -16, -1, -1, -1, -1, 4, 1, 3}},
+      // libcurl reports a refused tunnel as a receive error, too.
       {"reset", 200, "", {-3, -3, -3, -3, -4, -3, -3, -3, -3, 4, 1, 3}, true},
-      {"no tunnel", 200, "", {-3, -3, -3, -3, -4, -3, -3, -3, -3, 4, 1, 3}, false, 503},
+      {"tunnel refused", 200, "", {-3, -3, -3, -3, -4, -3, -3, -3, -3, 4, 1, 3}, false, 503},
   };
   for (const Row& row : rows) {
     sandbox.Reset();
@@ -160,9 +160,9 @@ TEST_F(FacebookRequests, JudgesEachKindOfReply) {
   EXPECT_TRUE(Deletable(file)) << "no failure leaves the file open";
 }
 
-TEST_F(FacebookRequests, KeepsEachFamilysTimeLimits) {
-  // In seconds: how long a call waits for a tunnel that never opens, and for a reply that never comes; 0: longer
-  // than the longest of the limits, so that it takes the reply that comes at last.
+TEST_F(FacebookRequests, EnforcesTheTimeoutsOfEachCall) {
+  // Timeouts in seconds, for a tunnel that never opens and for a late reply. 0 means no timeout: the call waits
+  // longer than any limit and receives the reply.
   const int tunnelLimits[] = {10, 10, 5, 10, 10, 5, 10, 5, 5, 10, 5, 10};
   const int replyLimits[] = {10, 10, 0, 10, 0, 0, 30, 0, 0, 30, 0, 30};
   using Clock = std::chrono::steady_clock;
@@ -172,7 +172,7 @@ TEST_F(FacebookRequests, KeepsEachFamilysTimeLimits) {
                             {.times = 0, .body = R"({"id":"1","post_id":"1_2"})", .delayMs = kBeyond * 1000}};
   for (const Script& script : scripts) {
     sandbox.Reset();
-    // Without an identifier the photo's own limits are all there is to wait for.
+    // Without an identifier, the photo call sends no privacy request. Only the upload's own timeouts apply.
     if (!script.neverAnswer)
       sandbox.Add({.path = "/104000000000001/photos", .body = "{}", .delayMs = kBeyond * 1000});
     sandbox.Add(script);
@@ -180,7 +180,7 @@ TEST_F(FacebookRequests, KeepsEachFamilysTimeLimits) {
     for (size_t index = 0; index < calls.size(); ++index) {
       const int limit = script.neverAnswer ? tunnelLimits[index] : replyLimits[index];
       if (std::string_view(calls[index].name) == "privacy and message" && !script.neverAnswer)
-        continue;  // its first request waits without a limit
+        continue;  // its first request has no timeout
       threads.emplace_back([this, index, limit] {
         char out[1024] = "";
         const auto began = Clock::now();
@@ -195,7 +195,7 @@ TEST_F(FacebookRequests, KeepsEachFamilysTimeLimits) {
   }
 }
 
-TEST_F(FacebookRequests, ChecksEveryPointer) {
+TEST_F(FacebookRequests, RejectsMissingArguments) {
   uint32_t number = 7;
   int32_t size = 1024;
   int32_t count = 7;
@@ -235,11 +235,11 @@ TEST_F(FacebookRequests, ChecksEveryPointer) {
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
-TEST_F(FacebookRequests, FailsOnATextThatNoUrlCanHold) {
-  for (const char* unfit : {"with blank", "with\nline"}) {
+TEST_F(FacebookRequests, FailsOnStringsThatAreInvalidInAUrl) {
+  for (const char* invalid : {"with blank", "with\nline"}) {
     int32_t size = 1024;
-    EXPECT_EQ(GetFacebookPhotoUrl(unfit, "1", text, &size), VELK_TRANSFER_FAILED);
-    Fill(info.targetId, std::string("1") + unfit);
+    EXPECT_EQ(GetFacebookPhotoUrl(invalid, "1", text, &size), VELK_TRANSFER_FAILED);
+    Fill(info.targetId, std::string("1") + invalid);
     EXPECT_EQ(PostFacebookComment("t", &info, text), VELK_TRANSFER_FAILED);
   }
   EXPECT_TRUE(sandbox.Requests().empty());

@@ -1,4 +1,4 @@
-// What every test of the calls to Facebook starts from: a filled record, a small file and a handle.
+// The common fixture of the Facebook tests: a filled record, a small file and a handle.
 #pragma once
 
 #include <iterator>
@@ -26,11 +26,12 @@ class FacebookTest : public ServiceTest {
     Fill(text, kUntouched);
   }
   ~FacebookTest() override {
-    uploader->state = 0;  // an upload that ran to its end leaves its handle busy
+    uploader->state = 0;  // a completed upload leaves its handle busy
     EXPECT_EQ(UninitFacebookFileUploder(uploader), VELK_OK);
   }
 
-  // What reached the services, as "METHOD host/path" and, behind a blank, the body of a small form.
+  // Returns the requests that reached the services, each as "METHOD host/path". The body of a small form follows
+  // after a space.
   std::vector<std::string> Arrived() {
     std::vector<std::string> lines;
     for (const Request& request : sandbox.Requests()) {
@@ -44,7 +45,7 @@ class FacebookTest : public ServiceTest {
   TempFile file{"clip.mp4", "not much of a video"};
   FileUploader* uploader = InitFacebookFileUploder();
   FacebookUploadInfo info{};
-  char text[1025] = "";  // for what a call writes into room for 1024 bytes
+  char text[1025] = "";  // a call's output buffer of 1024 bytes, and one byte after it
 };
 
 }  // namespace velk::test

@@ -1,4 +1,4 @@
-// Uploading videos and photos to Facebook: the forms byte by byte, the routes, faults and cancels.
+// Video and photo uploads to Facebook: the exact forms, the choice of host, faults and cancellation.
 #include <boost/json/serialize.hpp>
 
 #include "api/facebook_test.h"
@@ -21,7 +21,7 @@ class FacebookUpload : public FacebookTest {
     return hosts;
   }
 
-  // What a form announces as the name of the file. On Windows the ANSI code page has no Chinese characters.
+  // Returns the file name that a form announces. On Windows, the ANSI code page has no Chinese characters.
   static std::string Announced(std::string path) {
 #ifdef _WIN32
     for (const char* const chinese : {"\xE6\x88\x91\xE7\x9A\x84", "\xE8\xA7\x86\xE9\xA2\x91"}) {
@@ -33,7 +33,7 @@ class FacebookUpload : public FacebookTest {
   }
 };
 
-TEST_F(FacebookUpload, SendsBothFormsToTheByte) {
+TEST_F(FacebookUpload, SendsTheExactForms) {
   struct Row {
     const char* name;
     bool video;
@@ -76,7 +76,7 @@ TEST_F(FacebookUpload, SendsBothFormsToTheByte) {
   }
 }
 
-TEST_F(FacebookUpload, CarriesFilesOfAnyNameAndSize) {
+TEST_F(FacebookUpload, UploadsFilesOfAnyNameAndSize) {
   for (const Media& row : MediaToUpload()) {
     for (const bool video : {true, false}) {
       SCOPED_TRACE(std::string(row.name) + (video ? ", video" : ", photo"));
@@ -99,13 +99,13 @@ TEST_F(FacebookUpload, CarriesFilesOfAnyNameAndSize) {
       double uploaded = -1;
       double total = -1;
       EXPECT_EQ(GetFacebookUploadFileProgress(uploader, &uploaded, &total), VELK_OK);
-      EXPECT_EQ(uploaded, static_cast<double>(request.bodySize)) << "the whole form counts";
+      EXPECT_EQ(uploaded, static_cast<double>(request.bodySize)) << "the whole form is counted";
       EXPECT_EQ(total, uploaded);
     }
   }
 }
 
-TEST_F(FacebookUpload, ChoosesTheRouteByWholeMebibytes) {
+TEST_F(FacebookUpload, ChoosesTheHostByWholeMebibytes) {
   const std::pair<std::uint64_t, std::vector<std::string>> rows[] = {
       {52428799, {kGraph, kGraphVideo}}, {52428800, {kGraphVideo}}, {(4ULL << 30) + 5, {kGraphVideo}}};
   for (const auto& [size, hosts] : rows) {
@@ -123,7 +123,7 @@ TEST_F(FacebookUpload, ChoosesTheRouteByWholeMebibytes) {
   }
 }
 
-TEST_F(FacebookUpload, FallsBackWhateverTheFirstFailure) {
+TEST_F(FacebookUpload, FallsBackToTheVideoHostAfterAnyFailure) {
   struct Row {
     const char* name;
     Script first;
@@ -134,19 +134,19 @@ TEST_F(FacebookUpload, FallsBackWhateverTheFirstFailure) {
   const std::string padded = std::string(kVideoId) + Repeat(' ', 20);
   const Script published{.body = kVideoId};
   const Script rejected{.status = 400, .body = kRejectedToken};
-  const Script brokenBehind{.status = 400, .body = padded, .cutBodyAfter = 12, .reset = true};
-  const Script brokenAhead{.body = padded, .cutBodyAfter = 5, .reset = true};
+  const Script brokenAfterId{.status = 400, .body = padded, .cutBodyAfter = 12, .reset = true};
+  const Script brokenBeforeId{.body = padded, .cutBodyAfter = 5, .reset = true};
   const std::vector<std::string> both{kGraph, kGraphVideo};
   const Row rows[] = {
-      {"published at once", published, {}, VELK_OK, {kGraph}},
-      {"broken behind the identifier", brokenBehind, {}, VELK_OK, {kGraph}},
-      {"broken ahead of it", brokenAhead, published, VELK_OK, both},
+      {"published on the first host", published, {}, VELK_OK, {kGraph}},
+      {"broken after the identifier", brokenAfterId, {}, VELK_OK, {kGraph}},
+      {"broken before the identifier", brokenBeforeId, published, VELK_OK, both},
       {"token rejected", rejected, published, VELK_OK, both},
       {"server error", {.status = 500}, published, VELK_OK, both},
       {"no identifier", {.body = "{}"}, published, VELK_OK, both},
-      {"broken on both", brokenAhead, brokenAhead, VELK_NO_IDENTIFIER, both},
-      {"broken behind the second's identifier", rejected, brokenBehind, VELK_OK, both},
-      {"the second result counts", rejected, {.status = 500}, VELK_SERVER_ERROR, both},
+      {"broken on both hosts", brokenBeforeId, brokenBeforeId, VELK_NO_IDENTIFIER, both},
+      {"broken after the second identifier", rejected, brokenAfterId, VELK_OK, both},
+      {"second result returned", rejected, {.status = 500}, VELK_SERVER_ERROR, both},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -159,7 +159,7 @@ TEST_F(FacebookUpload, FallsBackWhateverTheFirstFailure) {
   }
 }
 
-TEST_F(FacebookUpload, CutsALongIdentifier) {
+TEST_F(FacebookUpload, TruncatesALongIdentifier) {
   text[1024] = '#';
   sandbox.Add({.body = R"({"id":")" + Repeat('i', 2000) + "\"}"});
   EXPECT_EQ(Video(), VELK_OK);
@@ -167,7 +167,7 @@ TEST_F(FacebookUpload, CutsALongIdentifier) {
   EXPECT_EQ(text[1024], '#');
 }
 
-TEST_F(FacebookUpload, SetsThePhotosPrivacy) {
+TEST_F(FacebookUpload, SetsThePrivacyOfThePhoto) {
   struct Row {
     const char* name;
     std::string reply;
@@ -179,17 +179,17 @@ TEST_F(FacebookUpload, SetsThePhotosPrivacy) {
   const std::string both = R"({"id":"22","post_id":"1_2"})";
   const Script rejected{.status = 400, .body = kRejectedToken};
   const Row rows[] = {
-      {"all of it", both, {}, VELK_OK, "1_2", 2},
+      {"photo and story", both, {}, VELK_OK, "1_2", 2},
       {"no story", R"({"id":"22"})", {}, VELK_OK, kUntouched, 2},
       {"no photo", R"({"post_id":"1_2"})", {}, VELK_OK, "1_2", 1},
-      {"refused", both, rejected, VELK_PRIVACY_NOT_UPDATED, kUntouched, 2},
-      {"reset, over a kept connection and a fresh one",
+      {"privacy rejected", both, rejected, VELK_PRIVACY_NOT_UPDATED, kUntouched, 2},
+      {"reset on the reused connection and on a new one",
        both,
        {.times = 2, .reset = true},
        VELK_PRIVACY_NOT_UPDATED,
        kUntouched,
        3},
-      {"empty", R"({"id":"","post_id":"1_2"})", {}, VELK_PRIVACY_NOT_UPDATED, kUntouched, 1},
+      {"empty photo identifier", R"({"id":"","post_id":"1_2"})", {}, VELK_PRIVACY_NOT_UPDATED, kUntouched, 1},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -207,11 +207,11 @@ TEST_F(FacebookUpload, SetsThePhotosPrivacy) {
   }
   sandbox.Reset();
   sandbox.Add({.body = both + "    ", .cutBodyAfter = both.size(), .reset = true});
-  EXPECT_EQ(Photo(), VELK_TRANSFER_FAILED) << "no identifier is sought behind a break";
+  EXPECT_EQ(Photo(), VELK_TRANSFER_FAILED) << "no identifier is read from a broken reply";
   EXPECT_STREQ(text, kUntouched);
 }
 
-TEST_F(FacebookUpload, ChecksBeforeItSends) {
+TEST_F(FacebookUpload, ValidatesArgumentsBeforeSending) {
   struct Row {
     const char* name;
     char* emptied;
@@ -219,8 +219,8 @@ TEST_F(FacebookUpload, ChecksBeforeItSends) {
     bool photoNeeds;
   };
   const Row rows[] = {
-      {"path", info.filePath, true, true},     {"title", info.title, true, false},
-      {"text", info.description, true, true},  {"privacy", info.privacy, false, true},
+      {"path", info.filePath, true, true},           {"title", info.title, true, false},
+      {"description", info.description, true, true}, {"privacy", info.privacy, false, true},
       {"target", info.targetId, false, false},
   };
   for (const Row& row : rows) {
@@ -239,24 +239,24 @@ TEST_F(FacebookUpload, ChecksBeforeItSends) {
     EXPECT_EQ(Photo(), VELK_FILE_NOT_OPENED);
   }
   *info.description = '\0';
-  EXPECT_EQ(Video(), VELK_MISSING_ARGUMENT) << "a missing text is told before a missing file";
+  EXPECT_EQ(Video(), VELK_MISSING_ARGUMENT) << "a missing string is reported before a missing file";
   EXPECT_EQ(Photo(), VELK_MISSING_ARGUMENT);
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
-TEST_F(FacebookUpload, CancelsInMidTransferFromAnotherThread) {
+TEST_F(FacebookUpload, CancelsDuringTheTransferFromAnotherThread) {
   const TempFile large("large.mp4", RandomBytes(8 * 1024 * 1024, 3));
   Fill(info.filePath, large.Path());
   struct Row {
     const char* name;
     bool video;
-    Script first;  // the reply ahead of the upload that is cancelled, if any
+    Script first;  // the reply before the cancelled upload, if any
     std::vector<std::string> hosts;
   };
   const Script refused{.host = kGraph, .status = 400, .answerEarly = true};
   const Row rows[] = {
-      {"video on the first route", true, {}, {kGraph}},
-      {"video on the second route", true, refused, {kGraph, kGraphVideo}},
+      {"video to the first host", true, {}, {kGraph}},
+      {"video to the second host", true, refused, {kGraph, kGraphVideo}},
       {"photo", false, {}, {kGraph}},
   };
   for (const Row& row : rows) {
@@ -276,7 +276,7 @@ TEST_F(FacebookUpload, CancelsInMidTransferFromAnotherThread) {
     EXPECT_EQ(Hosts(), row.hosts);
     EXPECT_FALSE(sandbox.Requests().back().bodyComplete);
   }
-  EXPECT_EQ(Photo(), VELK_CANCELLED) << "a cancel stays asked";
+  EXPECT_EQ(Photo(), VELK_CANCELLED) << "the cancel request persists";
   EXPECT_TRUE(Deletable(large));
 }
 

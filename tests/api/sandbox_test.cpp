@@ -1,5 +1,5 @@
-// Holds the sandbox to what every other test relies on: exact records, faults that fire, no harm from
-// rubbish.
+// What every other test relies on: the sandbox records requests exactly, injects the scripted faults, and survives
+// malformed input.
 #include "support/sandbox.h"
 
 #include "api/twitter_test.h"
@@ -21,14 +21,14 @@ using std::chrono::milliseconds;
 using Curl = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 Curl NewCurl() { return {curl_easy_init(), curl_easy_cleanup}; }
 
-enum class End { kOpen, kInOrder, kReset };
+enum class End { kOpen, kOrderly, kReset };
 
 struct Outcome {
   std::string bytes;
   End end;
 };
 
-// A bare connection to the proxy's port, for what no well-behaved client would send.
+// A raw connection to the proxy's port, for input that no well-behaved client sends.
 class Wire {
  public:
   explicit Wire(const Sandbox& sandbox) : curl_(NewCurl()) {
@@ -49,7 +49,7 @@ class Wire {
     return true;
   }
 
-  // Reads to the end of the connection; one expected to stay open is given up after a while of silence.
+  // Reads until the connection ends. If it is expected to stay open, stops after a period without data.
   Outcome Read(std::size_t expected, bool staysOpen) {
     Outcome outcome{{}, End::kOpen};
     auto last = Clock::now();
@@ -65,8 +65,8 @@ class Wire {
       outcome.bytes.append(piece, count);
       last = Clock::now();
       if (count > 0) continue;
-      // Some systems report a reset as an end; but only behind an orderly one is there still a reader.
-      outcome.end = result == CURLE_OK && Send("x") ? End::kInOrder : End::kReset;
+      // Some systems report a reset as an orderly end. Only after an orderly end does the peer still accept data.
+      outcome.end = result == CURLE_OK && Send("x") ? End::kOrderly : End::kReset;
       return outcome;
     }
   }
@@ -80,13 +80,13 @@ std::string Post(std::string_view headers, std::string_view body) {
          std::string(body);
 }
 
-std::string Counted(std::string_view type, std::string_view body) {
+std::string WithLength(std::string_view type, std::string_view body) {
   return Post(
       "Content-Type: " + std::string(type) + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n",
       body);
 }
 
-TEST(SandboxRubbish, IsRefusedAndHarmsNothing) {
+TEST(SandboxMalformedInput, IsRejectedWithoutHarm) {
   struct Row {
     const char* name;
     std::string sent;
@@ -94,29 +94,30 @@ TEST(SandboxRubbish, IsRefusedAndHarmsNothing) {
   };
   const std::string line = "GET / HTTP/1.1\r\n";
   const Row rows[] = {
-      {"no HTTP at all", "\x16\x03\x01\x02\x05"},
-      {"bytes above ASCII", "\xff\xfe\xfd\r\n\r\n"},
-      {"later version", "GET / HTTP/2.0\r\nHost: h\r\n\r\n"},
-      {"blank in the target", "GET /a b HTTP/1.1\r\nHost: h\r\n\r\n"},
+      {"not HTTP", "\x16\x03\x01\x02\x05"},
+      {"bytes outside ASCII", "\xff\xfe\xfd\r\n\r\n"},
+      {"unsupported HTTP version", "GET / HTTP/2.0\r\nHost: h\r\n\r\n"},
+      {"space in the target", "GET /a b HTTP/1.1\r\nHost: h\r\n\r\n"},
       {"target without a slash", "GET a HTTP/1.1\r\nHost: h\r\n\r\n"},
-      {"no host", line + "\r\n"},
-      {"line without a colon", line + "Host: h\r\nrubbish\r\n\r\n"},
-      {"blank before the colon", line + "Host : h\r\n\r\n"},
-      {"folded line", line + "Host: h\r\nA: b\r\n c\r\n\r\n"},
+      {"no Host header", line + "\r\n"},
+      {"header without a colon", line + "Host: h\r\nrubbish\r\n\r\n"},
+      {"space before the colon", line + "Host : h\r\n\r\n"},
+      {"folded header", line + "Host: h\r\nA: b\r\n c\r\n\r\n"},
       {"CONNECT without a port", "CONNECT graph.facebook.com HTTP/1.1\r\nHost: h\r\n\r\n"},
-      {"CONNECT to a stranger", "CONNECT example.com:443 HTTP/1.1\r\nHost: h\r\n\r\n", "502"},
-      {"length in words", Post("Content-Length: four\r\n", "")},
-      {"length beyond 64 bits", Post("Content-Length: 18446744073709551616\r\n", "")},
+      {"CONNECT to an unknown host", "CONNECT example.com:443 HTTP/1.1\r\nHost: h\r\n\r\n", "502"},
+      {"non-numeric length", Post("Content-Length: four\r\n", "")},
+      {"length above 64 bits", Post("Content-Length: 18446744073709551616\r\n", "")},
       {"two lengths", Post("Content-Length: 1\r\nContent-Length: 2\r\n", "a")},
-      {"length and chunks",
+      {"length and chunked encoding",
        Post("Content-Length: 1\r\nTransfer-Encoding: chunked\r\n", "1\r\na\r\n0\r\n\r\n")},
-      {"chunk beyond its size", Post("Transfer-Encoding: chunked\r\n", "1\r\nab\r\n0\r\n\r\n")},
-      {"form without a boundary", Counted("multipart/form-data", "a")},
-      {"form without an end", Counted("multipart/form-data; boundary=b", "--b\r\n\r\ntext")},
-      {"form with a broken delimiter", Counted("multipart/form-data; boundary=b", "--bc\r\n\r\n\r\n--b--")},
+      {"chunk longer than its size", Post("Transfer-Encoding: chunked\r\n", "1\r\nab\r\n0\r\n\r\n")},
+      {"form without a boundary", WithLength("multipart/form-data", "a")},
+      {"unterminated form", WithLength("multipart/form-data; boundary=b", "--b\r\n\r\ntext")},
+      {"form with a malformed delimiter",
+       WithLength("multipart/form-data; boundary=b", "--bc\r\n\r\n\r\n--b--")},
       {"part header without a colon",
-       Counted("multipart/form-data; boundary=b", "--b\r\nx\r\n\r\n\r\n--b--")},
-      {"endless head", line + "A: " + std::string(1024 * 1024 + 20000, 'a'), "431"},
+       WithLength("multipart/form-data; boundary=b", "--b\r\nx\r\n\r\n\r\n--b--")},
+      {"head above the size limit", line + "A: " + std::string(1024 * 1024 + 20000, 'a'), "431"},
   };
   Sandbox sandbox;
   for (const Row& row : rows) {
@@ -125,11 +126,11 @@ TEST(SandboxRubbish, IsRefusedAndHarmsNothing) {
     wire.Send(row.sent);
     const Outcome outcome = wire.Read(0, false);
     EXPECT_EQ(outcome.bytes.substr(0, 13), std::string("HTTP/1.1 ") + row.status + " ");
-    EXPECT_EQ(outcome.end, End::kInOrder);
+    EXPECT_EQ(outcome.end, End::kOrderly);
   }
 }
 
-TEST(SandboxRubbish, ClientThatVanishesLeavesAnIncompleteRecord) {
+TEST(SandboxMalformedInput, LeavesAnIncompleteRecordWhenTheClientDisconnects) {
   Sandbox sandbox;
   Wire(sandbox).Send("POST / HT");
   Wire(sandbox).Send(Post("Content-Length: 10\r\n", "part"));
@@ -140,9 +141,9 @@ TEST(SandboxRubbish, ClientThatVanishesLeavesAnIncompleteRecord) {
   EXPECT_EQ(request.status, 0);
 }
 
-TEST(SandboxFaults, FireAsScriptedAndAreToldApart) {
+TEST(SandboxFaults, TakeEffectAsScriptedAndAreReported) {
   const std::string head = "HTTP/1.1 201 Made\r\nA:  b\r\nContent-Length: 5\r\n\r\n";
-  const std::string uncounted = "HTTP/1.1 201 Made\r\nA:  b\r\n\r\nreply";
+  const std::string unframed = "HTTP/1.1 201 Made\r\nA:  b\r\n\r\nreply";
   struct Row {
     const char* name;
     Script script;
@@ -152,10 +153,10 @@ TEST(SandboxFaults, FireAsScriptedAndAreToldApart) {
   };
   const Row rows[] = {
       {"plain reply", {}, head + "reply", End::kOpen, {}},
-      {"cut in the head", {.cutAfter = 10}, head.substr(0, 10), End::kInOrder, {"cutAfter"}},
-      {"cut before all", {.cutAfter = 0}, "", End::kInOrder, {"cutAfter"}},
-      {"cut in the body", {.cutBodyAfter = 2}, head + "re", End::kInOrder, {"cutBodyAfter"}},
-      {"cut beyond the end", {.cutAfter = 1000}, head + "reply", End::kOpen, {}},
+      {"cut in the head", {.cutAfter = 10}, head.substr(0, 10), End::kOrderly, {"cutAfter"}},
+      {"cut before the first byte", {.cutAfter = 0}, "", End::kOrderly, {"cutAfter"}},
+      {"cut in the body", {.cutBodyAfter = 2}, head + "re", End::kOrderly, {"cutBodyAfter"}},
+      {"cut after the end", {.cutAfter = 1000}, head + "reply", End::kOpen, {}},
       {"body cut at its end", {.cutBodyAfter = 5}, head + "reply", End::kOpen, {}},
       {"reset", {.reset = true}, "", End::kReset, {"reset"}},
       {"reset at a cut",
@@ -163,17 +164,17 @@ TEST(SandboxFaults, FireAsScriptedAndAreToldApart) {
        head + "r",
        End::kReset,
        {"cutBodyAfter", "reset"}},
-      {"never answered", {.neverAnswer = true}, "", End::kOpen, {"neverAnswer"}},
-      {"uncounted", {.noContentLength = true}, uncounted, End::kInOrder, {"noContentLength"}},
+      {"no reply", {.neverAnswer = true}, "", End::kOpen, {"neverAnswer"}},
+      {"no Content-Length", {.noContentLength = true}, unframed, End::kOrderly, {"noContentLength"}},
       {"reading stops", {.stopReadingAfter = 2}, "", End::kOpen, {"stopReadingAfter"}},
       {"reading stops at the end", {.stopReadingAfter = 4}, head + "reply", End::kOpen, {}},
-      {"reset in the body",
+      {"reset while reading the body",
        {.reset = true, .stopReadingAfter = 2},
        "",
        End::kReset,
        {"reset", "stopReadingAfter"}},
-      {"answered early", {.answerEarly = true}, head + "reply", End::kOpen, {"answerEarly"}},
-      {"hung up", {.hangUp = true}, head + "reply", End::kInOrder, {"hangUp"}},
+      {"early reply", {.answerEarly = true}, head + "reply", End::kOpen, {"answerEarly"}},
+      {"closed after the reply", {.hangUp = true}, head + "reply", End::kOrderly, {"hangUp"}},
   };
   Sandbox sandbox;
   for (const Row& row : rows) {
@@ -199,7 +200,7 @@ TEST(SandboxFaults, FireAsScriptedAndAreToldApart) {
   }
 }
 
-TEST(SandboxFaults, EarlyAnswerComesBeforeTheBody) {
+TEST(SandboxFaults, SendAnEarlyReplyBeforeTheBodyArrives) {
   Sandbox sandbox;
   sandbox.Add({.status = 413, .answerEarly = true});
   Wire wire(sandbox);
@@ -210,7 +211,7 @@ TEST(SandboxFaults, EarlyAnswerComesBeforeTheBody) {
   EXPECT_TRUE(sandbox.WaitForBody(0, 4));
 }
 
-TEST(SandboxFaults, WaitsLastAsLongAsAsked) {
+TEST(SandboxFaults, DelayForTheScriptedTime) {
   Sandbox sandbox;
   const int delayed = sandbox.Add({.delayMs = 300});
   const int slow = sandbox.Add({.readSlowly = 1000});
@@ -225,7 +226,7 @@ TEST(SandboxFaults, WaitsLastAsLongAsAsked) {
   }
 }
 
-TEST(SandboxScripts, ApplyInOrderToWhatMatches) {
+TEST(SandboxScripts, ApplyInOrderToMatchingRequests) {
   Sandbox sandbox;
   sandbox.Add({.host = "graph.facebook.com", .status = 501});
   sandbox.Add({.method = "PUT", .status = 502});
@@ -264,7 +265,7 @@ TEST(SandboxRecord, KeepsHeadsByteForByte) {
   EXPECT_EQ(request.Header("x"), "  two \t");
 }
 
-// One byte to a chunk makes the form's reader see each delimiter in every state of incompleteness.
+// Chunks of one byte show the form parser every incomplete prefix of each delimiter.
 std::string Chunked(std::string_view type, std::string_view body) {
   std::string chunks;
   for (const char c : body) chunks += std::string("1;ext=1\r\n") + c + "\r\n";
@@ -272,7 +273,7 @@ std::string Chunked(std::string_view type, std::string_view body) {
               chunks + "0\r\nTrailer: t\r\n\r\n");
 }
 
-TEST(SandboxRecord, TakesFormsApartExactly) {
+TEST(SandboxRecord, SplitsFormsExactly) {
   const std::string tricky =
       "\r\n\r\n--b\r\r\n--bo\r\n--\r\n\r\n-bound --bound\r\nContent-Type: no\r\n\r\n\xff" +
       std::string(1, '\0') + "\r\n-";
@@ -282,7 +283,7 @@ TEST(SandboxRecord, TakesFormsApartExactly) {
       "Content-Type: video/mp4\r\n\r\n\r\n--bound\r\n\r\nbare\r\n--bound--\r\nepilogue";
   const std::string type = "Multipart/Form-Data; boundary=\"bound\"";
   Sandbox sandbox;
-  for (const std::string& sent : {Counted(type, form), Chunked(type, form)}) {
+  for (const std::string& sent : {WithLength(type, form), Chunked(type, form)}) {
     sandbox.Reset();
     Wire wire(sandbox);
     wire.Send(sent);
@@ -310,8 +311,8 @@ std::string Metadata(const std::string& title, const std::string& tags = "",
 
 class SandboxTwitter : public TwitterTest {
  protected:
-  // Sends a recorded request once more, over plain HTTP; returns the reply.
-  std::string Repeat(const Request& request, const std::string& body) {
+  // Sends a recorded request again, over plain HTTP. Returns the reply.
+  std::string Replay(const Request& request, const std::string& body) {
     const std::string line = request.method + " http://" + request.host + request.target;
     Wire wire(sandbox);
     wire.Send(line + request.head.substr(request.method.size() + 1 + request.target.size()) + body);
@@ -319,7 +320,7 @@ class SandboxTwitter : public TwitterTest {
   }
 };
 
-TEST_F(SandboxTwitter, RefusesANonceThatComesAgain) {
+TEST_F(SandboxTwitter, RejectsAReusedNonce) {
   const TempFile photo("photo.png", "content");
   TwitterUploadFile upload{};
   const std::string path = photo.Path();
@@ -351,7 +352,7 @@ TEST_F(SandboxTwitter, RefusesANonceThatComesAgain) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    const std::string reply = Repeat(row.request, row.body);
+    const std::string reply = Replay(row.request, row.body);
     EXPECT_NE(reply.find(row.reply), std::string::npos) << reply;
     EXPECT_EQ(reply.substr(9, 3),
               row.reply == std::string_view("Could not authenticate you") ? "401" : "400");
@@ -359,7 +360,7 @@ TEST_F(SandboxTwitter, RefusesANonceThatComesAgain) {
   EXPECT_EQ(Count("refused"), 4U);
 }
 
-TEST(SandboxYoutube, RefusesWhatTheServiceWould) {
+TEST(SandboxYoutube, RejectsWhatTheServiceRejects) {
   struct Row {
     const char* name;
     std::string token, length, body;
@@ -369,18 +370,18 @@ TEST(SandboxYoutube, RefusesWhatTheServiceWould) {
       {"accepted", "t", "5", Metadata(std::string(100, 'a'), "'x','y'"), "200"},
       {"strict JSON", "t", "5",
        R"({"snippet":{"title":"a\u00e9","categoryId":"1"},"status":{"privacyStatus":"private"}})", "200"},
-      {"raw line feed in a text", "t", "5", Metadata("a\nb"), "200"},
+      {"raw line feed in a string", "t", "5", Metadata("a\nb"), "200"},
       {"no token", "", "5", Metadata("a"), "401"},
       {"expired token", "expired", "5", Metadata("a"), "401"},
       {"forbidden", "forbidden", "5", Metadata("a"), "403"},
-      {"length in words", "t", "five", Metadata("a"), "400"},
-      {"quote in a text", "t", "5", Metadata("it's"), "400"},
-      {"cut off", "t", "5", Metadata("a").substr(0, 60), "400"},
-      {"something behind", "t", "5", Metadata("a") + "x", "400"},
+      {"non-numeric length", "t", "five", Metadata("a"), "400"},
+      {"quote in a string", "t", "5", Metadata("it's"), "400"},
+      {"truncated", "t", "5", Metadata("a").substr(0, 60), "400"},
+      {"trailing data", "t", "5", Metadata("a") + "x", "400"},
       {"no title", "t", "5", Metadata(""), "400"},
       {"long title", "t", "5", Metadata(std::string(101, 'a')), "400"},
       {"unknown privacy", "t", "5", Metadata("a", "", "secret"), "400"},
-      {"category in words", "t", "5", Metadata("a", "", "public", "Music"), "400"},
+      {"non-numeric category", "t", "5", Metadata("a", "", "public", "Music"), "400"},
       {"long tags", "t", "5", Metadata("a", "'" + std::string(501, 't') + "'"), "400"},
   };
   Sandbox sandbox;

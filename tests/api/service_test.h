@@ -1,4 +1,4 @@
-// What every test of a service starts from: a clean sandbox, and the library's proxy pointed at it.
+// The common fixture of the service tests: a clean sandbox, which the library uses as its proxy.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,14 +23,14 @@ class ServiceTest : public testing::Test {
   Sandbox sandbox;
 };
 
-// A reply, or a fault, and what the call that meets it answers.
+// A reply or fault, and the result that the call must return.
 struct Outcome {
   const char* name;
   Script reply;
   int32_t result;
 };
 
-// What uploads take unchanged: names and contents that a careless implementation would lose.
+// Files that must be uploaded unchanged. A careless implementation would corrupt their names or contents.
 struct Media {
   const char* name;
   std::string fileName;
@@ -38,15 +38,15 @@ struct Media {
 };
 inline std::vector<Media> MediaToUpload() {
   return {{"empty", "empty.mp4", ""},
-          {"a Chinese name", "\xE6\x88\x91\xE7\x9A\x84 \xE8\xA7\x86\xE9\xA2\x91.mp4", "content"},
-          {"every byte", "bytes.bin", RandomBytes(100000, 1)},
+          {"Chinese name", "\xE6\x88\x91\xE7\x9A\x84 \xE8\xA7\x86\xE9\xA2\x91.mp4", "content"},
+          {"all byte values", "bytes.bin", RandomBytes(100000, 1)},
           {"larger than any buffer", "large.bin", RandomBytes(3 * 1024 * 1024 + 1, 2)}};
 }
 
-// A proxy address that refuses every connection.
+// The URL of a proxy that refuses every connection.
 constexpr const char* kRefusingProxy = "http://127.0.0.1:1";
 
-// Fills a record's field; text that does not fit would be a mistake of the test.
+// Fills a record's field. A string that does not fit is an error in the test.
 template <size_t width>
 void Fill(char (&field)[width], const std::string& text) {
   ASSERT_LE(text.size(), width);
@@ -62,8 +62,8 @@ inline void ExpectTenSecondLimit(const std::function<int32_t()>& call) {
   EXPECT_LE(waited.count(), 13);
 }
 
-// Starts an upload on another thread, cancels it through its handle once figures of it show, and answers what the
-// upload returned; `total` is what the handle told of its size. The request that is cancelled has the given index.
+// Starts an upload on another thread, cancels it through its handle once it reports progress, and returns the
+// upload's result. `index` is the request to cancel. `total` receives the size that the handle reports.
 inline int32_t CancelInMidTransfer(Sandbox& sandbox, size_t index, FileUploader* uploader,
                                    decltype(&GetYoutubeUploadFileProgress) progress,
                                    decltype(&CancelYoutubeUploadFile) cancel,
@@ -79,7 +79,7 @@ inline int32_t CancelInMidTransfer(Sandbox& sandbox, size_t index, FileUploader*
   return result;
 }
 
-// Whether the file can be deleted now: on Windows an open file cannot.
+// Deletes the file and returns whether that succeeded. On Windows, an open file cannot be deleted.
 inline bool Deletable(const TempFile& file) {
   std::error_code failure;
   return std::filesystem::remove(file.File(), failure);

@@ -1,4 +1,4 @@
-// No two signatures share a nonce: on threads and in processes that begin at the same moment as well.
+// Every signature has a nonce of its own, even on threads and in processes that start simultaneously.
 #include <boost/process/args.hpp>
 #include <boost/process/child.hpp>
 #include <fstream>
@@ -35,19 +35,19 @@ class TwitterNonces : public TwitterTest {
   }
 };
 
-TEST_F(TwitterNonces, OfNewThreadsAtOnce) {
+TEST_F(TwitterNonces, DifferOnConcurrentThreads) {
   std::vector<std::thread> threads;
   for (int number = 0; number < kSignatures; ++number) threads.emplace_back([=, this] { Tweet(number); });
   for (std::thread& thread : threads) thread.join();
   ExpectAllDifferent();
 }
 
-TEST_F(TwitterNonces, OfNewThreadsOneAfterTheOther) {
+TEST_F(TwitterNonces, DifferOnSuccessiveThreads) {
   for (int number = 0; number < kSignatures; ++number) std::thread([=, this] { Tweet(number); }).join();
   ExpectAllDifferent();
 }
 
-TEST_F(TwitterNonces, OfProcessesThatSignAtOnce) {
+TEST_F(TwitterNonces, DifferInConcurrentProcesses) {
   const TempFile anchor("anchor", "");
   const fs::path folder = anchor.File().parent_path();
   const auto ready = [&](int number) { return folder / ("ready-" + std::to_string(number)); };

@@ -1,4 +1,4 @@
-// Publishing a photo: every request of the upload byte by byte, sizes, names, states, result codes, cancels.
+// Publishing a photo: the exact requests, file sizes, names, states, result codes and cancellation.
 #include <chrono>
 #include <thread>
 
@@ -14,7 +14,7 @@ class TwitterPhoto : public TwitterTest {
  protected:
   TwitterPhoto() { Fill(upload.statusText, "look"); }
   ~TwitterPhoto() override {
-    uploader->state = 0;  // a finished upload leaves its handle busy for good
+    uploader->state = 0;  // a completed upload leaves its handle busy
     EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_OK);
   }
 
@@ -31,7 +31,7 @@ class TwitterPhoto : public TwitterTest {
     return Start();
   }
 
-  // What arrived, in a few letters each: the form's command, STATUS for its query, TWEET.
+  // Returns one word per request received: the form's command, STATUS for the status query, or TWEET.
   std::string Steps() {
     std::string steps;
     for (const Request& request : sandbox.Requests()) {
@@ -42,8 +42,8 @@ class TwitterPhoto : public TwitterTest {
     return steps;
   }
 
-  // Scripts the replies from INIT on; a script that passes through leaves its step to the service.
-  void Answer(const std::vector<Script>& steps) {
+  // Scripts the replies to the steps from INIT on. With kPass, the service itself replies to a step.
+  void ScriptReplies(const std::vector<Script>& steps) {
     for (Script step : steps) {
       step.host = kUploadHost;
       step.method = "POST";
@@ -63,11 +63,11 @@ std::string FieldsOf(const Request& request) {
   return text;
 }
 
-TEST_F(TwitterPhoto, SendsEveryRequestToTheByte) {
+TEST_F(TwitterPhoto, SendsTheExactRequests) {
   const std::string content = "not\0much\xFF of a photo\r\n--" + RandomBytes(1000, 1);
-  Answer({{.status = 202, .body = R"({"media_id_string":"71\/0"})"},
-          {.status = 204},
-          {.body = R"({"processing_info":{"state":"pending"}})"}});
+  ScriptReplies({{.status = 202, .body = R"({"media_id_string":"71\/0"})"},
+                 {.status = 204},
+                 {.body = R"({"processing_info":{"state":"pending"}})"}});
   sandbox.Add({.method = "GET", .status = 500});
   sandbox.Add({.path = kTweetPath});
   EXPECT_EQ(Start(TempFile("photo.jpg", content)), VELK_OK);
@@ -127,7 +127,7 @@ TEST_F(TwitterPhoto, PublishesFilesOfEverySize) {
       const FormField* media = request.Field("media");
       if (!media) continue;
       EXPECT_EQ(request.Field("segment_index")->content, std::to_string(segments.size()));
-      EXPECT_EQ(request.Header("Expect"), "") << "no segment waits to be asked for";
+      EXPECT_EQ(request.Header("Expect"), "") << "segments do not wait for 100 Continue";
       segments.push_back(media->size);
     }
     EXPECT_EQ(segments, row.segments);
@@ -141,17 +141,18 @@ TEST_F(TwitterPhoto, PublishesFilesOfEverySize) {
   EXPECT_EQ(GetTwitterUploadFileProgress(uploader, &uploaded, &total), VELK_OK);
   EXPECT_EQ(uploaded, total);
   EXPECT_GE(total, 1.0 * kSegment);
-  EXPECT_LE(total, 1.0 * kSegment + 1000) << "the last segment's figures, its form included";
+  EXPECT_LE(total, 1.0 * kSegment + 1000) << "the last segment and its form";
   EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_BUSY);
 }
 
-TEST_F(TwitterPhoto, RefusesALargerFileBeforeAnyRequest) {
+TEST_F(TwitterPhoto, RejectsAFileThatIsTooLargeBeforeSending) {
   EXPECT_EQ(Start(TempFile("photo.png", RandomBytes(5'242'881, 3))), VELK_TOO_LARGE);
-  EXPECT_EQ(Start(TempFile::Sparse("photo.png", (4ULL << 30) + 5)), VELK_TOO_LARGE) << "not cut to 32 bits";
+  EXPECT_EQ(Start(TempFile::Sparse("photo.png", (4ULL << 30) + 5)), VELK_TOO_LARGE)
+      << "the size is not truncated to 32 bits";
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
-TEST_F(TwitterPhoto, TakesNamesAsTheyAre) {
+TEST_F(TwitterPhoto, AcceptsAnyFileAndFolderName) {
   const std::pair<const char*, const char*> rows[] = {
       {"x.jpeg", "jpe"},
       {"x.PNG", "PNG"},
@@ -173,14 +174,14 @@ TEST_F(TwitterPhoto, TakesNamesAsTheyAre) {
   EXPECT_EQ(Start(), VELK_OK);
 }
 
-TEST_F(TwitterPhoto, FollowsWhatTheServiceNames) {
+TEST_F(TwitterPhoto, UsesTheIdentifiersAndStatesOfTheService) {
   const std::string longest(1023, 'i');
   const auto id = [](const std::string& text) {
     return Reply(200, R"({"media_id_string":")" + text + "\"}");
   };
   const auto state = [](const std::string& text) { return Reply(201, R"({"state":")" + text + "\"}"); };
-  const std::string straight = "INIT APPEND FINALIZE TWEET ";
-  const std::string waited = "INIT APPEND FINALIZE STATUS TWEET ";
+  const std::string withoutStatus = "INIT APPEND FINALIZE TWEET ";
+  const std::string withStatus = "INIT APPEND FINALIZE STATUS TWEET ";
   struct Row {
     const char* name;
     Script init;
@@ -189,41 +190,41 @@ TEST_F(TwitterPhoto, FollowsWhatTheServiceNames) {
     std::string mediaIds;
   };
   const Row rows[] = {
-      {"no state", id("9"), Reply(201), straight, "9"},
-      {"state success", id("9"), state("success"), straight, "success"},
-      {"state empty", id("9"), state(""), straight, ""},
-      {"no media id", Reply(202, R"({"media_id":9})"), Reply(200), straight, ""},
-      {"media id empty", id(""), Reply(200), straight, ""},
-      {"the longest id", id(longest), Reply(200), straight, longest},
-      {"an id too long", id(longest + "i"), Reply(200), "INIT ", ""},
-      {"the longest state", id("9"), state(longest), waited, longest},
-      {"a state too long", id("9"), state(longest + "i"), "INIT APPEND FINALIZE ", ""},
+      {"no state", id("9"), Reply(201), withoutStatus, "9"},
+      {"successful state", id("9"), state("success"), withoutStatus, "success"},
+      {"empty state", id("9"), state(""), withoutStatus, ""},
+      {"no media id", Reply(202, R"({"media_id":9})"), Reply(200), withoutStatus, ""},
+      {"empty media id", id(""), Reply(200), withoutStatus, ""},
+      {"longest id", id(longest), Reply(200), withoutStatus, longest},
+      {"id too long", id(longest + "i"), Reply(200), "INIT ", ""},
+      {"longest state", id("9"), state(longest), withStatus, longest},
+      {"state too long", id("9"), state(longest + "i"), "INIT APPEND FINALIZE ", ""},
   };
   const TempFile photo("photo.png", "content");
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Reset();
-    Answer({row.init, Reply(204), row.finalize});
+    ScriptReplies({row.init, Reply(204), row.finalize});
     sandbox.Add({.method = "GET"});
     sandbox.Add({.path = kTweetPath});
     const auto began = std::chrono::steady_clock::now();
     EXPECT_EQ(Start(photo), row.steps.ends_with("TWEET ") ? VELK_OK : VELK_BUFFER_TOO_SMALL);
     const auto took = std::chrono::steady_clock::now() - began;
-    EXPECT_GE(took, std::chrono::seconds(row.steps == waited ? 1 : 0));
+    EXPECT_GE(took, std::chrono::seconds(row.steps == withStatus ? 1 : 0));
     EXPECT_EQ(Steps(), row.steps);
     if (!row.steps.ends_with("TWEET ")) continue;
     EXPECT_EQ(sandbox.Requests().back().body, "media_ids=" + row.mediaIds + "&status=look");
   }
 }
 
-TEST_F(TwitterPhoto, JudgesEveryReply) {
+TEST_F(TwitterPhoto, MapsEveryReplyToItsCode) {
   const std::string credentials = "Could not authenticate you";
   const std::string duplicate = "Status is a duplicate.";
   const std::string all[] = {"INIT ", "APPEND ", "FINALIZE ", "TWEET "};
   struct Row {
     const char* name;
-    int step;      // the one that gets the reply; those before it succeed
-    Script reply;  // two resets end a step that goes over a kept connection and then over a fresh one
+    int step;      // the step that gets the reply; the steps before it succeed
+    Script reply;  // two resets where a step is retried on a new connection
     int32_t result;
   };
   const Row rows[] = {
@@ -257,38 +258,38 @@ TEST_F(TwitterPhoto, JudgesEveryReply) {
     sandbox.Add(row.reply);
     if (row.reply.times == 2) steps += all[row.step];
     EXPECT_EQ(Start(photo), row.result);
-    EXPECT_EQ(Steps(), steps) << "a failed step is the last";
+    EXPECT_EQ(Steps(), steps) << "no step follows a failed one";
   }
   EXPECT_TRUE(Deletable(photo)) << "no failure leaves the file open";
 }
 
-TEST_F(TwitterPhoto, IgnoresHowTheFirstTransferEnds) {
+TEST_F(TwitterPhoto, IgnoresABrokenInitReply) {
   const std::string body = R"({"media_id_string":"9","expires":1})";
-  Answer({{.body = body, .cutBodyAfter = body.size() - 3, .reset = true}, {}, {}});
+  ScriptReplies({{.body = body, .cutBodyAfter = body.size() - 3, .reset = true}, {}, {}});
   sandbox.Add({.path = kTweetPath});
-  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_OK) << "its status had come";
+  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_OK) << "the status had already arrived";
   EXPECT_EQ(Steps(), "INIT APPEND FINALIZE TWEET ");
 }
 
-TEST_F(TwitterPhoto, TellsConnectionsThatAreNotMade) {
-  // How many connections open before the silent one; each is a step's.
+TEST_F(TwitterPhoto, ReportsConnectTimeoutsOfEachStep) {
+  // The number of connections that open before the silent one. Each step opens one.
   const std::pair<int, int32_t> rows[] = {
       {0, VELK_UNEXPECTED_REPLY}, {1, VELK_TOO_LARGE}, {2, VELK_TOO_LARGE}, {3, VELK_TRANSFER_FAILED}};
   const TempFile photo("photo.png", "content");
   for (const auto& [opened, result] : rows) {
     SCOPED_TRACE(opened);
     sandbox.Reset();
-    // No connection is kept, so that each step opens one.
+    // No connection is reused, so that each step opens its own.
     sandbox.Add({.times = 0, .passThrough = true, .hangUp = true});
     if (opened > 0) sandbox.Add({.method = "CONNECT", .times = opened, .passThrough = true});
     sandbox.Add({.method = "CONNECT", .neverAnswer = true});
     EXPECT_EQ(Start(photo), result);
   }
   SetLibVelkUploadProxy(kRefusingProxy);
-  EXPECT_EQ(Start(photo), VELK_UNEXPECTED_REPLY) << "the first step only looks at the status";
+  EXPECT_EQ(Start(photo), VELK_UNEXPECTED_REPLY) << "INIT depends on the status only";
 }
 
-TEST_F(TwitterPhoto, ChecksBeforeItSends) {
+TEST_F(TwitterPhoto, ValidatesArgumentsBeforeSending) {
   Choose(TempFile("photo.png", "gone at once"));
   EXPECT_EQ(StartTwitterUploadPhoto(nullptr, &consumer, &token, &upload), VELK_MISSING_ARGUMENT);
   EXPECT_EQ(StartTwitterUploadPhoto(uploader, nullptr, &token, &upload), VELK_MISSING_ARGUMENT);
@@ -297,40 +298,40 @@ TEST_F(TwitterPhoto, ChecksBeforeItSends) {
   for (char* field : {consumer.consumerKey, consumer.consumerSecret, token.oauthToken, token.oauthTokenSecret,
                       token.userId, token.screenName, upload.statusText}) {
     const char kept = std::exchange(*field, '\0');
-    EXPECT_EQ(Start(), VELK_MISSING_ARGUMENT) << "told before the missing file";
+    EXPECT_EQ(Start(), VELK_MISSING_ARGUMENT) << "reported before the missing file";
     *field = kept;
   }
   EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
   *upload.fileName = '\0';
-  EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED) << "a folder is no file";
+  EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED) << "a folder is not a file";
   *upload.folderPath = '\0';
   EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
-TEST_F(TwitterPhoto, FindsOutALongTextAfterTheUpload) {
+TEST_F(TwitterPhoto, RejectsALongTextAfterTheUpload) {
   Fill(upload.statusText, std::string(1024, 'x'));
   EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_TOO_LARGE);
   EXPECT_EQ(Steps(), "INIT APPEND FINALIZE ");
 }
 
-TEST_F(TwitterPhoto, ReadsWholeFieldsAndSignsTheStatusQuery) {
+TEST_F(TwitterPhoto, ReadsUnterminatedFieldsAndSignsTheStatusQuery) {
   FillWholeFields();
   Fill(token.userId, std::string(260, 'u'));
   Fill(token.screenName, std::string(260, 'n'));
   Fill(upload.folderPath, std::string(1024, 'f'));
   Fill(upload.fileName, std::string(1024, 'n'));
   EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
-  Answer({kPass, kPass, Reply(200, R"({"state":"in_progress"})")});
+  ScriptReplies({kPass, kPass, Reply(200, R"({"state":"in_progress"})")});
   sandbox.Add({.path = kTweetPath});
   EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_OK);
   EXPECT_EQ(Steps(), "INIT APPEND FINALIZE STATUS TWEET ");
   ExpectVerified(3);
 }
 
-TEST_F(TwitterPhoto, EndsWhenTheFileShrinks) {
+TEST_F(TwitterPhoto, StopsWhenTheFileShrinks) {
   const TempFile photo("photo.png", RandomBytes(2 * kSegment, 4));
-  Answer({kPass, {.passThrough = true, .delayMs = 500}});
+  ScriptReplies({kPass, {.passThrough = true, .delayMs = 500}});
   Choose(photo);
   int32_t result = VELK_OK;
   std::thread publishing([&] { result = Start(); });
@@ -341,29 +342,29 @@ TEST_F(TwitterPhoto, EndsWhenTheFileShrinks) {
   EXPECT_EQ(Steps(), "INIT APPEND ");
 }
 
-TEST_F(TwitterPhoto, CancelsInMidSegmentFromAnotherThread) {
+TEST_F(TwitterPhoto, CancelsDuringASegmentFromAnotherThread) {
   const TempFile photo("photo.png", RandomBytes(2 * kSegment, 5));
-  Answer({kPass, kPass, {.passThrough = true, .readSlowly = 100'000}});
+  ScriptReplies({kPass, kPass, {.passThrough = true, .readSlowly = 100'000}});
   Choose(photo);
   double total = 0;
   EXPECT_EQ(CancelInMidTransfer(
                 sandbox, 2, uploader, GetTwitterUploadFileProgress, CancelTwitterUploadFile,
                 [this] { return Start(); }, total),
             VELK_CANCELLED);
-  EXPECT_LE(total, 1.0 * kSegment + 1000) << "the figures follow one segment";
+  EXPECT_LE(total, 1.0 * kSegment + 1000) << "the progress is that of one segment";
   EXPECT_EQ(Steps().substr(0, 12), "INIT APPEND ");
   EXPECT_EQ(Steps().find("FINALIZE"), std::string::npos);
   EXPECT_EQ(uploader->state, 0U);
   EXPECT_TRUE(Deletable(photo));
 
   sandbox.Reset();
-  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_CANCELLED) << "a cancel is never forgotten";
+  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_CANCELLED) << "the cancel request persists";
   EXPECT_EQ(Steps().substr(0, 5), "INIT ");
   EXPECT_EQ(Steps().find("FINALIZE"), std::string::npos);
-  EXPECT_EQ(Start(TempFile("photo.png", "")), VELK_OK) << "only segments heed it";
+  EXPECT_EQ(Start(TempFile("photo.png", "")), VELK_OK) << "only segments check for it";
 }
 
-TEST_F(TwitterPhoto, RunsOnTwoThreadsAtOnce) {
+TEST_F(TwitterPhoto, RunsOnTwoThreadsConcurrently) {
   const TempFile photo("photo.png", RandomBytes(kSegment, 6));
   Choose(photo);
   TwitterUploadFile other = upload;

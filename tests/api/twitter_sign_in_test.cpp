@@ -1,4 +1,4 @@
-// Signing in to Twitter: both requests byte by byte, the replies read by position, every result code.
+// Signing in to Twitter: the exact requests, the replies read by position, and every result code.
 #include "api/twitter_test.h"
 
 namespace velk::test {
@@ -25,7 +25,7 @@ class TwitterSignIn : public TwitterTest {
   TwitterAccessRequest request{};
 };
 
-TEST_F(TwitterSignIn, LeadsFromTheConsumerToATweet) {
+TEST_F(TwitterSignIn, SignsInAndPostsATweet) {
   ASSERT_EQ(GetUrl(), VELK_OK);
   ASSERT_EQ(std::string(url).substr(0, 52), kAuthorize);
   EXPECT_EQ(urlSize, static_cast<int32_t>(sizeof url));
@@ -123,18 +123,18 @@ TEST_F(TwitterSignIn, ReadsTheAccessTokenByPosition) {
   }
 }
 
-TEST_F(TwitterSignIn, JudgesEveryReply) {
+TEST_F(TwitterSignIn, MapsEveryReplyToItsCode) {
   const std::string good = "oauth_token=abc&oauth_token_secret=def";
   const std::string refused = "<hash>Failed to validate oauth signature and token</hash>";
   const Outcome rows[] = {
-      {"401 with the words", Reply(401, refused), VELK_CREDENTIALS_REFUSED},
-      {"400 with the words", Reply(400, refused), VELK_CREDENTIALS_REFUSED},
-      {"403 with the words", Reply(403, refused), VELK_UNEXPECTED_REPLY},
-      {"401 with other words", Reply(401, "Could not authenticate you."), VELK_UNEXPECTED_REPLY},
+      {"401 signature error", Reply(401, refused), VELK_CREDENTIALS_REFUSED},
+      {"400 signature error", Reply(400, refused), VELK_CREDENTIALS_REFUSED},
+      {"403 signature error", Reply(403, refused), VELK_UNEXPECTED_REPLY},
+      {"401 other error", Reply(401, "Could not authenticate you."), VELK_UNEXPECTED_REPLY},
       {"500", Reply(500, good), VELK_UNEXPECTED_REPLY},
       {"201", Reply(201, good), VELK_UNEXPECTED_REPLY},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
-      {"cut", {.body = good, .cutBodyAfter = 20, .reset = true}, VELK_TRANSFER_FAILED},
+      {"truncated", {.body = good, .cutBodyAfter = 20, .reset = true}, VELK_TRANSFER_FAILED},
       {"connection refused", {.refuseConnect = 503}, VELK_TRANSFER_FAILED},
   };
   for (const Outcome& row : rows) {
@@ -150,7 +150,7 @@ TEST_F(TwitterSignIn, JudgesEveryReply) {
   EXPECT_EQ(GetTwitterOauthUrl("ck", "another secret", &urlSize, url), VELK_CREDENTIALS_REFUSED);
 }
 
-TEST_F(TwitterSignIn, ChecksBeforeItSends) {
+TEST_F(TwitterSignIn, ValidatesArgumentsBeforeSending) {
   for (const char* missing : {static_cast<const char*>(nullptr), ""}) {
     EXPECT_EQ(GetTwitterOauthUrl(missing, "x", &urlSize, url), VELK_MISSING_ARGUMENT);
     EXPECT_EQ(GetTwitterOauthUrl("x", missing, &urlSize, url), VELK_MISSING_ARGUMENT);
@@ -167,25 +167,25 @@ TEST_F(TwitterSignIn, ChecksBeforeItSends) {
   EXPECT_STREQ(url, kUntouched);
 }
 
-TEST_F(TwitterSignIn, SendsTokenAndVerifierAsTheyStandAndUnsigned) {
+TEST_F(TwitterSignIn, SendsTokenAndVerifierUnescapedAndUnsigned) {
   Fill(request.requestToken, "a=b%2B+c~");
   Fill(request.verifier, "1=x+\"2\"%");
-  EXPECT_EQ(GetToken(), VELK_CREDENTIALS_REFUSED) << "the service knows no such token";
+  EXPECT_EQ(GetToken(), VELK_CREDENTIALS_REFUSED) << "the service does not know this token";
   ExpectVerified(1);
   const std::string query = sandbox.Only().Query();
   EXPECT_EQ(query.substr(query.find("&oauth_token")), "&oauth_token=a=b%2B+c~&oauth_verifier=1=x+\"2\"%");
 
   Fill(request.verifier, "1 2");
-  EXPECT_EQ(GetToken(), VELK_TRANSFER_FAILED) << "no URL holds a blank";
+  EXPECT_EQ(GetToken(), VELK_TRANSFER_FAILED) << "a URL cannot contain a space";
   EXPECT_EQ(sandbox.Requests().size(), 1U);
 }
 
-TEST_F(TwitterSignIn, ReadsWholeFieldsAndNoFurther) {
+TEST_F(TwitterSignIn, ReadsUnterminatedFieldsToTheirWidth) {
   Fill(request.consumerKey, std::string(1024, 'k'));
   Fill(request.consumerSecret, std::string(1024, 's'));
   Fill(request.requestToken, std::string(1024, 't'));
   Fill(request.verifier, std::string(1024, 'v'));
-  EXPECT_EQ(GetToken(), VELK_CREDENTIALS_REFUSED) << "the service knows no such token";
+  EXPECT_EQ(GetToken(), VELK_CREDENTIALS_REFUSED) << "the service does not know this token";
   ExpectVerified(1);
   const std::string query = sandbox.Only().Query();
   EXPECT_TRUE(query.starts_with("oauth_consumer_key=" + std::string(1004, 'k') + "&oauth_nonce="));
@@ -193,7 +193,7 @@ TEST_F(TwitterSignIn, ReadsWholeFieldsAndNoFurther) {
                               "&oauth_verifier=" + std::string(1024, 'v')));
 }
 
-TEST_F(TwitterSignIn, GivesUpOnASilentService) {
+TEST_F(TwitterSignIn, TimesOutOnASilentService) {
   sandbox.Add({.neverAnswer = true});
   ExpectTenSecondLimit([this] { return GetUrl(); });
 }

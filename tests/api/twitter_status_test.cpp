@@ -1,4 +1,4 @@
-// Posting a tweet: the request byte by byte, every text's signature, every result code.
+// Posting a tweet: the exact request, the signature of every text, and every result code.
 #include "api/twitter_test.h"
 
 namespace velk::test {
@@ -11,7 +11,7 @@ class TwitterStatus : public TwitterTest {
   }
 };
 
-TEST_F(TwitterStatus, SendsTheRequestToTheByte) {
+TEST_F(TwitterStatus, SendsTheExactRequest) {
   sandbox.Add({});
   EXPECT_EQ(Post("50% off & more", "710,711"), VELK_OK);
   const Request request = sandbox.Only();
@@ -41,7 +41,7 @@ TEST_F(TwitterStatus, SignsAndSendsEveryText) {
   ExpectVerified(texts.size());
 }
 
-TEST_F(TwitterStatus, MeasuresTheTextInBytes) {
+TEST_F(TwitterStatus, LimitsTheTextInBytes) {
   std::string accents;
   while (accents.size() < 420) accents += "\xC3\xA9";
   EXPECT_EQ(Post(accents), VELK_OK);
@@ -50,16 +50,16 @@ TEST_F(TwitterStatus, MeasuresTheTextInBytes) {
   EXPECT_EQ(sandbox.Requests().size(), 1U);
 }
 
-TEST_F(TwitterStatus, SendsEmptyParametersToo) {
+TEST_F(TwitterStatus, AlsoSendsEmptyParameters) {
   token = {};
-  EXPECT_EQ(Post(""), VELK_UNEXPECTED_REPLY) << "the service wants a text";
+  EXPECT_EQ(Post(""), VELK_UNEXPECTED_REPLY) << "the service requires a text";
   ExpectVerified(1);
   const Request request = sandbox.Only();
   EXPECT_EQ(request.body, "media_ids=&status=");
   EXPECT_NE(request.head.find(R"(", oauth_token="", oauth_version=")"), std::string::npos);
 }
 
-TEST_F(TwitterStatus, JudgesEveryReply) {
+TEST_F(TwitterStatus, MapsEveryReplyToItsCode) {
   const std::string credentials = R"({"errors":[{"code":32,"message":"Could not authenticate you."}]})";
   const std::string duplicate = R"({"errors":[{"code":187,"message":"Status is a duplicate."}]})";
   const Outcome rows[] = {
@@ -70,10 +70,10 @@ TEST_F(TwitterStatus, JudgesEveryReply) {
       {"403 duplicate", Reply(403, duplicate), VELK_DUPLICATE_STATUS},
       {"403 without the full stop", Reply(403, "Status is a duplicate"), VELK_UNEXPECTED_REPLY},
       {"401 duplicate", Reply(401, duplicate), VELK_UNEXPECTED_REPLY},
-      {"200 with an error's words", Reply(200, credentials), VELK_OK},
+      {"200 with an error message", Reply(200, credentials), VELK_OK},
       {"201", Reply(201), VELK_UNEXPECTED_REPLY},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
-      {"cut", {.body = "{\"id\":1}", .cutBodyAfter = 2, .reset = true}, VELK_TRANSFER_FAILED},
+      {"truncated", {.body = "{\"id\":1}", .cutBodyAfter = 2, .reset = true}, VELK_TRANSFER_FAILED},
       {"connection refused", {.refuseConnect = 503}, VELK_TRANSFER_FAILED},
   };
   for (const Outcome& row : rows) {
@@ -83,7 +83,7 @@ TEST_F(TwitterStatus, JudgesEveryReply) {
   }
 }
 
-TEST_F(TwitterStatus, MeetsTheServicesOwnRefusals) {
+TEST_F(TwitterStatus, ReportsRejectionsByTheService) {
   EXPECT_EQ(Post("once"), VELK_OK);
   EXPECT_EQ(Post("once"), VELK_DUPLICATE_STATUS);
   EXPECT_EQ(Post("with media", "1"), VELK_UNEXPECTED_REPLY);
@@ -93,14 +93,14 @@ TEST_F(TwitterStatus, MeetsTheServicesOwnRefusals) {
   EXPECT_EQ(All("tweets", "text"), std::vector<std::string>{"once"});
 }
 
-TEST_F(TwitterStatus, ChecksBeforeItSends) {
+TEST_F(TwitterStatus, ValidatesArgumentsBeforeSending) {
   EXPECT_EQ(PostTwitterComment(nullptr, &token, "", ""), VELK_MISSING_ARGUMENT);
   EXPECT_EQ(PostTwitterComment(&consumer, nullptr, "", ""), VELK_MISSING_ARGUMENT);
   EXPECT_EQ(PostTwitterComment(&consumer, &token, nullptr, ""), VELK_MISSING_ARGUMENT);
   EXPECT_EQ(PostTwitterComment(&consumer, &token, "", nullptr), VELK_MISSING_ARGUMENT);
   for (char* field : {consumer.consumerKey, consumer.consumerSecret}) {
     const char kept = std::exchange(*field, '\0');
-    EXPECT_EQ(Post(std::string(421, 'x')), VELK_MISSING_ARGUMENT) << "told before the length";
+    EXPECT_EQ(Post(std::string(421, 'x')), VELK_MISSING_ARGUMENT) << "reported before the length";
     *field = kept;
   }
   EXPECT_TRUE(sandbox.Requests().empty());

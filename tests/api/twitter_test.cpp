@@ -1,4 +1,4 @@
-// Takes out of Twitter's signed heads what differs from run to run.
+// Masks the parts of Twitter's signed heads that differ between runs.
 #include "api/twitter_test.h"
 
 #include <regex>

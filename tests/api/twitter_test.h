@@ -1,4 +1,4 @@
-// What every test of Twitter starts from: a consumer and a user that the stand-in service knows.
+// The common fixture of the Twitter tests: a consumer and a user that the stand-in service knows.
 #pragma once
 
 #include "api/service_test.h"
@@ -21,7 +21,7 @@ class TwitterTest : public ServiceTest {
 
   boost::json::object Service() { return sandbox.State().at("twitter").as_object(); }
   std::uint64_t Count(const char* what) { return Service().at(what).to_number<std::uint64_t>(); }
-  // The texts of one member of each tweet or media, in order.
+  // Returns the values of one member of all tweets or media, in order.
   std::vector<std::string> All(const char* kind, const char* member) {
     std::vector<std::string> texts;
     const boost::json::object service = Service();
@@ -29,13 +29,13 @@ class TwitterTest : public ServiceTest {
       texts.emplace_back(one.at(member).as_string());
     return texts;
   }
-  // The service recomputes every signature; nothing else may have come to it.
+  // Expects that the service verified this number of requests and rejected none. It recomputes every signature.
   void ExpectVerified(std::uint64_t requests) {
     EXPECT_EQ(Count("verified"), requests);
     EXPECT_EQ(Count("refused"), 0U);
   }
 
-  // Fields without a terminator, and what the service knows such keys' secrets to be.
+  // Fills every field without a terminator. The secrets are the ones that the service expects for these keys.
   void FillWholeFields() {
     Fill(consumer.consumerKey, std::string(1024, 'k'));
     Fill(consumer.consumerSecret, std::string(1024, 's'));
@@ -49,8 +49,8 @@ class TwitterTest : public ServiceTest {
 
 inline Script Reply(int status, const std::string& body = "") { return {.status = status, .body = body}; }
 
-// A request's head in which a word replaces what differs from run to run, provided that it is well-formed:
-// the signed parameters (QUOTED, BARE or QUERY) and a form's boundary.
+// Returns a request's head with a word in place of each part that differs between runs: the signed parameters
+// (QUOTED, BARE or QUERY) and a form's boundary (BOUNDARY). Malformed parts stay as they are.
 std::string Masked(std::string head);
 
 }  // namespace velk::test

@@ -1,4 +1,4 @@
-// The handle's and the proxy setting's exports.
+// The exports for upload handles and for the proxy setting.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -8,22 +8,22 @@
 
 namespace {
 
-using Figures = int32_t (*)(const FileUploader*, double*, double*);
+using Progress = int32_t (*)(const FileUploader*, double*, double*);
 using Init = FileUploader* (*)();
 using OnHandle = int32_t (*)(FileUploader*);
 
-TEST(Uploader, TwitterAndFacebookNamesAreOneFunction) {
+TEST(Uploader, TwitterAndFacebookNamesReferToTheSameFunction) {
   EXPECT_EQ(Init{InitFacebookFileUploder}, Init{InitTwitterFileUploder});
-  EXPECT_EQ(Figures{GetFacebookUploadFileProgress}, Figures{GetTwitterUploadFileProgress});
+  EXPECT_EQ(Progress{GetFacebookUploadFileProgress}, Progress{GetTwitterUploadFileProgress});
   EXPECT_EQ(OnHandle{CancelFacebookUploadFile}, OnHandle{CancelTwitterUploadFile});
   EXPECT_EQ(OnHandle{UninitFacebookFileUploder}, OnHandle{UninitTwitterFileUploder});
 }
 
-TEST(Uploader, NullIsAMissingArgumentEverywhere) {
+TEST(Uploader, RejectsNullPointers) {
   FileUploader uploader{1, 2, 1, 0};
   double figure = 0;
-  for (const Figures progress :
-       {Figures{GetFacebookUploadFileProgress}, Figures{GetYoutubeUploadFileProgress}}) {
+  for (const Progress progress :
+       {Progress{GetFacebookUploadFileProgress}, Progress{GetYoutubeUploadFileProgress}}) {
     EXPECT_EQ(progress(nullptr, &figure, &figure), VELK_MISSING_ARGUMENT);
     EXPECT_EQ(progress(&uploader, nullptr, &figure), VELK_MISSING_ARGUMENT);
     EXPECT_EQ(progress(&uploader, &figure, nullptr), VELK_MISSING_ARGUMENT);
@@ -33,7 +33,7 @@ TEST(Uploader, NullIsAMissingArgumentEverywhere) {
     EXPECT_EQ(call(nullptr), VELK_MISSING_ARGUMENT);
 }
 
-TEST(Uploader, FollowsItsStates) {
+TEST(Uploader, TracksItsState) {
   FileUploader* uploader = InitTwitterFileUploder();
   ASSERT_NE(uploader, nullptr);
   const FileUploader zeroed{};
@@ -58,7 +58,7 @@ TEST(Uploader, FollowsItsStates) {
   EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_OK);
 }
 
-TEST(YoutubeUploader, FollowsItsStates) {
+TEST(YoutubeUploader, TracksItsState) {
   FileUploader* uploader = InitYoutubeFileUploder();
   ASSERT_NE(uploader, nullptr);
   double uploaded = -1;
@@ -91,7 +91,7 @@ std::string ReadProxy() {
   return text;
 }
 
-TEST(Proxy, IsStoredWholeOrCutAndNeverMixed) {
+TEST(Proxy, IsReplacedCompletelyAndTruncatedAt255Bytes) {
   const std::pair<const char*, std::string> rows[] = {
       {"http://127.0.0.1:8080", "http://127.0.0.1:8080"},
       {"a:1", "a:1"},
@@ -109,7 +109,7 @@ TEST(Proxy, IsStoredWholeOrCutAndNeverMixed) {
   SetLibVelkUploadProxy("");
 }
 
-TEST(Proxy, WantsRoomForTheWholeSetting) {
+TEST(Proxy, RequiresABufferForTheWholeSetting) {
   SetLibVelkUploadProxy("");
   char text[256] = "untouched";
   int32_t size = 255;

@@ -1,4 +1,4 @@
-// Changing a published video: the request byte by byte, every result code, faults, and what it does to the
+// Updating a published video: the exact request, every result code, faults, and the changes to the caller's
 // record.
 #include <cstring>
 
@@ -25,7 +25,7 @@ class YoutubeUpdate : public ServiceTest {
   YoutubeUploadInfo info{};
 };
 
-TEST_F(YoutubeUpdate, SendsTheRequestToTheByte) {
+TEST_F(YoutubeUpdate, SendsTheExactRequest) {
   struct Row {
     const char* name;
     std::string videoId;
@@ -35,8 +35,8 @@ TEST_F(YoutubeUpdate, SendsTheRequestToTheByte) {
   const Row rows[] = {
       {"two tags", "abc", "x\ny", "'x','y'"},
       {"no tags", "dQw4w9WgXcQ", "", ""},
-      {"an identifier goes out as it is", "a'\"\\\n%26", "x", "'x'"},
-      {"an identifier longer than any", std::string(20000, 'i'), "x", "'x'"},
+      {"identifier sent unescaped", "a'\"\\\n%26", "x", "'x'"},
+      {"very long identifier", std::string(20000, 'i'), "x", "'x'"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -64,7 +64,7 @@ TEST_F(YoutubeUpdate, SendsTheRequestToTheByte) {
   }
 }
 
-TEST_F(YoutubeUpdate, ChangesWhatWasUploaded) {
+TEST_F(YoutubeUpdate, UpdatesAnUploadedVideo) {
   const TempFile file("clip.mp4", "not much of a video");
   YoutubeUploadInfo first = info;
   Fill(first.filePath, file.Path());
@@ -98,20 +98,20 @@ TEST_F(YoutubeUpdate, ChangesWhatWasUploaded) {
   EXPECT_EQ(sandbox.State(), state);
 }
 
-TEST_F(YoutubeUpdate, AnswersEachOutcomeWithItsCode) {
+TEST_F(YoutubeUpdate, ReturnsTheCodeOfEachOutcome) {
   const std::string video = R"({"id": "abc"})";
   const Outcome rows[] = {
       {"200", {.body = video}, VELK_OK},
       {"200 without a body", {}, VELK_OK},
-      {"200 with rubbish", {.body = "}{"}, VELK_OK},
+      {"200 with a malformed body", {.body = "}{"}, VELK_OK},
       {"201", {.status = 201, .body = video}, VELK_UNEXPECTED_REPLY},
       {"302", {.status = 302, .headers = {"Location: /"}}, VELK_UNEXPECTED_REPLY},
       {"400", {.status = 400}, VELK_UNEXPECTED_REPLY},
       {"401", {.status = 401}, VELK_MISSING_ARGUMENT},
       {"403", {.status = 403}, VELK_FORBIDDEN},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
-      {"cut", {.body = video, .cutBodyAfter = 3}, VELK_TRANSFER_FAILED},
-      {"reset in mid-request", {.reset = true, .stopReadingAfter = 20}, VELK_TRANSFER_FAILED},
+      {"truncated", {.body = video, .cutBodyAfter = 3}, VELK_TRANSFER_FAILED},
+      {"reset while reading the request", {.reset = true, .stopReadingAfter = 20}, VELK_TRANSFER_FAILED},
       {"tunnel refused", {.refuseConnect = 403}, VELK_TRANSFER_FAILED},
   };
   for (const Outcome& row : rows) {
@@ -120,13 +120,13 @@ TEST_F(YoutubeUpdate, AnswersEachOutcomeWithItsCode) {
     const int id = sandbox.Add(row.reply);
     EXPECT_EQ(Update(), row.result);
     EXPECT_EQ(sandbox.Report(id).matched, 1);
-    EXPECT_EQ(sandbox.Requests().size(), 1U) << "neither repeated nor redirected";
+    EXPECT_EQ(sandbox.Requests().size(), 1U) << "neither retried nor redirected";
   }
   SetLibVelkUploadProxy(kRefusingProxy);
   EXPECT_EQ(Update(), VELK_TRANSFER_FAILED);
 }
 
-TEST_F(YoutubeUpdate, ChecksBeforeItTouchesAnything) {
+TEST_F(YoutubeUpdate, ValidatesArgumentsBeforeChangingAnything) {
   Fill(info.title, "two\nlines");
   for (char* emptied : {info.description, info.title, info.privacyStatus, info.categoryId}) {
     SCOPED_TRACE(emptied);
@@ -143,14 +143,14 @@ TEST_F(YoutubeUpdate, ChecksBeforeItTouchesAnything) {
   EXPECT_STREQ(info.title, "two\nlines");
 }
 
-TEST_F(YoutubeUpdate, RewritesTheRecordWhateverTheReply) {
+TEST_F(YoutubeUpdate, RewritesTheRecordForEveryReply) {
   Fill(info.title, std::string(298, 't') + "\t");
   Fill(info.description, "tab\there\r\nend");
   sandbox.Add({.method = "PUT", .times = 0, .status = 403});
   const YoutubeUploadInfo before = info;
   EXPECT_EQ(Update(), VELK_FORBIDDEN);
   EXPECT_EQ(std::string(info.title, sizeof info.title), std::string(298, 't') + "\\t")
-      << "no terminator left";
+      << "the escape replaces the terminator";
   EXPECT_STREQ(info.description, "tab\\there\\r\\nend");
   const auto restAt = offsetof(YoutubeUploadInfo, privacyStatus);
   EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(&before) + restAt,
@@ -165,7 +165,7 @@ TEST_F(YoutubeUpdate, RewritesTheRecordWhateverTheReply) {
   EXPECT_STREQ(info.description, "tab\\there\\r\\nend");
 }
 
-TEST_F(YoutubeUpdate, GivesUpOnASilentService) {
+TEST_F(YoutubeUpdate, TimesOutOnASilentService) {
   sandbox.Add({.method = "PUT", .neverAnswer = true});
   ExpectTenSecondLimit([this] { return Update(); });
 }

@@ -1,4 +1,4 @@
-// Publishing a video to YouTube: both requests byte by byte, every result code, faults and cancels.
+// Publishing a video to YouTube: the exact requests, every result code, faults and cancellation.
 #include <boost/json/serialize.hpp>
 #include <fstream>
 #include <iterator>
@@ -28,8 +28,9 @@ class YoutubeUpload : public ServiceTest {
 
   int32_t Start() { return StartYoutubeUploadFile(uploader, "token", &info, videoId); }
 
-  // Answers the session request with an address of the sandbox's own service, and the PUT as a case wants.
-  void Answer(Script session, Script put) {
+  // Scripts the replies to the session request and to the PUT. The session reply names an upload URL of the
+  // stand-in service.
+  void ScriptReplies(Script session, Script put) {
     session.method = "POST";
     session.headers.push_back("Location: https://www.googleapis.com/upload/youtube/v3/videos?upload_id=1");
     put.method = "PUT";
@@ -43,8 +44,8 @@ class YoutubeUpload : public ServiceTest {
   char videoId[256] = "untouched";
 };
 
-TEST_F(YoutubeUpload, SendsBothRequestsToTheByte) {
-  Answer({}, {.body = R"({"kind": "youtube#video", "id": "dQw4"})"});
+TEST_F(YoutubeUpload, SendsTheExactRequests) {
+  ScriptReplies({}, {.body = R"({"kind": "youtube#video", "id": "dQw4"})"});
   ASSERT_EQ(Start(), VELK_OK);
   EXPECT_STREQ(videoId, "dQw4");
 
@@ -96,7 +97,8 @@ TEST_F(YoutubeUpload, PublishesFilesOfAnyNameAndSize) {
 
     double uploaded = -1;
     double total = -1;
-    EXPECT_EQ(GetYoutubeUploadFileProgress(uploader, &uploaded, &total), VELK_OK) << "readable after the end";
+    EXPECT_EQ(GetYoutubeUploadFileProgress(uploader, &uploaded, &total), VELK_OK)
+        << "readable after the upload";
     EXPECT_EQ(uploaded, static_cast<double>(row.content.size()));
     EXPECT_EQ(total, static_cast<double>(row.content.size()));
     EXPECT_EQ(UninitYoutubeFileUploder(uploader), VELK_BUSY);
@@ -104,10 +106,10 @@ TEST_F(YoutubeUpload, PublishesFilesOfAnyNameAndSize) {
   }
 }
 
-TEST_F(YoutubeUpload, MeasuresBeyondFourGibibytes) {
+TEST_F(YoutubeUpload, AnnouncesSizesAboveFourGibibytes) {
   const auto large = TempFile::Sparse("large.mp4", (4ULL << 30) + 5);
   Fill(info.filePath, large.Path());
-  Answer({}, {.status = 400, .answerEarly = true});
+  ScriptReplies({}, {.status = 400, .answerEarly = true});
   EXPECT_EQ(Start(), VELK_UNEXPECTED_REPLY);
   const auto requests = sandbox.Requests();
   ASSERT_EQ(requests.size(), 2U);
@@ -115,10 +117,10 @@ TEST_F(YoutubeUpload, MeasuresBeyondFourGibibytes) {
   EXPECT_EQ(requests[1].Header("Content-Length"), " 4294967301");
 }
 
-TEST_F(YoutubeUpload, RewritesTheRecordAsItWasSent) {
+TEST_F(YoutubeUpload, RewritesTheRecordAsSent) {
   Fill(info.title, "two\nlines");
   Fill(info.description, "tab\there\r\n" + std::string(4988, 'd') + "\t\t");
-  Answer({}, {.body = R"({"id": "1"})"});
+  ScriptReplies({}, {.body = R"({"id": "1"})"});
   ASSERT_EQ(Start(), VELK_OK);
   EXPECT_STREQ(info.title, "two\\nlines");
   const std::string description(info.description, sizeof info.description);
@@ -128,7 +130,7 @@ TEST_F(YoutubeUpload, RewritesTheRecordAsItWasSent) {
       std::string::npos);
 }
 
-TEST_F(YoutubeUpload, JudgesEveryReply) {
+TEST_F(YoutubeUpload, MapsEveryReplyToItsCode) {
   struct Row {
     const char* name;
     Script session;
@@ -146,7 +148,7 @@ TEST_F(YoutubeUpload, JudgesEveryReply) {
       {"session 302", {.status = 302}, {}, VELK_UNEXPECTED_REPLY, 1},
       {"session 500", {.status = 500}, {}, VELK_UNEXPECTED_REPLY, 1},
       {"session reset", {.reset = true}, {}, VELK_TRANSFER_FAILED, 1},
-      {"session cut", {.body = "half of it", .cutBodyAfter = 4}, {}, VELK_TRANSFER_FAILED, 1},
+      {"session truncated", {.body = "half of it", .cutBodyAfter = 4}, {}, VELK_TRANSFER_FAILED, 1},
       {"connection refused", {.refuseConnect = 503}, {}, VELK_TRANSFER_FAILED, 0},
       {"put 200", {}, {.body = id}, VELK_OK, 2},
       {"put 302", {}, moved, VELK_OK, 2},
@@ -160,8 +162,8 @@ TEST_F(YoutubeUpload, JudgesEveryReply) {
       {"put 401", {}, {.status = 401, .body = id}, VELK_NO_HANDLE, 2},
       {"put 500", {}, {.status = 500, .body = id}, VELK_NO_HANDLE, 2},
       {"put reset", {}, {.body = id, .reset = true}, VELK_TRANSFER_FAILED, 2},
-      {"put reset behind the id", {}, broken, VELK_TRANSFER_FAILED, 2},
-      {"put cut", {}, {.body = id, .cutBodyAfter = 3}, VELK_TRANSFER_FAILED, 2},
+      {"put reset after the id", {}, broken, VELK_TRANSFER_FAILED, 2},
+      {"put truncated", {}, {.body = id, .cutBodyAfter = 3}, VELK_TRANSFER_FAILED, 2},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -170,7 +172,7 @@ TEST_F(YoutubeUpload, JudgesEveryReply) {
     if (row.session.refuseConnect != 0)
       sandbox.Add(row.session);
     else
-      Answer(row.session, row.put);
+      ScriptReplies(row.session, row.put);
     EXPECT_EQ(Start(), row.result);
     EXPECT_STREQ(videoId, row.result == VELK_OK ? "v1" : kUntouched);
     size_t arrived = 0;
@@ -180,7 +182,7 @@ TEST_F(YoutubeUpload, JudgesEveryReply) {
   EXPECT_TRUE(Deletable(file)) << "no failure leaves the file open";
 }
 
-TEST_F(YoutubeUpload, ChecksBeforeItSends) {
+TEST_F(YoutubeUpload, ValidatesArgumentsBeforeSending) {
   struct Row {
     const char* name;
     char* emptied;
@@ -210,13 +212,13 @@ TEST_F(YoutubeUpload, ChecksBeforeItSends) {
     EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED) << device;
   }
   *info.title = '\0';
-  EXPECT_EQ(Start(), VELK_MISSING_ARGUMENT) << "a missing text is told before a missing file";
+  EXPECT_EQ(Start(), VELK_MISSING_ARGUMENT) << "a missing string is reported before a missing file";
   EXPECT_TRUE(sandbox.Requests().empty());
   EXPECT_STREQ(videoId, kUntouched);
   EXPECT_EQ(uploader->state, 0U);
 }
 
-TEST_F(YoutubeUpload, MissesItsHandleOnlyAfterTheSession) {
+TEST_F(YoutubeUpload, ChecksTheHandleOnlyAfterTheSession) {
   EXPECT_EQ(StartYoutubeUploadFile(nullptr, "token", &info, videoId), VELK_MISSING_ARGUMENT);
   EXPECT_EQ(StartYoutubeUploadFile(uploader, "token", &info, nullptr), VELK_MISSING_ARGUMENT);
   const auto requests = sandbox.Requests();
@@ -225,7 +227,7 @@ TEST_F(YoutubeUpload, MissesItsHandleOnlyAfterTheSession) {
   EXPECT_EQ(uploader->state, 0U);
 }
 
-TEST_F(YoutubeUpload, FollowsTheLastLocationOrNone) {
+TEST_F(YoutubeUpload, UsesTheLastLocationHeader) {
   const std::string longQuery(900, 'q');
   sandbox.Add({.method = "POST",
                .headers = {"Location: https://graph.facebook.com/first",
@@ -237,12 +239,12 @@ TEST_F(YoutubeUpload, FollowsTheLastLocationOrNone) {
 
   sandbox.Reset();
   sandbox.Add({.method = "POST"});
-  EXPECT_EQ(Start(), VELK_TRANSFER_FAILED) << "a reply without an address leaves the status text as one";
+  EXPECT_EQ(Start(), VELK_TRANSFER_FAILED) << "without the header, the status text serves as the URL";
   EXPECT_EQ(sandbox.Requests().size(), 1U);
 }
 
-// A session's reply chooses the URL that the file goes to: it must not reach a local file or another protocol.
-TEST_F(YoutubeUpload, UploadsOverHttpAlone) {
+// The session reply chooses the upload URL. It must not reach a local file or use another protocol.
+TEST_F(YoutubeUpload, UploadsOverHttpOnly) {
   const TempFile victim("victim.txt", "untouched");
   const std::string authority = sandbox.Proxy().substr(std::string_view("http://").size());
   const std::string urls[] = {
@@ -272,16 +274,16 @@ TEST_F(YoutubeUpload, SendsNothingForATokenWithALineBreak) {
   EXPECT_STREQ(videoId, kUntouched);
 }
 
-TEST_F(YoutubeUpload, CutsALongIdentifier) {
-  char room[257];
-  std::fill(std::begin(room), std::end(room), '#');
-  Answer({}, {.body = R"({"id": ")" + std::string(300, 'i') + "\"}"});
-  EXPECT_EQ(StartYoutubeUploadFile(uploader, "token", &info, room), VELK_OK);
-  EXPECT_EQ(std::string(room), std::string(255, 'i'));
-  EXPECT_EQ(room[256], '#');
+TEST_F(YoutubeUpload, TruncatesALongIdentifier) {
+  char buffer[257];
+  std::fill(std::begin(buffer), std::end(buffer), '#');
+  ScriptReplies({}, {.body = R"({"id": ")" + std::string(300, 'i') + "\"}"});
+  EXPECT_EQ(StartYoutubeUploadFile(uploader, "token", &info, buffer), VELK_OK);
+  EXPECT_EQ(std::string(buffer), std::string(255, 'i'));
+  EXPECT_EQ(buffer[256], '#');
 }
 
-TEST_F(YoutubeUpload, CancelsInMidTransferFromAnotherThread) {
+TEST_F(YoutubeUpload, CancelsDuringTheTransferFromAnotherThread) {
   const TempFile large("large.mp4", RandomBytes(8 * 1024 * 1024, 3));
   Fill(info.filePath, large.Path());
   sandbox.Add({.method = "PUT", .passThrough = true, .readSlowly = 200000});
@@ -306,12 +308,12 @@ TEST_F(YoutubeUpload, ReusesACancelledHandle) {
   EXPECT_EQ(uploader->state, 2U);
 }
 
-TEST_F(YoutubeUpload, GivesUpOnASilentSession) {
+TEST_F(YoutubeUpload, TimesOutOnASilentSession) {
   sandbox.Add({.method = "POST", .neverAnswer = true});
   ExpectTenSecondLimit([this] { return Start(); });
 }
 
-TEST_F(YoutubeUpload, RunsOnSeveralThreadsAtOnce) {
+TEST_F(YoutubeUpload, RunsOnTwoThreadsConcurrently) {
   FileUploader* second = InitYoutubeFileUploder();
   YoutubeUploadInfo other = info;
   char otherId[256] = "";
