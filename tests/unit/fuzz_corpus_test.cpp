@@ -1,4 +1,4 @@
-// Replays the fuzzers' corpus: seeds, and whatever a fuzzer once found.
+// Replays the fuzzing corpus: the seeds, and inputs that made a fuzzer fail.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,7 +10,7 @@
 namespace velk::fuzz {
 namespace {
 
-TEST(FuzzCorpus, IsHarmless) {
+TEST(FuzzCorpus, CausesNoFailure) {
   for (const Target& target : Targets()) {
     size_t inputs = 0;
     for (const auto& entry :
@@ -19,7 +19,7 @@ TEST(FuzzCorpus, IsHarmless) {
       std::ifstream file(entry.path(), std::ios::binary);
       const std::string input{std::istreambuf_iterator<char>(file), {}};
       target.run(input);
-      // Cut anywhere it is as harmless; long seeds are cut at fewer places.
+      // Every prefix must be harmless, too. A long input is truncated at fewer positions.
       for (size_t cut = 0; cut < input.size(); cut += 1 + input.size() / 64) target.run(input.substr(0, cut));
       ++inputs;
     }

@@ -1,4 +1,4 @@
-// The tokenizer by byte: states, errors, the token buffer, reports, limits and memory.
+// The tokenizer byte by byte: states, errors, the token buffer, reported tokens, limits and memory.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 namespace velk {
 namespace {
 
-// A parser that takes both kinds of comments unless told otherwise.
+// A parser that accepts both kinds of comments by default.
 struct Parser : JsonParser {
   explicit Parser(JsonConfig settings = {.allowComments = 1, .allowYamlComments = 1},
                   JsonTokenCallback onToken = nullptr, void* data = nullptr)
@@ -38,7 +38,7 @@ struct Parser : JsonParser {
 
 using ArcList = std::vector<std::pair<std::string_view, int>>;
 
-// Where bytes lead from a state; a negative number is an error.
+// The next state for each byte in a state. A negative number is an error.
 struct Arcs {
   int state;
   std::string_view prefix;
@@ -48,7 +48,7 @@ struct Arcs {
 
 const std::string_view kWhite = " \n\t\r", kDigits = "0123456789", kHex = "0123456789abcdefABCDEF";
 
-// Where a value begins, and what may follow a number in an array.
+// The transitions at the start of a value, and after a number in an array.
 const ArcList kValueArcs = {{"\"", 7}, {"{", 2},  {"[", 6},  {"-", 13}, {"0", 14}, {"123456789", 15},
                             {"t", 21}, {"f", 24}, {"n", 28}, {"/", 31}, {"#", 34}};
 const ArcList kEndArcs = {{kWhite, 1}, {",", 5}, {"]", 1}, {"}", -4}, {"/", 31}, {"#", 34}};
@@ -58,7 +58,7 @@ ArcList With(ArcList arcs, const ArcList& shared) {
   return arcs;
 }
 
-TEST(JsonTokenizer, TakesExactlyTheBytesOfEachState) {
+TEST(JsonTokenizer, AcceptsExactlyTheBytesOfEachState) {
   const Arcs rows[] = {
       {0, "", {{kWhite, 0}, {"{", 2}, {"[", 6}, {"/", 31}, {"#", 34}}},
       {1, "[1 ", {{kWhite, 1}, {",", 5}, {"]", 1}, {"}", -4}, {"/", 31}, {"#", 34}}},
@@ -133,12 +133,12 @@ TEST(JsonTokenizer, FillsAndRewindsTheTokenBuffer) {
   } rows[] = {
       {"bare number", "1", 0, 8, 0, 0, ""},
       {"closed object", R"({"a":1})", 1, 0, 7, 0, "1"},
-      {"digits behind a shorter token", R"({"n":12345,"id")", 4, 0, 15, 0, "id345"},
+      {"digits left after a shorter token", R"({"n":12345,"id")", 4, 0, 15, 0, "id345"},
       {"white space leaves the number pending", "[12 ", 1, 0, 4, 2, "12"},
       {"every character of a number", "[-1.5E+3", 20, 0, 8, 7, "-1.5E+3"},
       {"letters of literals are not stored", "[true,false,null", 1, 0, 16, 0, ""},
       {"simple escapes", R"(["\"\\\/\b\f\n\r\t)", 7, 0, 18, 8, "\"\\/\b\f\n\r\t"},
-      {"digits of \\u stay behind one byte", R"(["a\u0041)", 7, 0, 9, 2, "aA041"},
+      {"digits of \\u remain after one byte", R"(["a\u0041)", 7, 0, 9, 2, "aA041"},
       {"\\u as two bytes", R"(["\u00e9)", 7, 0, 8, 2, "\u00E9e9"},
       {"\\u first of two bytes", R"(["\u0080)", 7, 0, 8, 2, "\u008080"},
       {"\\u as three bytes", R"(["\u0800\u20AC)", 7, 0, 14, 6, "\u0800\u20ACC"},
@@ -146,7 +146,7 @@ TEST(JsonTokenizer, FillsAndRewindsTheTokenBuffer) {
       {"surrogate pair before another escape", R"(["\uD83D\uDE00\u0041x)", 7, 0, 21, 6, "\U0001F600Ax41"},
       {"high surrogate before another", R"(["\ud83d\ud83d)", 12, 9, 13, 0, "d83d"},
       {"high surrogate before plain text", R"(["\ud83dx)", 35, 8, 8, 0, "d83d"},
-      {"low surrogate alone", R"(["\udc00)", 12, 10, 7, 0, "dc00"},
+      {"lone low surrogate", R"(["\udc00)", 12, 10, 7, 0, "dc00"},
       {"raw bytes from 127 up", "[\"\x7F\x80\xFF", 7, 0, 5, 3, "\x7F\x80\xFF"},
       {"comment interrupts a number", "[1/**/2", 1, 8, 6, 0, "1"},
       {"line comment resumes its state", "{#\x01", 34, 2, 2, 0, ""},
@@ -169,7 +169,7 @@ TEST(JsonTokenizer, FillsAndRewindsTheTokenBuffer) {
   }
 }
 
-TEST(JsonTokenizer, NeverReadsBeforeTheBufferWhenFedOnAfterAnError) {
+TEST(JsonTokenizer, NeverReadsBeforeTheBufferWhenFedAfterAnError) {
   Parser parser;
   EXPECT_EQ(parser.Feed(R"(["\udc00)"), kJsonLowSurrogateAlone);
   for (const char* digit : {"a", "b", "c"}) EXPECT_EQ(parser.Feed(digit), kJsonUnexpectedByte);
@@ -177,7 +177,7 @@ TEST(JsonTokenizer, NeverReadsBeforeTheBufferWhenFedOnAfterAnError) {
   EXPECT_STREQ(parser.buffer, "\uABCDd");
 }
 
-TEST(JsonTokenizer, CommentsNeedTheirPermission) {
+TEST(JsonTokenizer, AcceptsCommentsOnlyWhenAllowed) {
   const JsonConfig slashOnly = {.allowComments = 1}, hashOnly = {.allowYamlComments = 1};
   EXPECT_EQ(Parser(slashOnly).Feed("/*#*/[#"), kJsonCommentNotAllowed);
   EXPECT_EQ(Parser(hashOnly).Feed("#/*\n[/"), kJsonCommentNotAllowed);
@@ -193,26 +193,26 @@ TEST(JsonTokenizer, IsDoneOnceEverythingIsClosed) {
   }
 }
 
-// Notes each report as "type:text/length"; stops once as many as wanted have come.
+// Notes each token as "type:text/length". Stops the parser after the requested number of tokens.
 using Notes = std::pair<ptrdiff_t, std::string>;
 int Note(void* userData, JsonTokenType type, const char* text, uint32_t length) {
-  auto& [wanted, notes] = *static_cast<Notes*>(userData);
+  auto& [remaining, notes] = *static_cast<Notes*>(userData);
   notes += std::to_string(static_cast<uint32_t>(type)) + ':' + (text ? text : "-") + '/' +
            std::to_string(length) + ' ';
-  return --wanted == 0 ? 77 : 0;
+  return --remaining == 0 ? 77 : 0;
 }
 
-TEST(JsonTokenizer, ReportsTokensAndStopsAtAnyWhenTold) {
+TEST(JsonTokenizer, ReportsTokensAndStopsAtAnyOnRequest) {
   const std::string all =
       "2:-/0 8:k/1 7:long\n/5 8:a/1 1:-/0 5:-12/3 6:1.5/3 6:2e3/3 9:/0 10:/0 11:/0 2:-/0 4:-/0 7:s/1 3:-/0 "
       "4:-/0 ";
   const ptrdiff_t reports = std::ranges::count(all, ' ');
-  for (ptrdiff_t wanted = 1; wanted <= reports + 1; ++wanted) {
-    Notes notes{wanted, ""};
+  for (ptrdiff_t requested = 1; requested <= reports + 1; ++requested) {
+    Notes notes{requested, ""};
     Parser parser({.allowComments = 1}, Note, &notes);
     const int result = parser.Feed(R"({"k":"long\n","a":[-12 ,1.5/**/,2e3,true,false,null,{},"s"]})");
-    EXPECT_EQ(result, wanted > reports ? 0 : 77);
-    EXPECT_EQ(notes.first, wanted > reports ? 1 : 0);
+    EXPECT_EQ(result, requested > reports ? 0 : 77);
+    EXPECT_EQ(notes.first, requested > reports ? 1 : 0);
     EXPECT_TRUE(all.starts_with(notes.second)) << notes.second;
   }
 }
@@ -228,7 +228,7 @@ TEST(JsonTokenizer, GrowsWithinItsLimits) {
   EXPECT_EQ(growing.bufferSize, 4096U);
   EXPECT_EQ(growing.Feed("y"), 0);
   EXPECT_EQ(growing.bufferSize, 8192U);
-  EXPECT_EQ(std::string(growing.buffer + 4094, 4), "xy??") << "the new half is left as it came";
+  EXPECT_EQ(std::string(growing.buffer + 4094, 4), "xy??") << "the new half is not initialized";
 
   Parser limited({.initialBufferSize = 3, .maxData = 5});
   EXPECT_EQ(limited.Feed("[\"abcd"), 0);
@@ -239,13 +239,13 @@ TEST(JsonTokenizer, GrowsWithinItsLimits) {
   Notes notes{1000, ""};
   EXPECT_EQ(Parser({.maxNesting = 2}, Note, &notes).Feed("[{\"k\":["), kJsonNestingLimit);
   EXPECT_EQ(notes.second, "1:-/0 2:-/0 8:k/1 1:-/0 ")
-      << "a bracket is reported before its level is found too deep";
+      << "a bracket is reported before its nesting level is checked";
   Parser deep;
   EXPECT_EQ(deep.Feed(std::string(1000, '[') + std::string(1000, ']')), 0);
   EXPECT_TRUE(JsonParserIsDone(&deep));
 }
 
-TEST(JsonTokenizer, ReportsMemoryThatRunsOut) {
+TEST(JsonTokenizer, ReportsFailedAllocations) {
   const auto none = [](size_t, size_t) -> void* { return nullptr; };
   const auto stackOnly = [](size_t count, size_t size) -> void* {
     return count == 7 ? std::calloc(count, size) : nullptr;

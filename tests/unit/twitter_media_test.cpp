@@ -1,4 +1,4 @@
-// The steps of a photo's upload where no exported call shows them: missing arguments, and the status query.
+// The steps of a photo upload where no exported call exposes them: missing arguments, and the status query.
 #include "api/service_test.h"
 #include "twitter/twitter.h"
 
@@ -11,7 +11,7 @@ class TwitterMedia : public test::ServiceTest {
  protected:
   const Connections connections;
   char mediaId[kMediaIdRoom] = "9";
-  int32_t room = kMediaIdRoom;
+  int32_t capacity = kMediaIdRoom;
   int32_t processing = 0;
   FileUploader uploader{};
   TwitterConsumer consumer{"ck", "ck-secret"};
@@ -20,11 +20,11 @@ class TwitterMedia : public test::ServiceTest {
   NativePath path = WidenPath(file.Path());
 };
 
-TEST_F(TwitterMedia, MissesItsArguments) {
+TEST_F(TwitterMedia, RejectsMissingArguments) {
   const NativePath none;
   const int32_t results[] = {
-      TwitterMediaInit(connections, nullptr, &room, "a", path, "png"),
-      TwitterMediaInit(connections, mediaId, &room, "a", none, "png"),
+      TwitterMediaInit(connections, nullptr, &capacity, "a", path, "png"),
+      TwitterMediaInit(connections, mediaId, &capacity, "a", none, "png"),
       TwitterMediaAppendFile(connections, nullptr, &uploader, "a", path),
       TwitterMediaAppendFile(connections, mediaId, nullptr, "a", path),
       TwitterMediaAppendFile(connections, mediaId, &uploader, nullptr, path),
@@ -33,8 +33,8 @@ TEST_F(TwitterMedia, MissesItsArguments) {
       TwitterMediaAppend(connections, mediaId, &uploader, nullptr, "x", 1, "0"),
       TwitterMediaAppend(connections, mediaId, &uploader, "a", nullptr, 1, "0"),
       TwitterMediaAppend(connections, mediaId, &uploader, "a", "x", 1, nullptr),
-      TwitterMediaFinalize(connections, nullptr, &room, "a", &processing),
-      TwitterMediaFinalize(connections, mediaId, &room, nullptr, &processing),
+      TwitterMediaFinalize(connections, nullptr, &capacity, "a", &processing),
+      TwitterMediaFinalize(connections, mediaId, &capacity, nullptr, &processing),
       TwitterMediaStatus(connections, nullptr, &token, mediaId),
       TwitterMediaStatus(connections, &consumer, nullptr, mediaId),
       TwitterMediaStatus(connections, &consumer, &token, nullptr),
@@ -43,41 +43,41 @@ TEST_F(TwitterMedia, MissesItsArguments) {
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
-TEST_F(TwitterMedia, ChecksTheFileForItself) {
+TEST_F(TwitterMedia, ChecksTheFileInEachStep) {
   const NativePath absent = WidenPath(file.Path() + "x");
   const auto large = test::TempFile::Sparse("large.png", 5'242'881);
-  EXPECT_EQ(TwitterMediaInit(connections, mediaId, &room, "a", absent, "png"), VELK_FILE_NOT_OPENED);
+  EXPECT_EQ(TwitterMediaInit(connections, mediaId, &capacity, "a", absent, "png"), VELK_FILE_NOT_OPENED);
   EXPECT_EQ(TwitterMediaAppendFile(connections, mediaId, &uploader, "a", absent), VELK_FILE_NOT_OPENED);
   EXPECT_EQ(TwitterMediaAppendFile(connections, mediaId, &uploader, "a", WidenPath(large.Path())),
             VELK_TOO_LARGE);
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
-TEST_F(TwitterMedia, AnnouncesAPngWithoutAnExtension) {
+TEST_F(TwitterMedia, AnnouncesPngWithoutAnExtension) {
   for (const auto& [extension, type] :
        {std::pair<const char*, const char*>(nullptr, "image/png"), {"", "image/"}}) {
     sandbox.Reset();
     sandbox.Add({.body = R"({"media_id_string":"12"})"});
-    EXPECT_EQ(TwitterMediaInit(connections, mediaId, &room, "a", path, extension), VELK_OK);
+    EXPECT_EQ(TwitterMediaInit(connections, mediaId, &capacity, "a", path, extension), VELK_OK);
     EXPECT_EQ(sandbox.Only().Field("media_type")->content, type);
     EXPECT_STREQ(mediaId, "12");
   }
 }
 
-TEST_F(TwitterMedia, LeavesItsBufferAloneWithoutRoom) {
+TEST_F(TwitterMedia, LeavesABufferThatIsTooSmallUnchanged) {
   for (const bool finalizes : {false, true}) {
     sandbox.Add({.body = R"({"media_id_string":"1234","state":"1234"})"});
-    room = 4;
-    EXPECT_EQ(finalizes ? TwitterMediaFinalize(connections, mediaId, &room, "a", &processing)
-                        : TwitterMediaInit(connections, mediaId, &room, "a", path, "png"),
+    capacity = 4;
+    EXPECT_EQ(finalizes ? TwitterMediaFinalize(connections, mediaId, &capacity, "a", &processing)
+                        : TwitterMediaInit(connections, mediaId, &capacity, "a", path, "png"),
               VELK_BUFFER_TOO_SMALL);
-    EXPECT_EQ(room, 5);
+    EXPECT_EQ(capacity, 5);
     EXPECT_EQ(processing, 0);
     EXPECT_STREQ(mediaId, "9");
   }
 }
 
-TEST_F(TwitterMedia, JudgesTheStatusQuery) {
+TEST_F(TwitterMedia, MapsEveryStatusReplyToItsCode) {
   const std::string longest(1023, 's');
   const auto state = [](const std::string& text) { return R"({"state":")" + text + "\"}"; };
   const std::pair<Script, int32_t> rows[] = {
@@ -95,7 +95,7 @@ TEST_F(TwitterMedia, JudgesTheStatusQuery) {
   }
 }
 
-TEST(MediaExtension, IsWhatFollowsTheLastDot) {
+TEST(MediaExtension, FollowsTheLastDot) {
   const std::pair<const char*, const char*> rows[] = {
       {"a.b.gif", "gif"}, {".hidden", "hid"}, {"x.j", "j"},         {"photo.", "pho"},
       {"...", ""},        {"", ""},           {"a..jpeg..", "jpe"},

@@ -1,4 +1,4 @@
-// Signatures against vectors: published examples, and Python's hmac and urllib for what those leave out.
+// Signatures against known values: published examples, and values from Python's hmac and urllib for other cases.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,13 +12,13 @@
 namespace velk {
 namespace {
 
-// What follows a parameter's name, up to the next separator.
+// Returns everything after a parameter's name, up to the next separator.
 std::string Value(const std::string& text, const std::string& name) {
   const size_t begin = text.find(name) + name.size();
   return text.substr(begin, text.find_first_of("&,", begin) - begin);
 }
 
-// As it is sent: of a signature's bytes these three are escaped.
+// Returns a signature as sent. Of its characters, only these three are escaped.
 std::string Escaped(const std::string& signature) {
   std::string escaped;
   for (const char byte : signature)
@@ -32,7 +32,7 @@ std::string AllBytes() {
   return bytes;
 }
 
-// A nonce and a timestamp that stand in the URL already are taken up.
+// Signing uses a nonce and a timestamp that the URL already contains.
 const std::string kUrl = "https://a.b/c?oauth_nonce=n&oauth_timestamp=1";
 const OauthKeys kKeys{"ck", "cs", "tk", "ts"};
 
@@ -44,7 +44,8 @@ struct Vector {
   OauthKeys keys;
 };
 
-// Twitter's own example, and two of RFC 5849, whose signatures differ by the version that is always signed.
+// Twitter's own example under two paths, and two examples from RFC 5849. The signatures of the latter differ from
+// those in the RFC, because the version is always signed.
 std::vector<Vector> Published() {
   const std::string twitter = "https://api.twitter.com";
   const std::string query =
@@ -70,9 +71,9 @@ std::vector<Vector> Published() {
 }
 
 std::vector<Vector> Computed() {
-  const std::string k(1004, 'k'), t(1011, 't');  // what liboauth's line holds
+  const std::string k(1004, 'k'), t(1011, 't');  // the lengths that fit liboauth's line
   const std::string s(1024, 's');
-  std::string e;  // cut in the middle of a letter for the token
+  std::string e;  // as a token key, truncated in the middle of a character
   while (e.size() < 1024) e += "\u00E9";
   const std::string text = "status=a&b=c%41 +~\xC3\xA9";
   return {
@@ -95,7 +96,7 @@ std::vector<Vector> Computed() {
   };
 }
 
-TEST(SignRequest, AgreesWithOtherImplementations) {
+TEST(SignRequest, MatchesKnownSignatures) {
   for (const auto& vectors : {Published(), Computed()}) {
     for (const Vector& row : vectors) {
       SCOPED_TRACE(row.signature);
@@ -106,7 +107,7 @@ TEST(SignRequest, AgreesWithOtherImplementations) {
   }
 }
 
-TEST(SignRequest, WritesThreeForms) {
+TEST(SignRequest, WritesAllThreeForms) {
   struct Row {
     const char* name;
     std::string url;
@@ -146,7 +147,7 @@ TEST(SignRequest, WritesThreeForms) {
   }
 }
 
-TEST(SignRequest, DrawsANonceAndTellsTheTime) {
+TEST(SignRequest, GeneratesANonceAndTheCurrentTimestamp) {
   std::string drawn;
   std::set<std::string> nonces;
   for (int draw = 0; draw < 200; ++draw) {
@@ -159,7 +160,7 @@ TEST(SignRequest, DrawsANonceAndTellsTheTime) {
     EXPECT_NEAR(std::stod(Value(header, "oauth_timestamp=")), static_cast<double>(now), 2);
   }
   EXPECT_EQ(nonces.size(), 200U);
-  // Of each character some 103 are expected: a missing one, or one of twice the share, is no chance.
+  // About 103 of each character are expected. A missing character, or twice that number, is not a coincidence.
   const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
   EXPECT_EQ(drawn.find_first_not_of(alphabet), std::string::npos);
   for (const char character : alphabet) {
@@ -168,10 +169,10 @@ TEST(SignRequest, DrawsANonceAndTellsTheTime) {
   }
 }
 
-TEST(SignRequest, KeepsThreadsApart) {
+TEST(SignRequest, SignsOnConcurrentThreads) {
   const auto sign = [](const std::string& word) {
     const std::string url = "https://a.b/c?" + word + "=1&" + word + "=2&" + word + "=3";
-    for (int turn = 0; turn < 500; ++turn) {
+    for (int round = 0; round < 500; ++round) {
       const std::string query = SignRequest(url, {}, "GET", kKeys, OauthForm::kQuery);
       ASSERT_TRUE(query.starts_with(url + "oauth_consumer_key=")) << query;
     }

@@ -1,4 +1,4 @@
-// The XML reader: trees and errors by document, links, ownership, and documents made to hurt it.
+// The XML reader: the tree and error of each document, links between nodes, ownership, and hostile documents.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -19,8 +19,8 @@ namespace {
 
 using std::string_view_literals::operator""sv;
 
-// A document in a heap block of its exact size, so that a sanitizer sees a touch of the byte behind it, and
-// its tree.
+// A document and its tree. The document is in a heap block of its exact size, so that a sanitizer detects any
+// access past its end.
 struct Parsed {
   explicit Parsed(std::string_view document)
       : buffer(std::make_unique<char[]>(document.size())),
@@ -30,7 +30,7 @@ struct Parsed {
   XmlTree tree;
 };
 
-// Compares the links between the children of a node with those that their document order calls for.
+// Checks the links between the children of a node against their document order.
 void CheckLinks(const XmlNode& node) {
   std::map<std::string_view, const XmlNode*> lastOfName;
   const XmlNode* lastNew = nullptr;
@@ -55,7 +55,7 @@ void CheckLinks(const XmlNode& node) {
   }
 }
 
-// name[attribute=value|...]'text'@offset{children}, without what is empty or 0.
+// Returns name[attribute=value|...]'text'@offset{children}, without the parts that are empty or 0.
 std::string Describe(const XmlNode& node) {
   CheckLinks(node);
   std::string out = node.name;
@@ -74,7 +74,7 @@ std::string Describe(const XmlNode& node) {
 struct Row {
   std::string_view document;
   std::string_view tree;
-  std::string_view error = "";  // behind "[error near line "
+  std::string_view error = "";  // after "[error near line "
 };
 
 void CheckRows(const std::vector<Row>& rows) {
@@ -88,7 +88,7 @@ void CheckRows(const std::vector<Row>& rows) {
   }
 }
 
-TEST(XmlReader, Elements) {
+TEST(XmlReader, BuildsElements) {
   CheckRows({
       {"<a/>", "a"},
       {"<a></a>", "a"},
@@ -105,23 +105,23 @@ TEST(XmlReader, Elements) {
       {"<a><![CDATA[<b>&amp;]]]]>]]<![CDATA[]]>></a>", "a'<b>&amp;]]]]>'"},
       {"<a>x<![CDATA[y]]><![CDATA[z]]></a>", "a'xyz'"},
       {"<a> \n\tx > y </a>", "a' \n\tx > y '"},
-      {"<a>x\0y</a>"sv, "a'x'"},  // a NUL hides what follows it, and harms nothing
+      {"<a>x\0y</a>"sv, "a'x'"},  // a NUL hides the text after it, and does no harm
   });
 }
 
-TEST(XmlReader, ManyNamesUnderOneParent) {
+TEST(XmlReader, LinksManyNamesUnderOneParent) {
   std::string document = "<r>";
   std::string tree = "r{";
   for (int i = 0; i < 300; ++i) {
     const std::string name =
-        "n" + std::to_string(i * i % 97);  // far more than are walked, many of them again
+        "n" + std::to_string(i * i % 97);  // far more names than a linear search covers; many repeat
     document += "<" + name + "/>";
     tree += (i > 0 ? " " : "") + name;
   }
   CheckRows({{document + "</r>", tree + "}"}});
 }
 
-TEST(XmlReader, Attributes) {
+TEST(XmlReader, ReadsAttributes) {
   CheckRows({
       {"<a b=\"1\" c='2'/>", "a[b=1|c=2]"},
       {"<a b = \"1\"\n\tc\n=\n'2' />", "a[b=1|c=2]"},
@@ -136,11 +136,11 @@ TEST(XmlReader, Attributes) {
   });
 }
 
-TEST(XmlReader, References) {
+TEST(XmlReader, DecodesReferences) {
   CheckRows({
       {"<a>a&amp;b</a>", "a'a&b'"},
       {"<a>&lt;&gt;&quot;&apos;&amp;</a>", "a'<>\"'&'"},
-      {"<a>&amp;lt;&#38;lt;</a>", "a'&lt;&lt;'"},  // what a reference gives is not decoded again
+      {"<a>&amp;lt;&#38;lt;</a>", "a'&lt;&lt;'"},  // decoded text is not decoded again
       {"<a>&#65;&#x42;&#x63;&#0067;</a>", "a'ABcC'"},
       {"<a>&#x7F;&#x80;&#x7FF;&#x800;&#xFFFD;&#x10000;&#x10FFFF;</a>",
        "a'\x7F\u0080\u07FF\u0800\uFFFD\U00010000\U0010FFFF'"},
@@ -151,14 +151,14 @@ TEST(XmlReader, References) {
   });
 }
 
-TEST(XmlReader, DeclaredEntities) {
+TEST(XmlReader, ExpandsDeclaredEntities) {
   CheckRows({
       {"<!DOCTYPE a [<!ENTITY e \"v\">]><a>&e;&e;</a>", "a'vv'"},
       {"<!DOCTYPE a [<!ENTITY e 'it is \"<b>\" &lt;'>]><a x='&e;'>&e;!<c/></a>",
        "a[x=it is \"<b>\" <]'it is \"<b>\" <!'{c@14}"},
       {"<!DOCTYPE a [<!ENTITY e '1&f;2'><!ENTITY f '[&g;&g;]'><!ENTITY g 'x'>]><a>&e;&g;&f;&e;</a>",
        "a'1[xx]2x[xx]1[xx]2'"},
-      // Numeric references are replaced where an entity is declared, the others where it is used.
+      // Numeric references are replaced where an entity is declared, other references where it is used.
       {"<!DOCTYPE a [<!ENTITY e '&#38;#60;&#x26;amp;'>]><a>&e;</a>", "a'<&'"},
       {"<!DOCTYPE a [<!ENTITY e 'first'><!ENTITY e 'second'><!ENTITY lt 'x'>]><a>&e;&lt;</a>", "a'first<'"},
       {"<!DOCTYPE a [<!ENTITY % p 'v'> %p; <!ENTITY s SYSTEM 'f'><!ENTITY t PUBLIC 'p' 'u' NDATA n>]>"
@@ -173,7 +173,7 @@ TEST(XmlReader, DeclaredEntities) {
   });
 }
 
-TEST(XmlReader, DeclaredAttributes) {
+TEST(XmlReader, AppliesDeclaredAttributes) {
   CheckRows({
       {"<!DOCTYPE a [<!ATTLIST a x CDATA '1' y CDATA \"2\">]><a/>", "a[x=1|y=2]"},
       {"<!DOCTYPE a [<!ATTLIST a x CDATA '1' y CDATA '2' z CDATA '3'>]><a y='own' w='0'/>",
@@ -191,7 +191,7 @@ TEST(XmlReader, DeclaredAttributes) {
   });
 }
 
-TEST(XmlReader, Errors) {
+TEST(XmlReader, ReportsErrorsWithTheirLines) {
   CheckRows({
       {"", "", "1]: root tag missing"},
       {"\ntext<a/>", "", "2]: root tag missing"},
@@ -243,8 +243,8 @@ TEST(XmlReader, Errors) {
   });
 }
 
-// Lines are those of the document as it came, although reading has joined and overwritten some.
-TEST(XmlReader, LinesOfErrorsBehindRewrittenText) {
+// Line numbers refer to the original document, although reading joins and overwrites some lines.
+TEST(XmlReader, ReportsTheOriginalLineAfterRewrittenText) {
   CheckRows({
       {"<a\n\n x=' 1 \n\n 2 '\n y\n=\n'\n'>\n&#65;\n&lt;\n</b>", "a[x=1 2|y=]'\nA\n<\n'",
        "12]: unexpected closing tag </b>"},
@@ -253,7 +253,7 @@ TEST(XmlReader, LinesOfErrorsBehindRewrittenText) {
   });
 }
 
-TEST(XmlReader, ErrorTextIsCut) {
+TEST(XmlReader, TruncatesErrorMessages) {
   const std::string name(200, 'n');
   const Parsed parsed("<a></" + name + ">");
   const std::string error = XmlError(parsed.tree.get());
@@ -261,7 +261,7 @@ TEST(XmlReader, ErrorTextIsCut) {
   EXPECT_EQ(error, ("[error near line 1]: unexpected closing tag </" + name).substr(0, 127));
 }
 
-TEST(XmlReader, EncodingsAndLineEnds) {
+TEST(XmlReader, ConvertsEncodingsAndLineEndings) {
   CheckRows({
       {"\xEF\xBB\xBF<a>\u00E9</a>", "a'\u00E9'"},
       {"\xEF\xBB\xBF", "", "1]: root tag missing"},
@@ -277,7 +277,7 @@ TEST(XmlReader, EncodingsAndLineEnds) {
   });
 }
 
-TEST(XmlReader, NothingToRead) {
+TEST(XmlReader, ReturnsAnEmptyTreeForNoInput) {
   const XmlTree tree(XmlParseString(nullptr, 0));
   ASSERT_NE(tree, nullptr);
   EXPECT_STREQ(tree->name, "");
@@ -287,7 +287,7 @@ TEST(XmlReader, NothingToRead) {
   XmlFree(nullptr);
 }
 
-TEST(XmlReader, ChildByName) {
+TEST(XmlReader, FindsChildrenByName) {
   const Parsed parsed("<r><t>T</t><url>first</url><url>second</url></r>");
   const XmlNode* const url = XmlChild(parsed.tree.get(), "url");
   ASSERT_NE(url, nullptr);
@@ -302,7 +302,7 @@ TEST(XmlReader, ChildByName) {
   EXPECT_EQ(XmlChild(url, nullptr), nullptr);
 }
 
-TEST(XmlReader, StringsStayInTheDocumentUnlessTheyGrow) {
+TEST(XmlReader, KeepsStringsInTheDocumentUnlessTheyGrow) {
   const Parsed parsed(
       "<!DOCTYPE r [<!ENTITY e 'longer'>]><r><a>x&lt;</a><b>x<c/>y</b><d>&e;</d><f x='&e;'/></r>");
   const auto inPlace = [&](const char* text) {
@@ -319,10 +319,10 @@ TEST(XmlReader, StringsStayInTheDocumentUnlessTheyGrow) {
   }
 }
 
-TEST(XmlReader, FreeingPartOfATree) {
+TEST(XmlReader, FreesPartOfATree) {
   struct Case {
-    const char* from;  // path of names to the element that is freed
-    const char* left;
+    const char* from;  // path of names to the element to free
+    const char* remaining;
   };
   for (const Case& row : {Case{"b", "r"},
                           {"c", "r{b'x'}"},
@@ -335,11 +335,11 @@ TEST(XmlReader, FreeingPartOfATree) {
       if (*step != '/') node = XmlChild(node, std::string(step, 1).c_str());
     }
     XmlFree(node);
-    EXPECT_EQ(Describe(*parsed.tree), row.left);
+    EXPECT_EQ(Describe(*parsed.tree), row.remaining);
   }
 }
 
-TEST(XmlReader, InstructionsAndStandalone) {
+TEST(XmlReader, ReadsInstructionsAndStandalone) {
   struct Case {
     std::string_view document;
     bool standalone;
@@ -370,7 +370,7 @@ std::string Repeat(size_t count, std::string_view piece) {
   return out;
 }
 
-// The piece again and again, with each '@' replaced by how often it was there before.
+// Repeats the piece. Each '@' becomes the index of the repetition.
 std::string Numbered(size_t count, std::string_view piece) {
   std::string out;
   for (size_t i = 0; i < count; ++i) {
@@ -379,7 +379,7 @@ std::string Numbered(size_t count, std::string_view piece) {
   return out;
 }
 
-TEST(XmlReader, EveryBeginningOfADocumentIsSafe) {
+TEST(XmlReader, ReadsEveryPrefixOfADocumentSafely) {
   const std::string document =
       "\xEF\xBB\xBF<?xml version='1.0' standalone='yes'?>\r\n<!DOCTYPE r SYSTEM 'd' [<!ELEMENT r ANY>"
       "<!ENTITY e '&#60;&f;&lt;'><!ENTITY f \"ff\"><!ENTITY % p 'v'>%p;<!-- c --><?i d?>"
@@ -398,7 +398,7 @@ TEST(XmlReader, EveryBeginningOfADocumentIsSafe) {
   }
 }
 
-TEST(XmlReader, ExpansionIsBounded) {
+TEST(XmlReader, LimitsExpansion) {
   const std::string kilobyte = "<!DOCTYPE r [<!ENTITY e '" + std::string(1024, 'x') + "'>]>";
   const Parsed full(kilobyte + "<r>" + Repeat(1024, "&e;") + "</r>");
   ASSERT_NE(full.tree, nullptr);
@@ -419,7 +419,7 @@ TEST(XmlReader, ExpansionIsBounded) {
   CheckRows({{laughs + "]><r>&e2;</r>", "r'" + Repeat(100, "ha") + "'"},
              {silence + "]><r>&e199;.&e198;</r>", "r'.'"}});
 
-  // The predefined entities shrink a document: any number of them is fine.
+  // Predefined entities only shrink a document, so that any number of them is allowed.
   EXPECT_NE(Parsed("<r>" + Repeat(kilobyte.size() * 1024, "&lt;") + "</r>").tree, nullptr);
 
   const std::string defaults = "<!DOCTYPE r [<!ATTLIST a" + Numbered(2000, " a@ CDATA ''") + ">]><r>";
@@ -427,7 +427,7 @@ TEST(XmlReader, ExpansionIsBounded) {
   EXPECT_EQ(Parsed(defaults + Repeat(400, "<a/>") + "</r>").tree, nullptr);
 }
 
-// Runs on a stack that a recursion over any of the documents below would overflow.
+// Runs the work on a small stack. Recursion over any of the documents below would overflow it.
 void OnSmallStack(std::function<void()> work) {
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);
@@ -442,8 +442,8 @@ void OnSmallStack(std::function<void()> work) {
   pthread_attr_destroy(&attributes);
 }
 
-// Were the work on one of these anything but linear in its size, the test would not end in sensible time.
-TEST(XmlReader, HostileShapesOnASmallStack) {
+// If the work on one of these documents were not linear in its size, the test would run far too long.
+TEST(XmlReader, ReadsHostileDocumentsOnASmallStack) {
   constexpr size_t kMany = 100'000;
   const std::string subset = "<!DOCTYPE r [";
   const std::string longName(1 << 20, 'n');
@@ -456,19 +456,19 @@ TEST(XmlReader, HostileShapesOnASmallStack) {
       {"nesting", Repeat(kMany, "<a>") + Repeat(kMany, "</a>")},
       {"open nesting", Repeat(kMany, "<a>"), false},
       {"siblings", "<r>" + Repeat(1'000'000, "<a/>") + "</r>"},
-      {"siblings of many names", "<r>" + Numbered(kMany, "<a@/><b@/><a@/>") + "</r>"},
+      {"siblings with many names", "<r>" + Numbered(kMany, "<a@/><b@/><a@/>") + "</r>"},
       {"attributes", "<r" + Numbered(kMany, " a@='v'") + "/>"},
       {"text in pieces", "<r>" + Repeat(kMany, "t<a/>&#65;<!-- --><![CDATA[x]]>") + "</r>"},
       {"entities", subset + Numbered(kMany, "<!ENTITY e@ 'v'>") + "]><r>" + Numbered(kMany, "&e@;") + "</r>"},
       {"attribute lists", subset + Numbered(kMany, "<!ATTLIST a@ x CDATA 'v'>") + "]><r/>"},
-      {"attributes without default", subset + "<!ATTLIST a" + Numbered(kMany, " a@ CDATA #IMPLIED") +
-                                         ">]><r>" + Repeat(kMany, "<a/>") + "</r>"},
-      {"declared and given", subset + "<!ATTLIST r" + Numbered(kMany, " a@ CDATA 'v'") + ">]><r" +
-                                 Numbered(kMany, " a@='w'") + "/>"},
-      {"attributes of a long name", "<" + longName + Repeat(kMany, " a=''") + "/>"},
-      {"attributes declared for a long name", subset + "<!ATTLIST " + longName +
-                                                  Numbered(kMany, " a@ CDATA 'v'") + ">]><" + longName +
-                                                  Numbered(kMany, " a@='w'") + "/>"},
+      {"attributes without a default", subset + "<!ATTLIST a" + Numbered(kMany, " a@ CDATA #IMPLIED") +
+                                           ">]><r>" + Repeat(kMany, "<a/>") + "</r>"},
+      {"attributes declared and given", subset + "<!ATTLIST r" + Numbered(kMany, " a@ CDATA 'v'") + ">]><r" +
+                                            Numbered(kMany, " a@='w'") + "/>"},
+      {"attributes of an element with a long name", "<" + longName + Repeat(kMany, " a=''") + "/>"},
+      {"attributes declared for an element with a long name",
+       subset + "<!ATTLIST " + longName + Numbered(kMany, " a@ CDATA 'v'") + ">]><" + longName +
+           Numbered(kMany, " a@='w'") + "/>"},
       {"instructions", "<r>" + Repeat(kMany, "<?p d?>") + "</r>"},
       {"ampersands", "<r>" + Repeat(kMany, "&&a &#") + "</r>"},
       {"dashes", "<r><!--" + Repeat(kMany, "->"), false},
@@ -484,7 +484,7 @@ TEST(XmlReader, HostileShapesOnASmallStack) {
   }
 }
 
-TEST(XmlReader, LongChainOfEntities) {
+TEST(XmlReader, ExpandsALongChainOfEntities) {
   constexpr size_t kLength = 100'000;
   std::string subset = "<!DOCTYPE r [<!ENTITY e0 'v'>";
   for (size_t i = 1; i < kLength; ++i) {
@@ -500,7 +500,7 @@ TEST(XmlReader, LongChainOfEntities) {
   });
 }
 
-// Keys of which all have one hash.
+// All keys have the same hash.
 struct Colliding {
   struct Name {
     int number;
@@ -511,7 +511,7 @@ struct Colliding {
 };
 size_t HashOf(const Colliding::Name&) { return 42; }
 
-TEST(XmlReader, NamesOfOneHash) {
+TEST(XmlReader, FindsNamesWithTheSameHash) {
   constexpr int kCount = 200'000;
   std::vector<Colliding> values;
   for (int i = 0; i < kCount; ++i) values.push_back({{i}});

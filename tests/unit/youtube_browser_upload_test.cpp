@@ -1,4 +1,4 @@
-// The older browser upload: the Atom entry by byte, the token request and its reply, and the form.
+// The legacy browser upload: the exact Atom entry, the token request and its reply, and the form.
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -38,7 +38,7 @@ std::string Entry(const std::string& title, const std::string& description, cons
          "</media:keywords></media:group></entry>\r\n";
 }
 
-// Builds into a block that ends with the room told, so that a byte beyond is seen by the sanitizers.
+// Builds the entry in a block of exactly the given capacity, so that sanitizers detect any access past its end.
 struct Built {
   explicit Built(const YoutubeUploadInfo& info, const char* category, int32_t capacity)
       : length(capacity), bytes(static_cast<size_t>(std::max(capacity, 0)), '#') {
@@ -50,7 +50,7 @@ struct Built {
   std::string bytes;
 };
 
-TEST(BuildAtomEntry, WritesEachTextIntoItsPlace) {
+TEST(BuildAtomEntry, WritesEachFieldIntoItsElement) {
   YoutubeUploadInfo full;
   std::memset(&full, 'x', sizeof full);
   const auto run = [](size_t length) { return std::string(length, 'x'); };
@@ -66,8 +66,9 @@ TEST(BuildAtomEntry, WritesEachTextIntoItsPlace) {
   };
   const Row rows[] = {
       {"plain", Video(), "News", Entry("a title", "about it", "News", "a,b")},
-      {"category cut at its ampersand", Video(), "News&x=1&y", Entry("a title", "about it", "News", "a,b")},
-      {"category that begins with one", Video(), "&News", Entry("a title", "about it", "", "a,b")},
+      {"category truncated at an ampersand", Video(), "News&x=1&y",
+       Entry("a title", "about it", "News", "a,b")},
+      {"category that starts with an ampersand", Video(), "&News", Entry("a title", "about it", "", "a,b")},
       {"nothing is escaped", raw, "<News>",
        Entry("<b>\"&\n\r\t'</b>", "line\nline]]>", "<News>", "a\r,b,,,c,")},
       {"fields without terminators", full, std::string(5000, 'c'),
@@ -82,7 +83,7 @@ TEST(BuildAtomEntry, WritesEachTextIntoItsPlace) {
   }
 }
 
-TEST(BuildAtomEntry, WantsOneByteMoreThanItWrites) {
+TEST(BuildAtomEntry, RequiresOneByteMoreThanItWrites) {
   const auto length = static_cast<int32_t>(Entry("a title", "about it", "News", "a,b").size());
   for (const int32_t capacity : {length, length - 1, 1, 0, -1, std::numeric_limits<int32_t>::min()}) {
     const Built built(Video(), "News", capacity);
@@ -96,7 +97,7 @@ TEST(BuildAtomEntry, WantsOneByteMoreThanItWrites) {
   EXPECT_EQ(exact.bytes.back(), '#');
 }
 
-TEST(BuildAtomEntry, MissesWhatIsEmpty) {
+TEST(BuildAtomEntry, RejectsMissingArguments) {
   YoutubeUploadInfo info = Video();
   for (char* emptied : {info.title, info.description, info.tags}) {
     const char kept = std::exchange(*emptied, '\0');
@@ -118,7 +119,7 @@ TEST(BuildAtomEntry, MissesWhatIsEmpty) {
 
 // ---- The token reply -----------------------------------------------------------------------------------
 
-TEST(ParseUploadTokenReply, TakesTheFirstOfEachNameBelowTheRoot) {
+TEST(ParseUploadTokenReply, ReadsTheFirstElementOfEachNameBelowTheRoot) {
   const std::string untouched = "-";
   struct Row {
     const char* name;
@@ -128,7 +129,7 @@ TEST(ParseUploadTokenReply, TakesTheFirstOfEachNameBelowTheRoot) {
     std::string token;
   };
   const Row rows[] = {
-      {"as the service answers",
+      {"reply of the service",
        "<?xml version=\"1.0\" "
        "encoding=\"UTF-8\"?><response><url>http://h/p</url><token>T_-</token></response>",
        VELK_OK, "http://h/p", "T_-"},
@@ -136,19 +137,21 @@ TEST(ParseUploadTokenReply, TakesTheFirstOfEachNameBelowTheRoot) {
       {"CRLF", "<r>\r\n<url>a\r\nb</url>\r\n<token>\rt\r\n</token>\r\n</r>\r\n", VELK_OK, "a\nb", "\nt\n"},
       {"entities", "<r><url>?a&amp;b=&#x41;&#66;</url><token>&lt;&gt;&none;</token></r>", VELK_OK, "?a&b=AB",
        "<>&none;"},
-      {"two of a name", "<r><url>1</url><token>2</token><url>3</url><token>4</token></r>", VELK_OK, "1", "2"},
+      {"repeated elements", "<r><url>1</url><token>2</token><url>3</url><token>4</token></r>", VELK_OK, "1",
+       "2"},
       {"empty elements", "<r><url/><token></token></r>", VELK_OK, "", ""},
       {"text around an element", "<r><url>a<url>x</url>b</url><token>t</token></r>", VELK_OK, "ab", "t"},
       {"no token", "<r><url>u</url></r>", VELK_UNEXPECTED_REPLY, "u", untouched},
       {"no url", "<r><token>t</token></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
-      {"other case", "<r><URL>u</URL><token>t</token></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
-      {"deeper", "<r><s><url>u</url><token>t</token></s></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
-      {"the root itself", "<url>u<token>t</token></url>", VELK_UNEXPECTED_REPLY, untouched, untouched},
-      {"truncated behind both", "<r><url>u</url><token>t</token>", VELK_OK, "u", "t"},
+      {"different case", "<r><URL>u</URL><token>t</token></r>", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"nested too deep", "<r><s><url>u</url><token>t</token></s></r>", VELK_UNEXPECTED_REPLY, untouched,
+       untouched},
+      {"root element itself", "<url>u<token>t</token></url>", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"truncated after both", "<r><url>u</url><token>t</token>", VELK_OK, "u", "t"},
       {"truncated in the token's text", "<r><url>u</url><token>t", VELK_OK, "u", ""},
       {"truncated in the token's tag", "<r><url>u</url><tok", VELK_UNEXPECTED_REPLY, "u", untouched},
-      {"no XML", "NoLinkedYouTubeAccount", VELK_UNEXPECTED_REPLY, untouched, untouched},
-      {"a blank", " ", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"not XML", "NoLinkedYouTubeAccount", VELK_UNEXPECTED_REPLY, untouched, untouched},
+      {"single space", " ", VELK_UNEXPECTED_REPLY, untouched, untouched},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -159,7 +162,7 @@ TEST(ParseUploadTokenReply, TakesTheFirstOfEachNameBelowTheRoot) {
     EXPECT_EQ(ParseUploadTokenReply(exact.get(), row.reply.size(), &url, &token), row.result);
     EXPECT_EQ(url, row.url);
     EXPECT_EQ(token, row.token);
-    EXPECT_EQ(std::memcmp(exact.get(), row.reply.data(), row.reply.size()), 0) << "the reply is only read";
+    EXPECT_EQ(std::memcmp(exact.get(), row.reply.data(), row.reply.size()), 0) << "the reply is not modified";
   }
   std::string out;
   EXPECT_EQ(ParseUploadTokenReply("<r/>", 0, &out, &out), VELK_MISSING_ARGUMENT);
@@ -171,12 +174,12 @@ TEST(ParseUploadTokenReply, TakesTheFirstOfEachNameBelowTheRoot) {
 
 class UploadToken : public test::ServiceTest {
  protected:
-  int32_t Ask(const char* accessToken = "token", const char* entry = "<entry/>") {
+  int32_t RequestToken(const char* accessToken = "token", const char* entry = "<entry/>") {
     std::fill(std::begin(url), std::end(url), '#');
     std::fill(std::begin(token), std::end(token), '#');
     return RequestUploadToken(accessToken, nullptr, entry, url, &urlLength, token, &tokenLength);
   }
-  bool TextsUntouched() const {
+  bool StringsUntouched() const {
     return std::string_view(url, sizeof url).find_first_not_of('#') == std::string_view::npos &&
            std::string_view(token, sizeof token).find_first_not_of('#') == std::string_view::npos;
   }
@@ -189,9 +192,9 @@ class UploadToken : public test::ServiceTest {
 
 const std::string kReply = "<r><url>http:</url><token>tok</token></r>";
 
-TEST_F(UploadToken, AsksToTheByteThroughTheProxy) {
+TEST_F(UploadToken, SendsTheExactRequestThroughTheProxy) {
   sandbox.Add({.body = kReply});
-  EXPECT_EQ(Ask(), VELK_OK);
+  EXPECT_EQ(RequestToken(), VELK_OK);
   EXPECT_STREQ(url, "http:");
   EXPECT_STREQ(token, "tok");
   EXPECT_EQ(urlLength, 5);
@@ -215,59 +218,59 @@ TEST_F(UploadToken, AsksToTheByteThroughTheProxy) {
   const std::string large(2 * 1024 * 1024, 'e');
   sandbox.Add({.body = kReply});
   urlLength = tokenLength = sizeof url;
-  EXPECT_EQ(Ask("token", large.c_str()), VELK_OK);
+  EXPECT_EQ(RequestToken("token", large.c_str()), VELK_OK);
   EXPECT_EQ(sandbox.Requests()[1].bodySize, large.size());
   EXPECT_EQ(sandbox.Requests()[1].HeaderNames().find("Expect"), std::string::npos)
-      << "sent without asking first";
+      << "sent without waiting for 100 Continue";
 }
 
-TEST_F(UploadToken, FitsBothTextsOrGivesNone) {
+TEST_F(UploadToken, WritesBothStringsOrNeither) {
   struct Row {
-    int32_t urlRoom, tokenRoom, result;
+    int32_t urlCapacity, tokenCapacity, result;
   };
   for (const Row& row :
        {Row{6, 4, VELK_OK}, Row{5, 4, VELK_BUFFER_TOO_SMALL}, Row{6, 3, VELK_BUFFER_TOO_SMALL},
         Row{0, 0, VELK_BUFFER_TOO_SMALL}, Row{-1, 4, VELK_BUFFER_TOO_SMALL}}) {
-    SCOPED_TRACE(std::to_string(row.urlRoom) + " and " + std::to_string(row.tokenRoom));
+    SCOPED_TRACE(std::to_string(row.urlCapacity) + " and " + std::to_string(row.tokenCapacity));
     sandbox.Add({.body = kReply});
-    urlLength = row.urlRoom;
-    tokenLength = row.tokenRoom;
-    EXPECT_EQ(Ask(), row.result);
-    EXPECT_EQ(urlLength, row.result == VELK_OK ? 5 : row.urlRoom);
-    EXPECT_EQ(tokenLength, row.result == VELK_OK ? 3 : row.tokenRoom);
-    EXPECT_EQ(TextsUntouched(), row.result != VELK_OK);
+    urlLength = row.urlCapacity;
+    tokenLength = row.tokenCapacity;
+    EXPECT_EQ(RequestToken(), row.result);
+    EXPECT_EQ(urlLength, row.result == VELK_OK ? 5 : row.urlCapacity);
+    EXPECT_EQ(tokenLength, row.result == VELK_OK ? 3 : row.tokenCapacity);
+    EXPECT_EQ(StringsUntouched(), row.result != VELK_OK);
     EXPECT_EQ(std::string_view(url, 7), row.result == VELK_OK ? std::string_view("http:\0#", 7) : "#######");
     EXPECT_EQ(std::string_view(token, 5), row.result == VELK_OK ? std::string_view("tok\0#", 5) : "#####");
   }
   sandbox.Add({.body = "<r><url>" + std::string(7000, 'u') + "</url><token>" + std::string(7000, 't') +
                        "</token></r>"});
   urlLength = tokenLength = sizeof url;
-  EXPECT_EQ(Ask(), VELK_OK) << "no text is cut on its way";
+  EXPECT_EQ(RequestToken(), VELK_OK) << "no string is truncated";
   EXPECT_EQ(std::string(url), std::string(7000, 'u'));
   EXPECT_EQ(tokenLength, 7000);
 }
 
-TEST_F(UploadToken, AnswersEachOutcomeWithItsCode) {
+TEST_F(UploadToken, ReturnsTheCodeOfEachOutcome) {
   const test::Outcome rows[] = {
       {"200 without a body", {}, VELK_UNEXPECTED_REPLY},
       {"200 without a token", {.body = "<r><url>u</url></r>"}, VELK_UNEXPECTED_REPLY},
       {"201", {.status = 201, .body = kReply}, VELK_UNEXPECTED_REPLY},
       {"401", {.status = 401, .body = kReply}, VELK_UNEXPECTED_REPLY},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
-      {"cut", {.body = kReply + " ", .cutBodyAfter = kReply.size()}, VELK_TRANSFER_FAILED},
+      {"truncated", {.body = kReply + " ", .cutBodyAfter = kReply.size()}, VELK_TRANSFER_FAILED},
   };
   for (const test::Outcome& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Add(row.reply);
-    EXPECT_EQ(Ask(), row.result);
-    EXPECT_TRUE(TextsUntouched());
+    EXPECT_EQ(RequestToken(), row.result);
+    EXPECT_TRUE(StringsUntouched());
     EXPECT_EQ(urlLength, static_cast<int32_t>(sizeof url));
     EXPECT_EQ(tokenLength, static_cast<int32_t>(sizeof token));
   }
   SetLibVelkUploadProxy(test::kRefusingProxy);
-  EXPECT_EQ(Ask(), VELK_TRANSFER_FAILED);
+  EXPECT_EQ(RequestToken(), VELK_TRANSFER_FAILED);
 
-  EXPECT_EQ(Ask(""), VELK_MISSING_ARGUMENT);
+  EXPECT_EQ(RequestToken(""), VELK_MISSING_ARGUMENT);
   for (int missing = 0; missing < 6; ++missing) {
     const auto arg = [&](int index, auto* pointer) { return index == missing ? nullptr : pointer; };
     EXPECT_EQ(RequestUploadToken(arg(0, "token"), nullptr, arg(1, "e"), arg(2, url), arg(3, &urlLength),
@@ -276,12 +279,12 @@ TEST_F(UploadToken, AnswersEachOutcomeWithItsCode) {
   }
 }
 
-TEST_F(UploadToken, GivesUpOnASilentServiceAsTheCategoriesDo) {
+TEST_F(UploadToken, TimesOutLikeTheCategoryLookup) {
   sandbox.Add({.times = 0, .neverAnswer = true});
   char title[kCategoryTitleRoom];
   std::thread category(
       [&] { test::ExpectTenSecondLimit([&] { return GetYoutubeCategoryTitle("token", "1", title); }); });
-  test::ExpectTenSecondLimit([this] { return Ask(); });
+  test::ExpectTenSecondLimit([this] { return RequestToken(); });
   category.join();
 }
 
@@ -289,7 +292,7 @@ TEST_F(UploadToken, GivesUpOnASilentServiceAsTheCategoriesDo) {
 
 class BrowserForm : public test::ServiceTest {
  protected:
-  // What libcurl reports on the standard error stream is kept from the test's own output.
+  // Captures what libcurl writes to standard error, to keep it out of the test output.
   int32_t Post(const std::string& url, const char* token = "T=&+") {
     std::fill(std::begin(videoId), std::end(videoId), '#');
     testing::internal::CaptureStderr();
@@ -308,14 +311,14 @@ class BrowserForm : public test::ServiceTest {
   FileUploader uploader{};
   char videoId[kBrowserVideoIdRoom];
   std::string report;
-  const std::string address = sandbox.Proxy() + "/form";
+  const std::string formUrl = sandbox.Proxy() + "/form";
 };
 
-TEST_F(BrowserForm, SendsFileAndTokenPastTheProxyAndSaysSo) {
+TEST_F(BrowserForm, BypassesTheProxyAndReportsTheHeaders) {
   SetLibVelkUploadProxy(test::kRefusingProxy);
   sandbox.Add({.status = 302, .headers = {"Location: http://localhost?status=200&id=elsewhere"}});
-  EXPECT_EQ(Post(address), VELK_OK);
-  EXPECT_STREQ(videoId, "") << "the address asked holds no identifier";
+  EXPECT_EQ(Post(formUrl), VELK_OK);
+  EXPECT_STREQ(videoId, "") << "the requested URL contains no identifier";
   EXPECT_EQ(uploader.state, uint32_t{kYoutubeUploading});
   EXPECT_GT(uploader.totalBytes, 19);
   EXPECT_EQ(uploader.uploadedBytes, uploader.totalBytes);
@@ -334,10 +337,10 @@ TEST_F(BrowserForm, SendsFileAndTokenPastTheProxyAndSaysSo) {
 
   EXPECT_NE(report.find("> POST /form?nexturl=http://localhost HTTP/1.1"), std::string::npos) << report;
   EXPECT_NE(report.find("< HTTP/1.1 302 "), std::string::npos) << report;
-  EXPECT_EQ(report.find("T=&+"), std::string::npos) << "the token is no part of the report";
+  EXPECT_EQ(report.find("T=&+"), std::string::npos) << "the token must not be reported";
 }
 
-TEST_F(BrowserForm, ReadsTheIdentifierOutOfTheAddressAsked) {
+TEST_F(BrowserForm, ReadsTheIdentifierFromTheRequestedUrl) {
   const std::pair<std::string, std::string> rows[] = {
       {"", ""},
       {"?id=abc", "abc?nexturl=http://localhost"},
@@ -349,13 +352,13 @@ TEST_F(BrowserForm, ReadsTheIdentifierOutOfTheAddressAsked) {
   for (const auto& [rest, expected] : rows) {
     SCOPED_TRACE(rest);
     sandbox.Add({});
-    EXPECT_EQ(Post(address + rest), VELK_OK);
+    EXPECT_EQ(Post(formUrl + rest), VELK_OK);
     EXPECT_EQ(std::string(videoId), expected);
     EXPECT_EQ(sandbox.Requests().back().target, "/form" + rest + "?nexturl=http://localhost");
   }
 }
 
-TEST_F(BrowserForm, AnswersEachOutcomeWithItsCode) {
+TEST_F(BrowserForm, ReturnsTheCodeOfEachOutcome) {
   const test::Outcome rows[] = {
       {"200", {}, VELK_OK},
       {"201", {.status = 201}, VELK_UNEXPECTED_REPLY},
@@ -364,49 +367,49 @@ TEST_F(BrowserForm, AnswersEachOutcomeWithItsCode) {
       {"500", {.status = 500}, VELK_UNEXPECTED_REPLY},
       {"503", {.status = 503}, VELK_TRANSFER_FAILED},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
-      {"cut", {.body = "reply", .cutBodyAfter = 3}, VELK_TRANSFER_FAILED},
+      {"truncated", {.body = "reply", .cutBodyAfter = 3}, VELK_TRANSFER_FAILED},
   };
   for (const test::Outcome& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Reset();
     uploader.state = kYoutubeCancelAsked;
     sandbox.Add(row.reply);
-    EXPECT_EQ(Post(address + "?id="), row.result);
+    EXPECT_EQ(Post(formUrl + "?id="), row.result);
     EXPECT_EQ(IdUntouched(), row.result != VELK_OK);
-    EXPECT_EQ(uploader.state, uint32_t{kYoutubeUploading}) << "left so, whatever came of it";
+    EXPECT_EQ(uploader.state, uint32_t{kYoutubeUploading}) << "the same after every outcome";
     EXPECT_EQ(sandbox.Requests().size(), 1U);
   }
   EXPECT_EQ(Post(std::string(test::kRefusingProxy) + "/form"), VELK_TRANSFER_FAILED);
 }
 
 TEST_F(BrowserForm, FailsOnAFileThatCannotBeRead) {
-  EXPECT_TRUE(test::Deletable(*media)) << "nothing holds it open";
-  EXPECT_EQ(Post(address), VELK_TRANSFER_FAILED);
+  EXPECT_TRUE(test::Deletable(*media)) << "the file is not open";
+  EXPECT_EQ(Post(formUrl), VELK_TRANSFER_FAILED);
   EXPECT_TRUE(sandbox.Requests().empty());
   EXPECT_TRUE(IdUntouched());
 }
 
-TEST_F(BrowserForm, ChecksBeforeItSends) {
+TEST_F(BrowserForm, ValidatesArgumentsBeforeSending) {
   const std::string path = media->Path();
   for (int missing = 0; missing < 6; ++missing) {
     const auto arg = [&](int index, auto* pointer) { return index == missing ? nullptr : pointer; };
     EXPECT_EQ(PostBrowserUploadForm(arg(0, &uploader), arg(1, "token"), arg(2, path.c_str()), arg(3, videoId),
-                                    arg(4, address.c_str()), arg(5, "T")),
+                                    arg(4, formUrl.c_str()), arg(5, "T")),
               VELK_MISSING_ARGUMENT);
   }
   EXPECT_TRUE(sandbox.Requests().empty());
   EXPECT_EQ(uploader.state, uint32_t{kYoutubeIdle});
 }
 
-TEST_F(BrowserForm, CancelsInMidTransferFromAnotherThread) {
+TEST_F(BrowserForm, CancelsDuringTheTransferFromAnotherThread) {
   SetFile(test::RandomBytes(8 * 1024 * 1024, 4));
   sandbox.Add({.readSlowly = 200000});
   double total = 0;
   EXPECT_EQ(test::CancelInMidTransfer(
                 sandbox, 0, &uploader, GetYoutubeUploadFileProgress, CancelYoutubeUploadFile,
-                [this] { return Post(address); }, total),
+                [this] { return Post(formUrl); }, total),
             VELK_CANCELLED);
-  EXPECT_GT(total, 8.0 * 1024 * 1024) << "a form's own bytes count as well";
+  EXPECT_GT(total, 8.0 * 1024 * 1024) << "the form's own bytes are counted";
   EXPECT_EQ(uploader.state, uint32_t{kYoutubeCancelAsked});
   EXPECT_TRUE(IdUntouched());
 }
@@ -435,7 +438,7 @@ TEST_F(BrowserForm, PublishesInThreeSteps) {
   EXPECT_EQ(Post(url, "another"), VELK_UNEXPECTED_REPLY);
   EXPECT_EQ(Post(std::string(url) + "x", token), VELK_UNEXPECTED_REPLY);
   EXPECT_EQ(Post(url, token), VELK_OK) << report;
-  EXPECT_EQ(Post(url, token), VELK_UNEXPECTED_REPLY) << "a token serves once";
+  EXPECT_EQ(Post(url, token), VELK_UNEXPECTED_REPLY) << "a token is valid only once";
 
   const boost::json::value state = sandbox.State();
   ASSERT_EQ(state.at("youtube").at("videos").as_array().size(), 1U);

@@ -1,4 +1,4 @@
-// YouTube's categories: the lookup of a title on the wire, and the table of terms.
+// YouTube's categories: the request for a title, and the table of terms.
 #include <cstring>
 
 #include "api/service_test.h"
@@ -9,7 +9,7 @@ namespace {
 
 using test::Script;
 
-TEST(YoutubeCategoryTerm, KnowsTheWholeTableAndNothingElse) {
+TEST(YoutubeCategoryTerm, ExistsForExactlyTheKnownIds) {
   std::string known;
   for (int id = 0; id < 120; ++id) {
     char term[kCategoryTermRoom];
@@ -35,7 +35,7 @@ TEST(YoutubeCategoryTerm, KnowsTheWholeTableAndNothingElse) {
 
 class YoutubeCategoryTitle : public test::ServiceTest {
  protected:
-  int32_t Ask(const char* id, const char* token = "token") {
+  int32_t GetTitle(const char* id, const char* token = "token") {
     std::memset(title, '#', sizeof title);
     return GetYoutubeCategoryTitle(token, id, title);
   }
@@ -44,8 +44,8 @@ class YoutubeCategoryTitle : public test::ServiceTest {
   char title[kCategoryTitleRoom];
 };
 
-TEST_F(YoutubeCategoryTitle, AsksToTheByte) {
-  EXPECT_EQ(Ask("10&x=%2C"), VELK_OK) << "the identifier is not escaped, so its rest is another parameter";
+TEST_F(YoutubeCategoryTitle, SendsTheExactRequest) {
+  EXPECT_EQ(GetTitle("10&x=%2C"), VELK_OK) << "the identifier is not escaped: its rest becomes a parameter";
   EXPECT_STREQ(title, "Music");
   const test::Request request = sandbox.Only();
   EXPECT_EQ(request.scheme, "https");
@@ -58,15 +58,15 @@ TEST_F(YoutubeCategoryTitle, AsksToTheByte) {
   EXPECT_EQ(request.bodySize, 0U);
 }
 
-TEST_F(YoutubeCategoryTitle, TellsTheServicesTitles) {
+TEST_F(YoutubeCategoryTitle, ReturnsTheTitlesOfTheService) {
   const std::pair<const char*, const char*> rows[] = {
       {"1", "Film & Animation"}, {"20", "Games"}, {"31", "Anime/Animation"}, {"44", "Trailers"}};
   for (const auto& [id, expected] : rows) {
-    EXPECT_EQ(Ask(id), VELK_OK);
+    EXPECT_EQ(GetTitle(id), VELK_OK);
     EXPECT_STREQ(title, expected);
   }
-  EXPECT_EQ(Ask("20", "expired"), VELK_TRANSFER_FAILED);
-  EXPECT_EQ(Ask("20", "forbidden"), VELK_FORBIDDEN);
+  EXPECT_EQ(GetTitle("20", "expired"), VELK_TRANSFER_FAILED);
+  EXPECT_EQ(GetTitle("20", "forbidden"), VELK_FORBIDDEN);
 }
 
 TEST_F(YoutubeCategoryTitle, RenamesExactlyOneTitle) {
@@ -79,14 +79,14 @@ TEST_F(YoutubeCategoryTitle, RenamesExactlyOneTitle) {
       {std::string(255, 't'), std::string(255, 't')},
       {std::string(400, 't'), std::string(255, 't')},
   };
-  for (const auto& [told, expected] : rows) {
-    sandbox.Add({.body = R"({"items": [{"snippet": {"title": ")" + told + R"("}}]})"});
-    EXPECT_EQ(Ask("20"), VELK_OK);
+  for (const auto& [received, expected] : rows) {
+    sandbox.Add({.body = R"({"items": [{"snippet": {"title": ")" + received + R"("}}]})"});
+    EXPECT_EQ(GetTitle("20"), VELK_OK);
     EXPECT_EQ(title, expected);
   }
 }
 
-TEST_F(YoutubeCategoryTitle, AnswersEachOutcomeWithItsCode) {
+TEST_F(YoutubeCategoryTitle, ReturnsTheCodeOfEachOutcome) {
   const std::string body = R"({"title": "T"})";
   const test::Outcome rows[] = {
       {"200 without a title", {.body = R"({"items": []})"}, VELK_NO_TITLE},
@@ -97,19 +97,19 @@ TEST_F(YoutubeCategoryTitle, AnswersEachOutcomeWithItsCode) {
       {"401", {.status = 401, .body = body}, VELK_TRANSFER_FAILED},
       {"403", {.status = 403, .body = body}, VELK_FORBIDDEN},
       {"reset", {.reset = true}, VELK_TRANSFER_FAILED},
-      {"cut behind the title", {.body = body + "  ", .cutBodyAfter = 14}, VELK_TRANSFER_FAILED},
+      {"truncated after the title", {.body = body + "  ", .cutBodyAfter = 14}, VELK_TRANSFER_FAILED},
   };
   for (const test::Outcome& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Add(row.reply);
-    EXPECT_EQ(Ask("20"), row.result);
+    EXPECT_EQ(GetTitle("20"), row.result);
     EXPECT_TRUE(Untouched());
   }
   SetLibVelkUploadProxy(test::kRefusingProxy);
-  EXPECT_EQ(Ask("20"), VELK_TRANSFER_FAILED);
+  EXPECT_EQ(GetTitle("20"), VELK_TRANSFER_FAILED);
   for (const char* missing : {static_cast<const char*>(nullptr), ""}) {
-    EXPECT_EQ(Ask(missing), VELK_MISSING_ARGUMENT);
-    EXPECT_EQ(Ask("20", missing), VELK_MISSING_ARGUMENT);
+    EXPECT_EQ(GetTitle(missing), VELK_MISSING_ARGUMENT);
+    EXPECT_EQ(GetTitle("20", missing), VELK_MISSING_ARGUMENT);
     EXPECT_TRUE(Untouched());
   }
 }

@@ -1,4 +1,4 @@
-// How a video's metadata is transformed, and how the session's address is found.
+// How a video's metadata is transformed, and how the session URL is found.
 #include "youtube/youtube.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 namespace velk {
 namespace {
 
-TEST(EscapeControlChars, CutsExactlyAtTheWidth) {
+TEST(EscapeControlChars, TruncatesExactlyAtTheWidth) {
   struct Row {
     const char* name;
     std::string text;
@@ -18,20 +18,20 @@ TEST(EscapeControlChars, CutsExactlyAtTheWidth) {
   };
   const Row rows[] = {
       {"each kind", "a\nb\rc\td", 20, "a\\nb\\rc\\td"},
-      {"others stay", "\"'\\\x01\x7F\xC3\xA9", 20, "\"'\\\x01\x7F\xC3\xA9"},
-      {"fits whole", "abcd", 5, "abcd"},
-      {"a second pass over a full field", "abcde", 5, "abcd"},
-      {"an escape that fits", "ab\n", 5, "ab\\n"},
-      {"an escape in the terminator's place", "abc\n", 5, "abc\\n"},
-      {"an escape too late", "abcd\n", 6, "abcd\\n"},
-      {"grows beyond", "\n\n\n\n", 6, "\\n\\n\\n"},
-      {"grows beyond an odd width", "\n\n\n\n", 7, "\\n\\n\\n"},
-      {"no room but the terminator's", "\n", 1, ""},
+      {"other bytes are kept", "\"'\\\x01\x7F\xC3\xA9", 20, "\"'\\\x01\x7F\xC3\xA9"},
+      {"fits exactly", "abcd", 5, "abcd"},
+      {"unterminated field", "abcde", 5, "abcd"},
+      {"escape that fits", "ab\n", 5, "ab\\n"},
+      {"escape over the terminator", "abc\n", 5, "abc\\n"},
+      {"escape over the terminator of a wider field", "abcd\n", 6, "abcd\\n"},
+      {"grows past the width", "\n\n\n\n", 6, "\\n\\n\\n"},
+      {"grows past an odd width", "\n\n\n\n", 7, "\\n\\n\\n"},
+      {"capacity for the terminator only", "\n", 1, ""},
       {"empty", "", 3, ""},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    // The field ends with its allocation, so that a byte beyond is seen by the sanitizers.
+    // The field fills its allocation, so that sanitizers detect any access past its end.
     std::vector<char> field(static_cast<size_t>(row.capacity), '\0');
     std::memcpy(field.data(), row.text.data(), std::min(row.text.size(), field.size()));
     EXPECT_EQ(EscapeControlChars(field.data(), row.capacity), 0);
@@ -39,7 +39,7 @@ TEST(EscapeControlChars, CutsExactlyAtTheWidth) {
   }
 }
 
-TEST(EscapeControlChars, ClearsWhatStoodBehindAndRefusesNothing) {
+TEST(EscapeControlChars, ClearsTheRestOfTheFieldAndRejectsMissingFields) {
   char field[8] = {'a', '\0', 'x', 'y', 'z', 'x', 'y', 'z'};
   EXPECT_EQ(EscapeControlChars(field, 8), 0);
   EXPECT_EQ(std::memcmp(field, "a\0\0\0\0\0\0\0", 8), 0);
@@ -58,7 +58,7 @@ TEST(FormatTagsList, QuotesEachLine) {
   for (const auto& [tags, list] : rows) EXPECT_EQ(FormatTagsList(tags), list);
 }
 
-TEST(ComposeVideoBody, ReadsFullFieldsToTheirWidthAndEscapesInPlace) {
+TEST(ComposeVideoBody, ReadsUnterminatedFieldsAndEscapesInPlace) {
   YoutubeUploadInfo info;
   std::memset(&info, 'x', sizeof info);
   const std::string body = ComposeVideoBody(info);
@@ -70,7 +70,7 @@ TEST(ComposeVideoBody, ReadsFullFieldsToTheirWidthAndEscapesInPlace) {
   EXPECT_EQ(info.tags[0], 'x');
 }
 
-TEST(FindLocationHeader, TakesTheLastLine) {
+TEST(FindLocationHeader, ReturnsTheLastValue) {
   using namespace std::string_literals;
   struct Row {
     const char* name;
@@ -79,18 +79,18 @@ TEST(FindLocationHeader, TakesTheLastLine) {
   };
   const Row rows[] = {
       {"one", "HTTP/1.1 200 OK\r\nLocation: https://a/b?c\r\nX: y\r\n\r\n", "https://a/b?c"},
-      {"in the body too", "Location: head\r\n\r\nLocation: body", "body"},
-      {"no line end", "x\r\nLocation: tail", "tail"},
+      {"also in the body", "Location: head\r\n\r\nLocation: body", "body"},
+      {"no line ending", "x\r\nLocation: tail", "tail"},
       {"ended by a line feed", "Location: a\nb", "a"},
       {"empty value", "Location: \r\nLocationX: ", ""},
       {"at the very end", "Location: ", ""},
-      {"lower case is another header", "HTTP/1.1 200 OK\r\nlocation: x\r\n", "200 OK"},
+      {"lower case does not match", "HTTP/1.1 200 OK\r\nlocation: x\r\n", "200 OK"},
       {"part of a longer name", "X-Location: y\r\n", "y"},
       {"none", "HTTP/1.1 200 Fine\r\n\r\n", "200 Fine"},
       {"none and short", "HTTP/1.1", ""},
-      {"none, line end before the tenth byte", "HTTP\r\n\r\nlong body", ""},
+      {"none, line ending before the tenth byte", "HTTP\r\n\r\nlong body", ""},
       {"nothing", "", ""},
-      {"behind a NUL nothing is searched", "HTTP/1.1 200 OK\r\n\0Location: x\r\n"s, "200 OK"},
+      {"search ends at a NUL", "HTTP/1.1 200 OK\r\n\0Location: x\r\n"s, "200 OK"},
       {"long", "Location: " + std::string(5000, 'u') + "\r\n", std::string(5000, 'u')},
   };
   for (const Row& row : rows) {
@@ -99,7 +99,7 @@ TEST(FindLocationHeader, TakesTheLastLine) {
   }
 }
 
-TEST(UploadFileContent, FailsOnAFileThatIsGoneSinceTheSession) {
+TEST(UploadFileContent, FailsWhenTheFileDisappearsAfterTheSession) {
   FileUploader uploader{};
   const YoutubeUploadInfo info{};
   char id[256];
@@ -107,7 +107,7 @@ TEST(UploadFileContent, FailsOnAFileThatIsGoneSinceTheSession) {
   EXPECT_EQ(UploadFileContent(&uploader, "t", &info, "http://u", id, gone), VELK_FILE_NOT_OPENED);
 }
 
-TEST(YoutubeProgress, RunsOnlyWhileUploading) {
+TEST(YoutubeProgress, ContinuesOnlyWhileUploading) {
   EXPECT_EQ(YoutubeProgressCallback(nullptr, 0, 0, 0, 0), -1);
   for (const uint32_t state : {0U, 1U, 4U}) {
     FileUploader uploader{1, 2, state, 0};

@@ -1,4 +1,4 @@
-// The library built to verify certificates: no request goes out to a service whose certificate is not trusted.
+// The library built with certificate verification. It sends no request to a service without a trusted certificate.
 #include <curl/curl.h>
 
 #include <cstdarg>
@@ -8,7 +8,7 @@
 #include "api/twitter_test.h"
 #include "twitter/twitter.h"
 
-// The linker sends the library's calls here first.
+// The linker redirects the library's calls to the wrappers.
 extern "C" {
 CURL* __real_curl_easy_init();
 CURL* __wrap_curl_easy_init();
@@ -19,9 +19,9 @@ CURLcode __wrap_curl_easy_setopt(CURL* handle, CURLoption option, ...);
 namespace velk::test {
 namespace {
 
-std::string trustedFile;  // of certificates, in place of the system's; empty for the system's
+std::string trustedFile;  // trusted certificates; empty: the system's
 
-// The verification options that were set last.
+// The most recent values of the verification options.
 std::optional<long> verifyPeer;
 std::optional<long> verifyHost;
 
@@ -99,7 +99,7 @@ class Verification : public TwitterTest {
   int32_t count = 0;
 };
 
-TEST_F(Verification, IsSetOnEveryRequest) {
+TEST_F(Verification, IsEnabledForEveryRequest) {
   for (const Call& call : calls) {
     SCOPED_TRACE(call.name);
     verifyPeer.reset();
@@ -110,9 +110,9 @@ TEST_F(Verification, IsSetOnEveryRequest) {
   }
 }
 
-#ifndef _WIN32  // Wine 8 does not verify a chain: there only the options above can be seen
+#ifndef _WIN32  // Wine 8 does not verify chains: there, only the options above can be tested
 
-TEST_F(Verification, RefusesACertificateThatNobodyVouchesFor) {
+TEST_F(Verification, RejectsAnUntrustedCertificate) {
   for (const Call& call : calls) {
     SCOPED_TRACE(call.name);
     EXPECT_EQ(call.run(), call.refused);
@@ -120,21 +120,21 @@ TEST_F(Verification, RefusesACertificateThatNobodyVouchesFor) {
   }
 }
 
-TEST_F(Verification, AcceptsATrustedCertificateForTheHostAlone) {
+TEST_F(Verification, AcceptsOnlyATrustedCertificate) {
   const TempFile authority("ca.pem", sandbox.Certificate());
   trustedFile = authority.Path();
   sandbox.Add(
       {.times = 0, .body = R"({"id":"1","link":"l","media_id_string":"7","processing_info":{"state":"x"}})"});
   EXPECT_EQ(GetFacebookPhotoUrl("t", "104", text, nullptr), VELK_OK);
   EXPECT_EQ(StartTwitterUploadPhoto(&uploader, &consumer, &token, &tweet), VELK_OK)
-      << "the status query included";
+      << "including the status query";
   EXPECT_EQ(SetYoutubeUploadFileUpdateInfo("t", "v", &video), VELK_OK);
   EXPECT_EQ(sandbox.Requests().size(), 7U);
 
   sandbox.Reset();
   sandbox.Add({.certificateName = "graph.facebook.com"});
   EXPECT_EQ(GetFacebookPhotoUrl("t", "104", text, nullptr), VELK_TRANSFER_FAILED)
-      << "the right name, but unknown";
+      << "matching name, but not trusted";
   EXPECT_TRUE(sandbox.Requests().empty());
 }
 
