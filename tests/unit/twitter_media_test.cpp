@@ -86,7 +86,7 @@ TEST_F(TwitterMedia, MapsEveryStatusReplyToItsCode) {
       {{.body = state(longest + "s")}, VELK_BUFFER_TOO_SMALL},
       {{.status = 202}, VELK_UNEXPECTED_REPLY},
       {{.status = 401, .body = "Could not authenticate you"}, VELK_CREDENTIALS_REFUSED},
-      {{.reset = true}, VELK_TRANSFER_FAILED},
+      {{.times = 2, .reset = true}, VELK_TRANSFER_FAILED},  // on the reused connection and on a new one
   };
   for (const auto& [script, result] : rows) {
     sandbox.Add(script);
