@@ -1,4 +1,3 @@
-// Connections that outlive a request, in a share object of libcurl's.
 #include "core/connections.h"
 
 namespace velk {

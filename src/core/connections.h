@@ -1,4 +1,4 @@
-// The connections of one call.
+// The HTTP connections of one call.
 #pragma once
 
 #include <curl/curl.h>
@@ -7,16 +7,17 @@
 
 namespace velk {
 
-// The requests of a call that are made with it keep their connections open in it, so that a later one to the same host
-// goes over an earlier one's. They share nothing else. It must outlive their transfers, and closes what is open.
+// Keeps the connections of a call open, so that later requests to the same host reuse them. The requests
+// share nothing else. The object must outlive their transfers; its destructor closes the connections.
 //
-// libcurl sends a request once more by itself when a kept connection dies before the first byte of the reply. So a
-// request that must not be sent twice is either the first one of its call or made without this.
+// When a kept connection dies before the first byte of the reply, libcurl sends the request again. A request
+// that must not be sent twice is therefore the first of its call, or does not use this class.
 class Connections {
  public:
   Connections() noexcept;
 
-  // Lets a handle keep its connection here; without memory for that, has it close its connection.
+  // Lets a handle keep its connection in this object. If memory ran out in the constructor, makes the handle
+  // close its connection instead.
   CURLcode Admit(CURL* handle) const noexcept;
 
  private:

@@ -1,4 +1,4 @@
-// What the services build on: one include for the whole frame.
+// One include for everything in core that the services use.
 #pragma once
 
 #include "core/connections.h"  // IWYU pragma: export

@@ -1,4 +1,4 @@
-// The only door to the operating system: paths, files beyond 2 GiB, waiting, randomness, and turns with liboauth.
+// The platform layer: paths, files over 2 GiB, sleeping, randomness and the liboauth lock.
 #pragma once
 
 #include <chrono>
@@ -12,33 +12,32 @@
 
 namespace velk {
 
-// A path as the system's own calls take it: UTF-16 on Windows, bytes elsewhere.
+// A path in the encoding of the system calls: UTF-16 on Windows, bytes elsewhere.
 using NativePath = std::filesystem::path::string_type;
 
-// What stands between a folder and a file name.
 extern const char kPathSeparator;
 
-// Turns a UTF-8 path into the system's form. On Windows bytes that are no UTF-8 become U+FFFD.
+// Converts a UTF-8 path to the native encoding. On Windows, invalid UTF-8 becomes U+FFFD.
 NativePath WidenPath(std::string_view utf8);
 
-// Turns a path into the text that a form announces as file name. On Windows that is the ANSI code page, with
-// its substitutes for characters that it lacks.
+// Converts a path to the file name sent in a form. On Windows it uses the ANSI code page, with substitutes
+// for the characters it lacks.
 std::string NarrowPath(const NativePath& path);
 
-// Opens a regular file for reading bytes, or answers null.
+// Opens a regular file for binary reading. Returns null on failure, or if it is not a regular file.
 std::FILE* OpenForReading(const NativePath& path) noexcept;
 
-// Measures an open file and leaves it at its start. Answers -1 when it cannot be measured.
+// Returns the size of an open file and seeks to its start. Returns -1 on failure.
 int64_t MeasureFile(std::FILE* file) noexcept;
 
 void Wait(std::chrono::milliseconds duration) noexcept;
 
-// Fills the bytes from the operating system's random generator. Returns false when it has none to give.
+// Fills the bytes from the operating system's random generator. Returns false if the generator fails.
 bool FillWithRandomBytes(std::span<unsigned char> bytes) noexcept;
 
-// To be held while liboauth works. On Linux its threads share the place where strtok stands in a text, and its
-// cryptography is set up by the first signature without a lock. On Windows strtok's place is each thread's own
-// and there is nothing to set up: no lock is taken.
+// Locks liboauth; hold the lock during every call into it. On Linux it is not thread-safe: it calls strtok,
+// and its first signature initializes the cryptography without a lock. On Windows strtok keeps its position
+// per thread and nothing needs initialization, so the lock is empty.
 std::unique_lock<std::mutex> TurnWithLiboauth();
 
 }  // namespace velk

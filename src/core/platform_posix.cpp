@@ -1,4 +1,3 @@
-// The POSIX side of the door to the operating system.
 #include <sys/random.h>
 #include <sys/stat.h>
 
@@ -16,7 +15,7 @@ NativePath WidenPath(std::string_view utf8) { return NativePath(utf8); }
 std::string NarrowPath(const NativePath& path) { return path; }
 
 std::FILE* OpenForReading(const NativePath& path) noexcept {
-  // A folder opens for reading here, and a pipe would block: neither is a file that can be measured and sent.
+  // fopen would open a folder, and would block on a pipe. Neither can be measured and sent.
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
   return std::fopen(path.c_str(), "rbe");

@@ -1,6 +1,5 @@
-// The Windows side of the door to the operating system.
 #include <windows.h>
-// These two need the types of the first.
+// These two need types from <windows.h>.
 #include <bcrypt.h>
 #include <io.h>
 
@@ -28,7 +27,7 @@ std::string NarrowPath(const NativePath& path) {
 
 std::FILE* OpenForReading(const NativePath& path) noexcept {
   std::FILE* const file = _wfopen(path.c_str(), L"rb");
-  // Devices open like files here, under names such as "NUL" or "nul.mp4" in any folder.
+  // A device name such as "NUL" or "nul.mp4" opens like a file, in any folder.
   if (!file || GetFileType(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)))) == FILE_TYPE_DISK)
     return file;
   std::fclose(file);

@@ -1,4 +1,3 @@
-// The process-wide proxy setting: the library's only state beyond a call.
 #include "core/proxy.h"
 
 #include <array>

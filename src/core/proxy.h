@@ -1,9 +1,9 @@
-// The process-wide proxy setting.
+// The process-wide proxy setting, the only library data that all calls share.
 #pragma once
 
 namespace velk {
 
-// The proxy that every request takes up when it is set up; empty for none.
+// The proxy for new transfers; empty if none is set.
 const char* ProxyAddress() noexcept;
 
 }  // namespace velk

@@ -1,4 +1,5 @@
-// Collecting a reply: every piece makes the block anew, since replies are small and come in few pieces.
+// Every append allocates a new block. Replies are small and arrive in few pieces, so a growth policy would
+// not pay.
 #include "core/response_buffer.h"
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// Turning outcomes into result codes.
+// Converts outcomes to result codes.
 #pragma once
 
 #include <curl/curl.h>
@@ -10,8 +10,8 @@
 
 namespace velk {
 
-// Runs an exported call's body. No exception may reach the host. Ours report that memory or randomness ran out;
-// anything else that a library should throw counts as that.
+// Runs the body of a function that must not throw. The library's own exceptions report that memory or
+// randomness ran out. Any other exception is treated the same.
 template <typename Body>
 int32_t Guarded(Body&& body) noexcept {
   try {
@@ -21,12 +21,12 @@ int32_t Guarded(Body&& body) noexcept {
   }
 }
 
-// The code of a failed transfer.
+// The result code of a failed transfer.
 constexpr int32_t FromTransfer(CURLcode failure) noexcept {
   return failure == CURLE_ABORTED_BY_CALLBACK ? VELK_CANCELLED : VELK_TRANSFER_FAILED;
 }
 
-// One row of a table that judges a reply by its status alone.
+// One row of a table that maps HTTP statuses to result codes.
 struct StatusResult {
   long status;
   int32_t result;

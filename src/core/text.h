@@ -1,4 +1,4 @@
-// Reading the host's fixed-width fields and writing its buffers without ever leaving them.
+// Bounded access to the host's fixed-width fields and output buffers.
 #pragma once
 
 #include <cstring>
@@ -9,19 +9,19 @@
 
 namespace velk {
 
-// The text of a record's field: up to its terminator, or the whole field when it has none.
+// The contents of a field, up to its terminator. Without a terminator, the whole field.
 template <size_t width>
 std::string_view Field(const char (&field)[width]) noexcept {
   return {field, ::strnlen(field, width)};
 }
 
-// Copies a text and its terminator, cut at the room given. Room for nothing writes nothing.
+// Copies a string and its terminator, cut to the size of `out`. An empty `out` is unchanged.
 inline void CopyText(std::string_view text, std::span<char> out) noexcept {
   if (out.empty()) return;
   out[text.copy(out.data(), out.size() - 1)] = '\0';
 }
 
-// One text out of several, allocated once.
+// Concatenates strings with one allocation.
 inline std::string Concat(std::initializer_list<std::string_view> pieces) {
   size_t length = 0;
   for (const std::string_view piece : pieces) length += piece.size();

@@ -1,4 +1,3 @@
-// Composing and performing one HTTP exchange with libcurl.
 #include "core/transfer.h"
 
 #include <cstring>
@@ -10,11 +9,11 @@
 namespace velk {
 namespace {
 
-// libcurl reads a file in pieces of this size. Measured: smaller and larger pieces cost more.
+// The chunk size for reading files. Smaller and larger sizes measured slower.
 constexpr long kUploadBufferSize = 128L * 1024;
 
-// A choice of the build: certificates are verified, or only the name in them is compared, where the TLS library does
-// that by itself. libcurl takes 1 for the name like 2.
+// The build option VELK_VERIFY_PEER verifies certificates. Without it only their host name is compared, if
+// the TLS library can do that separately. libcurl treats 1 like 2 for the host name.
 constexpr long kVerifyPeer = VELK_VERIFY_PEER;
 constexpr long kVerifyHost = VELK_VERIFY_PEER ? 2 : 1;
 
@@ -28,15 +27,16 @@ Transfer::Transfer(TransferSetup setup) : curl_(curl_easy_init()) {
   Set(CURLOPT_SSL_VERIFYPEER, kVerifyPeer);
   if (kVerifyPeer || setup.setHostVerification) Set(CURLOPT_SSL_VERIFYHOST, kVerifyHost);
   if (setup.useProxy && *ProxyAddress() != '\0') Set(CURLOPT_PROXY, ProxyAddress());
-  // Some URLs come from a reply. With libcurl's other protocols such a URL could name a local file to overwrite.
+  // Some URLs come from replies. With libcurl's other protocols, such a URL could name a local file to
+  // overwrite.
   Set(CURLOPT_PROTOCOLS_STR, "http,https");
-  // The upload session's reply is searched for the exact text "Location: ", which HTTP/2 delivers in lower
-  // case.
+  // The reply that opens an upload session is searched for "Location: ". HTTP/2 would deliver that name in
+  // lower case.
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-  // No handle outlives its exchange, so a TLS session would never be taken up again.
+  // A handle is used for one exchange only, so it would never resume a TLS session.
   Set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
   if (setup.connections) Note(setup.connections->Admit(curl_.get()));
-  // A host calls from several threads, where a time-out by signal would be unsafe.
+  // Hosts call from several threads, where timeouts by signal are unsafe.
   Set(CURLOPT_NOSIGNAL, 1L);
 }
 
@@ -47,11 +47,11 @@ Transfer& Transfer::Note(CURLcode outcome) {
 }
 
 Transfer& Transfer::Header(const std::string& line) {
-  // libcurl sends a line as it is: a line break in a token would begin another header, or another request.
+  // libcurl sends the line unchanged. A line break in a token would start another header or another request.
   if (line.find_first_of("\r\n") != std::string::npos) return Note(CURLE_BAD_FUNCTION_ARGUMENT);
   curl_slist* longer = curl_slist_append(headers_.get(), line.c_str());
   if (!longer) throw std::bad_alloc();
-  // Appending answers the same first entry, or the new one for an empty list.
+  // curl_slist_append returns the same first node, or the new node if the list was empty.
   static_cast<void>(headers_.release());
   headers_.reset(longer);
   return *this;
@@ -87,8 +87,8 @@ Transfer& Transfer::AddFormPart(Options... options) {
 }
 
 Transfer& Transfer::AddFormText(CURLformoption contents, const char* name, std::string_view text) {
-  // The length is told, since a text need not be terminated and may hold any byte; told 0, libcurl looks for a
-  // terminator.
+  // The string may lack a terminator and contain any byte, so the length is passed. For length 0, libcurl
+  // looks for a terminator.
   return AddFormPart(CURLFORM_COPYNAME, name, contents, text.empty() ? "" : text.data(), CURLFORM_CONTENTLEN,
                      static_cast<curl_off_t>(text.size()));
 }
@@ -104,7 +104,7 @@ Transfer& Transfer::FormBlock(const char* name, std::string_view bytes) {
 Transfer& Transfer::FormFile(const UploadFile& file, const std::string& fileName) {
   Set(CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferSize);
   Set(CURLOPT_READFUNCTION, &FileReadCallback);
-  // CURLFORM_CONTENTLEN carries 64 bits on every platform; CURLFORM_CONTENTSLENGTH is a long.
+  // CURLFORM_CONTENTLEN is 64 bits wide on every platform; CURLFORM_CONTENTSLENGTH is a long.
   return AddFormPart(CURLFORM_COPYNAME, "file", CURLFORM_STREAM, static_cast<void*>(file.Stream()),
                      CURLFORM_CONTENTLEN, static_cast<curl_off_t>(file.Size()), CURLFORM_FILENAME,
                      fileName.c_str());
@@ -132,8 +132,8 @@ CURLcode Transfer::Perform() {
   return curl_easy_perform(curl_.get());
 }
 
-// libcurl itself repeats a request whose connection dies while the reply is awaited, but not one that is still being
-// sent, such as a long segment.
+// libcurl itself repeats a request if its connection dies while it waits for the reply. It does not if the
+// connection dies while the request is being sent, such as a long segment.
 bool Transfer::KeptConnectionDied(CURLcode failure) const noexcept {
   long opened = 0;
   long headerBytes = 0;
@@ -158,7 +158,7 @@ bool Transfer::Says(const char* text) const noexcept { return std::strstr(reply_
 
 void Transfer::Abandon() noexcept {
   curl_easy_setopt(curl_.get(), CURLOPT_SHARE, nullptr);
-  // The reply hangs on its handle, so that a leak checker tells an abandoned request as one leak.
+  // The handle keeps a pointer to the reply, so a leak checker reports an abandoned request as one leak.
   curl_easy_setopt(curl_.get(), CURLOPT_PRIVATE, static_cast<void*>(reply_.data));
   static_cast<void>(curl_.release());
   reply_.data = nullptr;

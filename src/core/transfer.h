@@ -1,4 +1,4 @@
-// One HTTP exchange: what every request of the library shares, and what a service adds to it.
+// One HTTP exchange: the options common to all requests, and those that a service adds.
 #pragma once
 
 #include <curl/curl.h>
@@ -16,15 +16,16 @@
 
 namespace velk {
 
-// What a few requests change in the common set-up.
+// Options in which a few requests differ from the default.
 struct TransferSetup {
   bool useProxy = true;
   bool setHostVerification = true;
-  const Connections* connections = nullptr;  // of the call; without them the connection is the request's own
+  const Connections* connections = nullptr;  // null: the transfer has its own connection
 };
 
-// Owns everything that a request makes and releases it whatever the exit. Running out of memory while a
-// request is composed throws std::bad_alloc; any other refusal of libcurl is told by Perform.
+// Owns and releases everything that a request allocates. The functions that compose a request throw
+// std::bad_alloc if memory runs out. After any other error of theirs, Perform sends nothing and returns the
+// first.
 class Transfer {
  public:
   using ProgressCallback = int (*)(void*, double, double, double, double) noexcept;
@@ -33,7 +34,7 @@ class Transfer {
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
-  // False when no handle could be made; nothing else may be called then.
+  // False if libcurl returned no handle. No other member may be called then.
   explicit operator bool() const noexcept { return curl_ != nullptr; }
 
   Transfer& Url(const std::string& url) { return Set(CURLOPT_URL, url.c_str()); }
@@ -43,47 +44,46 @@ class Transfer {
   Transfer& Timeout(std::chrono::seconds limit) { return SetLong(CURLOPT_TIMEOUT, limit.count()); }
   Transfer& Get() { return SetLong(CURLOPT_HTTPGET, 1); }
   Transfer& Post() { return SetLong(CURLOPT_POST, 1); }
-  // Sends another verb than the one that the body implies.
+  // Overrides the method that the other options imply.
   Transfer& Verb(const char* verb) { return Set(CURLOPT_CUSTOMREQUEST, verb); }
-  // A line with a line break in it is refused.
+  // A line that contains a line break is an error.
   Transfer& Header(const std::string& line);
   Transfer& Progress(ProgressCallback callback, FileUploader* uploader);
-  // Collects status lines and headers ahead of the body.
+  // Puts the status lines and headers into the reply, before the body.
   Transfer& CollectHeaders() { return SetLong(CURLOPT_HEADER, 1); }
-  // Lets libcurl report connections and headers on the standard error stream.
+  // Makes libcurl log connections and headers to standard error.
   Transfer& Verbose() { return SetLong(CURLOPT_VERBOSE, 1); }
 
-  // Sends a text as the body of a POST.
   Transfer& Body(std::string body);
-  // Sends an open file, from its position to its end, as the body of a PUT. The file must outlive Perform.
+  // Sends a file as the body of a PUT. It must be positioned at its start and outlive Perform.
   Transfer& Put(const UploadFile& file);
-  // Adds a part to a multipart form: a text, a block of bytes that must outlive Perform, or an open file as
-  // part "file" under the given file name.
+  // Add a part to a multipart form. It is a copied string, a block of bytes, or the open file as part "file"
+  // with the given file name. The block and the file must outlive Perform.
   Transfer& FormField(const char* name, std::string_view content);
   Transfer& FormBlock(const char* name, std::string_view bytes);
   Transfer& FormFile(const UploadFile& file, const std::string& fileName);
-  // Adds part "file" from a path that libcurl opens itself, during Perform. It is a path as fopen takes it: on
-  // Windows in the ANSI code page.
+  // Adds part "file" from a path that libcurl opens during Perform. The path is passed to fopen, so on
+  // Windows it is in the ANSI code page.
   Transfer& FormFileAt(const char* narrowPath);
 
-  // Percent-encodes a text for a form-encoded body.
+  // Percent-encodes a string for a form-encoded body.
   std::string Escape(const std::string& text) const;
 
-  // Sends the request, over a kept connection where there is one. When that dies before anything of a reply has come,
-  // the request is sent once more over a fresh one.
+  // Sends the request, on a kept connection if there is one. If that connection dies before any byte of the
+  // reply arrives, sends the request once more on a new one.
   CURLcode Perform();
 
-  // After Perform: the reply.
+  // The reply; valid after Perform.
   long Status() const noexcept;
   std::string_view EffectiveUrl() const noexcept;
   const ResponseBuffer& Reply() const noexcept { return reply_; }
   ResponseBuffer& Reply() noexcept { return reply_; }
-  // Whether the reply's body contains a text; the search ends at a NUL byte.
+  // Whether the body contains the string. The search stops at the first NUL.
   bool Says(const char* text) const noexcept;
 
-  // Gives up the handle and the reply without releasing them: both stay allocated until the process ends, while the
-  // connection stays with the call. Only for the few answers that are documented to leave them behind; nothing else
-  // may be called afterwards.
+  // Gives up the handle and the reply without releasing them. Both stay allocated until the process exits;
+  // the connection stays with the call. Use it only where the public header documents the leak. No other
+  // member may be called afterwards.
   void Abandon() noexcept;
 
  private:

@@ -1,11 +1,10 @@
-// Opening, measuring and reading the file to upload.
 #include "core/upload_file.h"
 
 namespace velk {
 
 UploadFile::UploadFile(const NativePath& path) noexcept : stream_(OpenForReading(path)) {
   if (!stream_) return;
-  // libcurl asks for large blocks; a buffer in between would only copy them once more.
+  // libcurl reads large blocks; a stdio buffer would only add a copy.
   std::setvbuf(stream_.get(), nullptr, _IONBF, 0);
   size_ = MeasureFile(stream_.get());
   if (size_ < 0) Close();

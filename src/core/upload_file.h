@@ -1,4 +1,4 @@
-// A file on its way to a service: open, measured, at its start.
+// An open file to upload, measured and positioned at its start.
 #pragma once
 
 #include <cstdio>
@@ -10,15 +10,14 @@ namespace velk {
 
 class UploadFile {
  public:
-  // Opens and measures the file; test the result with operator bool.
+  // Opens and measures the file. Check success with operator bool.
   explicit UploadFile(const NativePath& path) noexcept;
 
   explicit operator bool() const noexcept { return stream_ != nullptr; }
   int64_t Size() const noexcept { return size_; }
   std::FILE* Stream() const noexcept { return stream_.get(); }
 
-  // Closes the file ahead of the object's end, so that the host may delete it as soon as its transfer is
-  // over.
+  // Closes the file early, so that the host can delete it as soon as the transfer ends.
   void Close() noexcept { stream_.reset(); }
 
  private:
@@ -30,7 +29,7 @@ class UploadFile {
   int64_t size_ = 0;
 };
 
-// The CURLOPT_READFUNCTION of every upload; the stream is the open file. Answers what fread answers.
+// The CURLOPT_READFUNCTION of every upload; `stream` is the open file. Returns the result of fread.
 size_t FileReadCallback(char* destination, size_t itemSize, size_t itemCount, void* stream) noexcept;
 
 }  // namespace velk

@@ -1,4 +1,3 @@
-// The upload handle's life, and how uploads to Facebook and Twitter drive it.
 #include "core/uploader.h"
 
 #include <new>
@@ -31,7 +30,7 @@ int UploadProgressCallback(void* clientData, double, double, double uploadTotal,
 
 }  // namespace velk
 
-// Each function below also leaves the library under its Twitter name.
+// Each function below is also exported under its Twitter name.
 
 FileUploader* InitFacebookFileUploder() noexcept { return velk::NewUploader(); }
 

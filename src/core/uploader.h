@@ -1,4 +1,4 @@
-// The upload handle as the library touches it, and its progress callback for Facebook and Twitter.
+// Access to the upload handle, and the progress callback for Facebook and Twitter.
 #pragma once
 
 #include <atomic>
@@ -7,8 +7,8 @@
 
 namespace velk {
 
-// A handle's fields are plain memory that the host's threads share with the uploading one. Each access of
-// ours is relaxed: it compiles to the plain load or store, without being a data race.
+// The host's threads share the fields of a handle with the uploading thread. They are plain memory, so each
+// access is a relaxed atomic one. It compiles to a plain load or store without being a data race.
 template <typename Value>
 Value Load(const Value& field) noexcept {
   return std::atomic_ref<Value>(const_cast<Value&>(field)).load(std::memory_order_relaxed);
@@ -19,13 +19,13 @@ void Store(Value& field, Value value) noexcept {
   std::atomic_ref<Value>(field).store(value, std::memory_order_relaxed);
 }
 
-// A zeroed handle, or null without memory.
+// Returns a zeroed handle, or null if memory runs out.
 FileUploader* NewUploader() noexcept;
 
 void FreeUploader(FileUploader* uploader) noexcept;
 
-// The CURLOPT_PROGRESSFUNCTION of the uploads to Facebook and Twitter; the client data is the FileUploader.
-// Without a handle, or when a cancel was asked, it aborts the transfer.
+// The CURLOPT_PROGRESSFUNCTION of uploads to Facebook and Twitter; `clientData` is the FileUploader. Aborts
+// the transfer if the handle is null or its cancellation was requested.
 int UploadProgressCallback(void* clientData, double downloadTotal, double downloadNow, double uploadTotal,
                            double uploadNow) noexcept;
 

@@ -1,9 +1,9 @@
-// The UTF-8 encoding.
+// UTF-8 encoding.
 #pragma once
 
 namespace velk {
 
-// Writes the UTF-8 form of a code point (at most 4 bytes) and returns the position behind it.
+// Writes the UTF-8 form of a code point, at most 4 bytes. Returns the position after it.
 constexpr char* EncodeUtf8(char32_t code, char* out) {
   const auto put = [&out](char32_t byte) { *out++ = static_cast<char>(static_cast<unsigned char>(byte)); };
   if (code < 0x80) {
