@@ -1,4 +1,3 @@
-// The Graph API's common ground: nodes, addresses, small requests and the judging of replies.
 #include "facebook/facebook.h"
 
 namespace velk {
@@ -6,7 +5,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Whether atoi would read anything but 0, for numbers of any length: identifiers outgrow its range.
+// Whether atoi would return a number other than 0. Works for any length, since identifiers exceed its range.
 bool BeginsWithNonZeroNumber(std::string_view text) noexcept {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
   if (text.starts_with('+') || text.starts_with('-')) text.remove_prefix(1);

@@ -1,4 +1,4 @@
-// The user's token and who the user is: exchange, check, name and e-mail.
+// The user's token and identity: token exchange, token check, name and e-mail address.
 #include <cstdlib>
 #include <cstring>
 
@@ -10,14 +10,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The lifetime in a reply, when there is one, as the unsigned number that the host reads.
+// Reads the lifetime, if the reply has one, into the host's unsigned number.
 void ReadLifetime(const ResponseBuffer& reply, uint32_t* outExpiresIn) noexcept {
   char digits[kValueRoom] = "";
   if (!outExpiresIn || JsonGetExpiresIn(reply.Bytes(), nullptr, digits) != 0) return;
   *outExpiresIn = static_cast<uint32_t>(std::strtoll(digits, nullptr, 10));
 }
 
-// Neither value could be read: tells the sizes when even these empty texts do not fit.
+// The result if neither value was readable. If even an empty value does not fit, reports both required sizes.
 int32_t NothingRead(std::string_view name, int32_t* nameSize, std::string_view email, int32_t* emailSize) {
   if (Fits(name.size(), nameSize) && Fits(email.size(), emailSize)) return VELK_UNEXPECTED_REPLY;
   TellSize(name.size(), nameSize);
@@ -43,7 +43,8 @@ int32_t ExangeFacebookAccessToken(const char* appId, const char* appSecret, cons
     const int32_t result = GraphResult(exchange, exchange.Perform());
     if (result != VELK_OK) return result;
 
-    // The scan cuts its text to pieces, and the lifetime is still to be read: it gets a copy.
+    // QuotedTokenAfter modifies its input, and the lifetime must still be read from the reply. So it gets a
+    // copy.
     std::string pieces = exchange.Reply().Text();
     char token[kValueRoom] = "";
     QuotedTokenAfter(pieces.data(), "access_token", token);
@@ -69,7 +70,7 @@ int32_t CheckFacebookAccessTokenValid(const char* appId, const char* accessToken
 
     if (check.Status() == 200) {
       *outValid = 1;
-      // The result is complete; only its handle and reply stay allocated.
+      // The result is complete. Only this handle and its reply stay allocated.
       check.Abandon();
       return VELK_OK;
     }
@@ -94,8 +95,8 @@ int32_t GetFacebookUserNameEmail(const char* accessToken, char* outName, int32_t
     char email[kValueRoom] = "";
     ResponseBuffer& reply = query.Reply();
     const bool named = QuotedTokenAfter(reply.data, "name", name) == 0;
-    // Reading the name has put terminators into the reply, and the e-mail is sought in what that left: the
-    // first of them ends the search, so the e-mail stays empty behind any quoted text.
+    // Reading the name replaced the first quote in the reply with a NUL. The tokenizer stops there, so the
+    // e-mail address is always empty.
     const bool mailed = JsonGetEmail(reply.Bytes(), nullptr, email) == 0;
     if (!named && !mailed) return NothingRead(name, inOutNameSize, email, inOutEmailSize);
     CopyText(name, {outName, kValueRoom});

@@ -1,4 +1,4 @@
-// The addresses under which a photo or a video can be shown.
+// The URLs at which a photo or a video can be viewed.
 #include <cstring>
 
 #include "facebook/facebook.h"
@@ -7,11 +7,11 @@
 namespace velk {
 namespace {
 
-// Which member of an object holds the address, and how its absence is told.
+// Which member of an object holds the URL, and which result reports that it is absent.
 struct Address {
   const char* member;
-  int32_t unreadable;     // the reply could not be split
-  bool tellsUnsupported;  // the object's kind may have no such address
+  int32_t unreadable;     // the result if the reply cannot be split
+  bool tellsUnsupported;  // Facebook may support no such URL for the object
 };
 
 constexpr Address kPhotoLink{"link", VELK_OK, false};
@@ -38,7 +38,7 @@ int32_t LookUp(const Address& address, const char* accessToken, const char* obje
       return VELK_UNSUPPORTED_GET;
     if (result != VELK_OK) return result;
 
-    // No value is longer than the reply that holds it. Without one the address is empty.
+    // A value is never longer than its reply. If the reply has none, the URL is empty.
     std::string url(lookup.Reply().Bytes().size() + 1, '\0');
     if (QuotedTokenAfter(lookup.Reply().data, address.member, url) != 0) return address.unreadable;
     return PutUrl(url.c_str(), outUrl, inOutSize);
@@ -61,7 +61,7 @@ int32_t GetFacebookVideoEmbedUrl(const char* accessToken, const char* videoId, c
 int32_t GetFacebookVideoUrl(const char* accessToken, const char* videoId, char* outUrl,
                             int32_t* inOutSize) noexcept {
   using namespace velk;
-  // The room asked for beside the identifier; the address takes two bytes less.
+  // The size required in addition to the identifier's length. The rest of the URL and its terminator take 44.
   constexpr size_t kRoomBesideId = 46;
   if (!accessToken || !videoId || !outUrl) return VELK_MISSING_ARGUMENT;
   std::memset(outUrl, 0, std::strlen(outUrl));

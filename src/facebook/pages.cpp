@@ -1,4 +1,5 @@
-// The pages that the user manages: fetched in one piece, counted in one walk and paired in another.
+// The pages that the user manages. One request fetches the reply, one pass counts the pages and a second pass
+// fills them in.
 #include <memory>
 #include <new>
 #include <utility>
@@ -22,8 +23,8 @@ int32_t FetchPages(Transfer& fetch, std::string_view accessToken) {
   return fetch.Reply().size > kLongestPagesReply ? VELK_BUFFER_TOO_SMALL : VELK_OK;
 }
 
-// Feeds the reply up to its end or its first malformed byte, as long as the rule, asked after each byte, goes
-// on. False without memory for the walker.
+// Feeds the reply until it ends, a byte is malformed or the rule returns false. The rule runs after each
+// byte. Returns false if the walker has no memory.
 template <typename Rule>
 bool Walk(std::string_view reply, Rule goesOn) {
   JsonWalker walker;
@@ -33,8 +34,8 @@ bool Walk(std::string_view reply, Rule goesOn) {
   return true;
 }
 
-// Counts the strings that follow an "id". Whatever carries an identifier counts, nested or not; one that is
-// not a text ends the count.
+// Counts the strings that follow an "id", at any nesting level and in any kind of object. An "id" with
+// another type of value ends the count if a further member follows it.
 bool CountPages(std::string_view reply, int32_t& count) {
   bool pending = false;
   return Walk(reply, [&](JsonWalker& walker) {
@@ -47,7 +48,7 @@ bool CountPages(std::string_view reply, int32_t& count) {
   });
 }
 
-// Gives the n-th page the n-th identifier and the n-th name of the reply, wherever they stand in it.
+// Gives the n-th page the n-th identifier and the n-th name in the reply, regardless of their positions.
 bool PairPages(std::string_view reply, std::span<FacebookPage> pages) {
   enum class Pending { kNothing, kId, kName } pending = Pending::kNothing;
   size_t ids = 0;
@@ -98,7 +99,7 @@ int32_t GetFacebookUserPagesList(const char* accessToken, FacebookPage** outPage
     const int32_t fetched = FetchPages(fetch, accessToken);
     return fetched == VELK_OK ? ListPages(fetch.Reply().Text(), outPages, *outCount) : fetched;
   });
-  // The host learns what concerns the reply; any other failure is one to it.
+  // The host gets the results that concern the reply. All other failures get the same code.
   const bool told = result >= 0 || result == VELK_BUFFER_TOO_SMALL || result == VELK_TRANSFER_FAILED;
   return told ? result : VELK_UNEXPECTED_REPLY;
 }

@@ -1,4 +1,4 @@
-// Uploading a photo and setting its privacy.
+// Uploads a photo and sets its privacy.
 #include "facebook/facebook.h"
 #include "json/json.h"
 
@@ -46,11 +46,11 @@ int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken
     char photoId[kValueRoom] = "";
     const bool identified = JsonGetStringValue(reply, "id", photoId) == 0;
     if (identified && UpdatePrivacy(connections, accessToken, *info, photoId) != VELK_OK) {
-      // The photo is published; only the upload's handle and reply stay allocated.
+      // The photo is published. Only the upload's handle and reply stay allocated.
       upload.Abandon();
       return VELK_PRIVACY_NOT_UPDATED;
     }
-    // A reply without the story's identifier leaves the host's buffer alone.
+    // Without a story identifier in the reply, the host's buffer is unchanged.
     JsonGetStringValue(reply, "post_id", {outPostId, kValueRoom});
     return VELK_OK;
   });

@@ -1,15 +1,15 @@
-// Posting a text or a link to a feed.
+// Posts a message or a link to a feed.
 #include "facebook/facebook.h"
 #include "json/json.h"
 
 namespace velk {
 namespace {
 
-// Hosts write "NULL" into a field that holds nothing.
+// Hosts write "NULL" into an unused field.
 bool IsSet(std::string_view field) noexcept { return !field.empty() && field != "NULL"; }
 
-// What is sent stands as the host wrote it, unescaped, and with a blank in its privacy object. A "NULL" that
-// has nothing beside it goes out as it is.
+// The fields are sent unescaped. The privacy object has a space after its colon. If neither field is used, a
+// "NULL" is sent literally.
 std::string ComposeBody(const FacebookUploadInfo& info) {
   const std::string_view message = Field(info.description);
   const std::string_view link = Field(info.link);

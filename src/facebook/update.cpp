@@ -1,11 +1,10 @@
-// Changing the text or the privacy of what was published.
+// Changes the text or the privacy of a published object.
 #include "facebook/facebook.h"
 #include "json/json.h"
 
 namespace velk {
 namespace {
 
-// The one small POST behind every change; only its body differs.
 int32_t ChangeObject(const Connections& connections, const char* accessToken, const char* objectId,
                      std::initializer_list<std::string_view> body) noexcept {
   return Guarded([&]() -> int32_t {
@@ -27,7 +26,7 @@ int32_t UpdateDescription(const Connections& connections, const char* accessToke
   return ChangeObject(connections, accessToken, objectId, {"description=", Field(info.description)});
 }
 
-// Sets the privacy of the object that a story is about. A story about nothing has none to set.
+// Sets the privacy of the object that a story is about. Succeeds without a change if the story has no object.
 int32_t UpdateObjectPrivacy(const Connections& connections, const char* accessToken, const char* storyId,
                             const FacebookUploadInfo& info) noexcept {
   if (!accessToken || !storyId) return VELK_MISSING_ARGUMENT;
@@ -39,13 +38,13 @@ int32_t UpdateObjectPrivacy(const Connections& connections, const char* accessTo
     char objectId[kValueRoom] = "";
     if (JsonGetStringValue(lookup.Reply().Bytes(), "object_id", objectId) != 0) return VELK_OK;
     if (UpdatePrivacy(connections, accessToken, info, objectId) == VELK_OK) return VELK_OK;
-    // Nothing was changed; only the lookup's handle and reply stay allocated.
+    // Nothing was changed. Only the lookup's handle and reply stay allocated.
     lookup.Abandon();
     return VELK_PRIVACY_NOT_UPDATED;
   });
 }
 
-// What each kind of update does, in order, and what the host hears when that step fails.
+// The steps of each kind of update in order, with the result reported if the step fails.
 struct Step {
   int32_t (*run)(const Connections& connections, const char* accessToken, const char* objectId,
                  const FacebookUploadInfo& info) noexcept;

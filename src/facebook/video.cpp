@@ -1,4 +1,4 @@
-// Uploading a video, by the route that its size calls for.
+// Uploads a video to the server that its size requires.
 #include "facebook/facebook.h"
 #include "json/json.h"
 
@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Where a video can go. Only one of the hosts tells what its status 500 means.
+// Where a video can be sent. Only one of the servers explains its status 500.
 struct VideoRoute {
   std::string_view host;
   bool explainsServerError;
@@ -29,7 +29,7 @@ int32_t ReadVideoId(const ResponseBuffer& reply, char* outVideoId) noexcept {
 
 int32_t JudgeVideo(const VideoRoute& route, const Transfer& upload, CURLcode failure,
                    char* outVideoId) noexcept {
-  // The host may have taken the video and answered before the connection broke.
+  // The server may have accepted the video and replied before the connection broke.
   if (failure == CURLE_RECV_ERROR) return ReadVideoId(upload.Reply(), outVideoId);
   const int32_t result = GraphResult(upload, failure);
   if (result == VELK_OK) return ReadVideoId(upload.Reply(), outVideoId);
@@ -38,7 +38,7 @@ int32_t JudgeVideo(const VideoRoute& route, const Transfer& upload, CURLcode fai
   return retry ? VELK_TOKEN_REJECTED : VELK_SERVER_ERROR;
 }
 
-// Uploads the whole file on one route. Running out of memory is this route's result, not the call's.
+// Uploads the whole file on one route. If memory runs out, only this route fails, not the whole call.
 int32_t UploadVideo(const VideoRoute& route, FileUploader* uploader, const char* accessToken,
                     const FacebookUploadInfo& info, char* outVideoId, const NativePath& path) noexcept {
   return Guarded([&]() -> int32_t {
@@ -62,7 +62,7 @@ int32_t UploadVideo(const VideoRoute& route, FileUploader* uploader, const char*
   });
 }
 
-// Whole mebibytes in 32 bits, by which the route is chosen.
+// The route depends on whole mebibytes, truncated to 32 bits.
 int32_t Mebibytes(int64_t size) noexcept { return static_cast<int32_t>(size / 1024 / 1024); }
 
 }  // namespace
@@ -82,8 +82,8 @@ int32_t StartFacebookUploadVideo(FileUploader* uploader, const char* accessToken
     const auto uploadOn = [&](const VideoRoute& route) {
       return UploadVideo(route, uploader, accessToken, *info, outVideoId, path);
     };
-    // A small file has a second chance, whatever the first failure was: a cancel stays asked in the handle
-    // and ends the second upload as well.
+    // A small file gets a second attempt after any failure. A cancel stays set in the handle, so it also ends
+    // the second upload.
     if (Mebibytes(file.Size()) < kLargeFileMebibytes && uploadOn(kSmallFileRoute) == VELK_OK) return VELK_OK;
     return uploadOn(kLargeFileRoute);
   });

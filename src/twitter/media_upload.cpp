@@ -1,4 +1,4 @@
-// Publishing a photo: a chunked upload (INIT, APPEND for each segment, FINALIZE), then the tweet that shows it.
+// Publishes a photo: a chunked upload (INIT, one APPEND per segment, FINALIZE), then a tweet that shows it.
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -20,7 +20,7 @@ constexpr int64_t kSegmentLength = 1'048'576;
 constexpr size_t kExtensionLength = 3;
 constexpr auto kConnectLimit = 5s;
 
-// A media transfer that ran out of time is told apart from the other failures.
+// A timeout of a media request has its own result code.
 int32_t FromMediaTransfer(CURLcode failure) noexcept {
   return failure == CURLE_OPERATION_TIMEDOUT ? VELK_TOO_LARGE : FromTransfer(failure);
 }
@@ -29,16 +29,16 @@ bool Succeeded(const Transfer& transfer, std::initializer_list<long> statuses) n
   return std::ranges::find(statuses, transfer.Status()) != statuses.end();
 }
 
-// The whole value of a reply's string; false when there is none.
+// Reads a string from the reply without truncation. Returns false if the reply has none.
 bool ReadString(const Transfer& transfer, const char* key, std::string& value) {
   const std::string_view reply = transfer.Reply().Bytes();
-  value.resize(reply.size() + 1);  // no value is longer than its reply
+  value.resize(reply.size() + 1);  // a value is never longer than its reply
   const bool found = JsonGetEscapedStringValue(reply, key, value) == 0;
   value.resize(found ? value.find('\0') : 0);
   return found;
 }
 
-// An identifier is never cut: one that does not fit leaves the buffer alone and tells what it needs.
+// Identifiers are never truncated. If one does not fit, `room` receives the required size.
 bool Fits(const std::string& text, int32_t* room) noexcept {
   const auto needed = static_cast<int32_t>(text.size() + 1);
   if (*room >= needed) return true;
@@ -51,7 +51,7 @@ void Copy(const std::string& text, char* out) noexcept { CopyText(text, {out, te
 }  // namespace
 
 std::string MediaExtension(std::string_view fileName) {
-  const size_t end = fileName.find_last_not_of('.') + 1;  // 0 without any piece
+  const size_t end = fileName.find_last_not_of('.') + 1;  // 0 if the name has only dots
   const std::string_view pieces = fileName.substr(0, end);
   return std::string(pieces.substr(pieces.rfind('.') + 1, kExtensionLength));
 }
@@ -74,7 +74,7 @@ int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t*
       .FormField("media_type", Concat({"image/", extension ? extension : "png"}))
       .FormField("total_bytes", std::to_string(static_cast<int32_t>(file.Size())))
       .FormField("media_category", "tweet_image");
-  // The status decides alone: a transfer that failed before it has none, and is an unexpected reply.
+  // Only the status matters. A transfer that failed before it has status 0, which is an unexpected reply.
   static_cast<void>(init.Perform());
   if (!Succeeded(init, {200, 202})) return TwitterFailure(init);
 
@@ -95,7 +95,7 @@ int32_t TwitterMediaAppendFile(const Connections& connections, const char* media
   for (int64_t offset = 0; offset < file.Size(); offset += kSegmentLength, ++index) {
     const auto length = static_cast<size_t>(std::min(file.Size() - offset, kSegmentLength));
     const auto segment = std::make_unique_for_overwrite<char[]>(length);
-    // A file that shrank since it was measured ends the upload.
+    // The file has become shorter since it was measured.
     if (std::fread(segment.get(), 1, length, file.Stream()) != length) return VELK_MISSING_ARGUMENT;
     const int32_t result = TwitterMediaAppend(connections, mediaId, uploader, authParams, segment.get(),
                                               static_cast<int32_t>(length), std::to_string(index).c_str());
@@ -117,8 +117,8 @@ int32_t TwitterMediaAppend(const Connections& connections, const char* mediaId, 
       .Header(kFormHeader)
       .Header(kUploadHostHeader)
       .Header(OauthHeader(authParams))
-      // The session has been accepted. To ask before each segment costs a round trip, or a second where the service
-      // does not reply to it.
+      // The service has already accepted the upload. Waiting for "100 Continue" would cost each segment a
+      // round trip, or a second if the service does not send it.
       .Header("Expect:")
       .FormField("command", "APPEND")
       .FormField("media_id", mediaId)
@@ -148,7 +148,7 @@ int32_t TwitterMediaFinalize(const Connections& connections, char* mediaId, int3
   if (!ReadString(finalize, "state", state)) return VELK_OK;
   if (!Fits(state, mediaIdRoom)) return VELK_BUFFER_TOO_SMALL;
   if (!state.empty() && state != "success") *processing = 1;
-  // From here on the state stands for the media: the status query and the tweet carry it.
+  // From here on the state replaces the media id, in the status query and in the tweet.
   Copy(state, mediaId);
   return VELK_OK;
 }
@@ -172,10 +172,10 @@ int32_t TwitterMediaStatus(const Connections& connections, const TwitterConsumer
 
 namespace {
 
-// Uploads the file; `mediaId` receives what the tweet names.
+// Uploads the file; `mediaId` receives the identifier for the tweet.
 int32_t UploadMedia(FileUploader* uploader, const TwitterConsumer& consumer, const TwitterAccessToken& token,
                     const NativePath& path, const std::string& extension, char (&mediaId)[kMediaIdRoom]) {
-  // INIT, every APPEND and FINALIZE carry this one header: forms are not signed, so it fits them all.
+  // INIT, every APPEND and FINALIZE share this header, since multipart forms are not signed.
   const std::string authParams =
       SignRequest(kUploadUrl, {}, "POST", UserKeys(consumer, token), OauthForm::kQuotedHeader);
   const Connections connections;
@@ -188,7 +188,7 @@ int32_t UploadMedia(FileUploader* uploader, const TwitterConsumer& consumer, con
     result = TwitterMediaFinalize(connections, mediaId, &room, authParams.c_str(), &processing);
   if (result != VELK_OK || processing == 0) return result;
 
-  // Asked once, after a second: the tweet follows whatever the answer is.
+  // The status is queried once, after a second. The tweet is posted whatever the result.
   Wait(1s);
   static_cast<void>(TwitterMediaStatus(connections, &consumer, &token, mediaId));
   return VELK_OK;

@@ -1,4 +1,4 @@
-// Signing a user in: a request token that becomes the address to authorize at, then the access token.
+// Signs a user in: gets a request token, builds the authorization URL, and later gets the access token.
 #include <algorithm>
 #include <limits>
 
@@ -12,10 +12,10 @@ using namespace std::chrono_literals;
 constexpr std::string_view kTokenPrefix = "oauth_token=";
 constexpr std::string_view kSecretPrefix = "oauth_token_secret=";
 
-// A token is as wide as a record's field.
+// A token is no longer than the field for it.
 constexpr size_t kLongestToken = sizeof TwitterAccessRequest::requestToken - 1;
 
-// One GET of a token; the reply is judged by status and words alone.
+// Gets a token in one request. The result depends only on the status and on the text of the reply.
 int32_t FetchToken(Transfer& get, const std::string& url) {
   if (!get) return VELK_NO_HANDLE;
   get.Url(url).Get().Timeout(10s);
@@ -25,13 +25,13 @@ int32_t FetchToken(Transfer& get, const std::string& url) {
   return refused ? VELK_CREDENTIALS_REFUSED : VELK_UNEXPECTED_REPLY;
 }
 
-// The text behind a prefix that this reply begins with, up to the other field's name.
+// The value after the prefix at the start of the reply, up to the name of the other field.
 std::string_view Between(std::string_view reply, std::string_view prefix, std::string_view next) {
   const std::string_view value = reply.substr(prefix.size());
   return value.substr(0, value.find(next));
 }
 
-// The next field between ampersands, runs of which count as one; empty behind the last.
+// The next field between ampersands, or an empty string after the last. Adjacent ampersands count as one.
 std::string_view TakeField(std::string_view& rest) noexcept {
   rest.remove_prefix(std::min(rest.find_first_not_of('&'), rest.size()));
   const std::string_view field = rest.substr(0, rest.find('&'));
@@ -47,14 +47,13 @@ int32_t ReadRequestToken(std::string_view reply, std::string_view& token, int32_
     prefix = kTokenPrefix;
     token = Between(reply, prefix, "&oauth_token_secret=");
   } else if (reply.starts_with(kSecretPrefix)) {
-    // In this order the secret's value goes into the address.
+    // In this order, the URL contains the value of the secret.
     prefix = kSecretPrefix;
     token = Between(reply, prefix, "&oauth_token=");
   } else {
     return VELK_NO_IDENTIFIER;
   }
-  // The room for everything behind the prefix and a terminator: it is the reply that is measured, not the
-  // address.
+  // The size is that of the reply, not of the URL: everything after the prefix, and a terminator.
   const size_t room = reply.size() - prefix.size() + 1;
   needed = static_cast<int32_t>(std::min<size_t>(room, std::numeric_limits<int32_t>::max()));
   token = token.substr(0, kLongestToken);
@@ -119,7 +118,7 @@ int32_t GetTwitterAccessToken(const TwitterAccessRequest* request, TwitterAccess
                          std::string(Field(request->consumerSecret))};
     const std::string signedUrl =
         SignRequest(Concat({kTwitterApi, "/oauth/access_token"}), {}, "GET", keys, OauthForm::kQuery);
-    // Token and verifier go along outside the signature, as they stand.
+    // The token and the verifier are unsigned and not percent-encoded.
     const std::string url = Concat({signedUrl, "&oauth_token=", Field(request->requestToken),
                                     "&oauth_verifier=", Field(request->verifier)});
     const int32_t failure = FetchToken(get, url);

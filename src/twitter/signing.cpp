@@ -1,4 +1,4 @@
-// Signing with liboauth. Its functions end the process when memory runs out, so none of them answers null.
+// Signs with liboauth. Its functions exit the process if memory runs out, so none of them returns null.
 #include "twitter/signing.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-// liboauth's header needs size_t without including what declares it.
+// liboauth's header uses size_t without including a header that declares it.
 #include <oauth.h>
 
 #include "core/platform.h"
@@ -18,21 +18,20 @@
 namespace velk {
 namespace {
 
-// The bits that oauth_serialize_url_sep takes.
+// The flags of oauth_serialize_url_sep.
 enum JoinMode : int { kWithoutOauth = 1, kOnlyOauth = 2, kQuoted = 4 };
 
 constexpr size_t kSignedPostArguments = 2;
 
-// liboauth writes the consumer key and the token key into a line of 1024 bytes. What does not fit is cut off
-// by its Linux build, and leaves its Windows build without a terminator, so that it reads on behind the line:
-// hand over what the line holds.
+// liboauth formats the consumer key and the token key in a 1024-byte buffer. Its Linux build truncates longer
+// ones. Its Windows build leaves them unterminated, and then reads past the buffer. So keys are cut to fit.
 constexpr size_t kLineLength = 1023;
 
 std::string CutToLine(std::string_view name, std::string_view key) {
   return std::string(key.substr(0, kLineLength - name.size()));
 }
 
-// Every byte below this limit stands for a character, each character for the same number of bytes.
+// Bytes at or above this limit are discarded, so that every character is equally likely.
 constexpr std::string_view kNonceCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
 constexpr size_t kNonceByteLimit = 256 / kNonceCharacters.size() * kNonceCharacters.size();
@@ -53,7 +52,7 @@ std::string DrawNonce() {
 
 const char* TextOrNull(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
 
-// A request's parameters as liboauth keeps them: the base URL, then one name=value text each.
+// A request's parameters in liboauth's format: the base URL, then one name=value string for each.
 class Arguments {
  public:
   explicit Arguments(const std::string& url) { count_ = oauth_split_url_parameters(url.c_str(), &texts_); }
@@ -70,18 +69,18 @@ class Arguments {
 
   void Add(const std::string& parameter) { oauth_add_param_to_array(&count_, &texts_, parameter.c_str()); }
 
-  // liboauth would draw the nonce from rand(), which on Windows gives every new thread the same series.
+  // liboauth would take the nonce from rand(). On Windows that repeats the same sequence on every new thread.
   void AddNonce() {
     char name[] = "oauth_nonce";
     if (!oauth_param_exists(texts_, count_, name)) Add("oauth_nonce=" + DrawNonce());
   }
 
-  // Adds the protocol's own parameters, sorts all by their escaped form, and puts the signature last.
+  // Adds the protocol's own parameters, sorts all by their escaped form, and appends the signature.
   void Sign(bool hasPostArguments, const char* method, const OauthKeys& keys) {
     const std::string consumerKey = CutToLine("oauth_consumer_key=", keys.consumerKey);
     std::optional<std::string> tokenKey;
     if (keys.tokenKey) tokenKey = CutToLine("oauth_token=", *keys.tokenKey);
-    // liboauth only asks whether there is a place for them; it does not write to it.
+    // liboauth only checks this pointer for null; it does not write through it.
     char* unused = nullptr;
     oauth_sign_array2_process(&count_, &texts_, hasPostArguments ? &unused : nullptr, OA_HMAC, method,
                               consumerKey.c_str(), keys.consumerSecret.c_str(), TextOrNull(tokenKey),
@@ -92,7 +91,7 @@ class Arguments {
     struct Free {
       void operator()(char* text) const noexcept { std::free(text); }
     };
-    // The separator is only read, although its declaration lacks the const.
+    // The separator is only read, although its parameter is not const.
     const std::unique_ptr<char, Free> joined(
         oauth_serialize_url_sep(count_, first, texts_, const_cast<char*>(separator), mode));
     return joined.get();
@@ -106,7 +105,7 @@ class Arguments {
 std::string Write(const Arguments& arguments, OauthForm form) {
   switch (form) {
     case OauthForm::kQuery:
-      // The URL's part ends with its question mark, also when no parameter follows.
+      // The URL ends with its question mark even if no parameter follows.
       return arguments.Join(0, "&", kWithoutOauth) + arguments.Join(1, "&", kOnlyOauth);
     case OauthForm::kQuotedHeader:
       return arguments.Join(1, ", ", kOnlyOauth | kQuoted);

@@ -1,4 +1,4 @@
-// Signs a request with OAuth 1.0a (HMAC-SHA1) and writes its parameters in the form that travels.
+// Signs a request with OAuth 1.0a (HMAC-SHA1) and formats its parameters for sending.
 #pragma once
 
 #include <optional>
@@ -7,9 +7,9 @@
 
 namespace velk {
 
-// What a request is signed with. A token key that is absent is not sent, while an empty one is sent empty; a
-// token secret that is absent signs like an empty one. Of the consumer key 1004 bytes count and of the token
-// key 1011; the secrets count whole.
+// The keys for a signature. A missing token key is not sent; an empty one is sent empty. A missing token
+// secret signs like an empty one. Only the first 1004 bytes of the consumer key and 1011 of the token key are
+// used. The secrets are used whole.
 struct OauthKeys {
   std::string consumerKey;
   std::string consumerSecret;
@@ -18,15 +18,16 @@ struct OauthKeys {
 };
 
 enum class OauthForm {
-  kQuery,         // the URL with all parameters behind it, the values bare
-  kQuotedHeader,  // what follows "Authorization: OAuth ": name="value", joined by ", "
-  kBareHeader,    // the same with bare values
+  kQuery,         // the URL followed by all parameters, with unquoted values
+  kQuotedHeader,  // the text after "Authorization: OAuth ": name="value", joined by ", "
+  kBareHeader,    // the same with unquoted values
 };
 
-// Signs the URL with the parameters in its query. Without a method a request with POST arguments is signed as
-// POST, any other as GET. Of the POST arguments, each a raw name=value text, the first two are signed, and
-// only when the first is not empty; the request still has to carry them itself. Throws when memory runs out, or
-// when the operating system has no randomness for the nonce.
+// Signs the URL and the parameters in its query. A null `method` means POST if there are POST arguments, and
+// GET otherwise. Each POST argument is a raw name=value string. The first two are signed, but only if the
+// first is not empty. The caller must still send them in the request.
+//
+// Throws if memory runs out, or if the operating system has no randomness for the nonce.
 std::string SignRequest(const std::string& url, std::span<const std::string> postArguments,
                         const char* method, const OauthKeys& keys, OauthForm form);
 

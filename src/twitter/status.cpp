@@ -1,4 +1,4 @@
-// Posting a tweet, and what its requests share with the media upload.
+// Posts a tweet, and implements what its request shares with the media upload.
 #include <array>
 
 #include "twitter/twitter.h"

@@ -1,4 +1,4 @@
-// Twitter's operations behind the exports, and the rules that they share.
+// The implementation of the exported Twitter functions, and what they share.
 #pragma once
 
 #include <string>
@@ -12,41 +12,49 @@ namespace velk {
 constexpr const char* kTwitterApi = "https://api.twitter.com";
 constexpr const char* kTwitterApiHostHeader = "Host: api.twitter.com";
 
-// A media id fills a buffer of this size, terminator included.
+// The capacity of a media id buffer, including the terminator.
 constexpr int32_t kMediaIdRoom = 1024;
 
 OauthKeys UserKeys(const TwitterConsumer& consumer, const TwitterAccessToken& token);
 
-// The header that carries signed parameters.
 std::string OauthHeader(std::string_view authParams);
 
-// Whether status and body say that the request's signature was refused, in the words given.
+// Whether the status and the body report that the signature was refused; `words` is the text to look for.
 bool RefusesSignature(const Transfer& transfer, const char* words) noexcept;
 
-// The code of a reply that does not report success, for everything behind the sign-in.
+// The result code of an unsuccessful reply, for all requests but those of the sign-in.
 int32_t TwitterFailure(const Transfer& transfer) noexcept;
 
-// Posts a tweet, with the media ids as they stand; they may be empty. Answers a result code.
+// Posts a tweet. The media ids are sent as they are and may be empty. Returns a result code.
 int32_t PostStatus(const TwitterConsumer& consumer, const TwitterAccessToken& token,
                    const std::string& statusText, const std::string& mediaIds);
 
 // ---- Sign-in: what a form-encoded token reply holds ----
 
-// Reads a request token's reply. `needed` receives what the room check compares with the caller's size.
-// VELK_NO_IDENTIFIER when it begins otherwise.
+// Parses the reply with a request token. `token` receives a view of the reply, cut to a field's width.
+// `needed` receives the size with which the caller's buffer size is compared. Returns VELK_NO_IDENTIFIER,
+// with both unchanged, if the reply does not begin with a token or its secret.
 int32_t ReadRequestToken(std::string_view reply, std::string_view& token, int32_t& needed) noexcept;
 
-// Reads an access token's reply, whose fields count by their position. Fields that are not there leave
-// `token` as it was.
+// Parses the reply with an access token. The fields are identified by position. Missing ones leave `token`
+// unchanged. Returns VELK_NO_IDENTIFIER if the reply does not begin with a token.
 int32_t ReadAccessToken(std::string_view reply, TwitterAccessToken& token) noexcept;
 
 // ---- Media upload: its steps ----
 //
-// Each answers a result code, and goes over the connections of the call: INIT, the first one, over a fresh one. A null argument is missing, an empty media id is not. `authParams` is what
-// follows "Authorization: OAuth ". `mediaIdRoom` is the size of `mediaId` on the way in; when an identifier
-// does not fit, it receives the size needed.
+// Each step returns a result code and uses the connections of the call. INIT is the first, so it opens a new
+// one. `authParams` is the text after "Authorization: OAuth ". A media id may be empty. A null `extension`
+// means "png".
+//
+// A null argument or an empty path gives VELK_MISSING_ARGUMENT. Some arguments are not checked and must not
+// be null: `mediaIdRoom`, `processing`, the `authParams` of INIT and the `mediaId` of APPEND.
+//
+// On entry `mediaIdRoom` is the size of `mediaId`. If the reply's identifier does not fit, it receives the
+// required size, and `mediaId` is unchanged. FINALIZE replaces `mediaId` with the state in the reply, if any.
+// It sets `processing` to 1 unless the state is empty or "success".
 
-// What INIT announces as image type: up to three bytes of what follows the file name's last dot.
+// The image type for INIT: at most three bytes after the file name's last dot. Trailing dots are ignored. A
+// name without a dot counts as an extension.
 std::string MediaExtension(std::string_view fileName);
 
 int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
