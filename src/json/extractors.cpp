@@ -1,4 +1,3 @@
-// The walker and the extractors that pull one value out of a reply.
 #include <algorithm>
 #include <cstring>
 
@@ -39,8 +38,9 @@ constexpr int kMissingArgument = -2;
 
 enum class Step { kGoOn, kPassOver, kResult };
 
-// Feeds the reply until the rule, asked after each byte, tells that the walker's token text is the result. A
-// byte that the rule passes over may fail: the string is then followed in spite of it.
+// Feeds the reply until the rule returns kResult, and runs the rule after each byte. The result is then the
+// token text of the walker. A byte for which the rule returns kPassOver may fail. The string then continues
+// despite the error.
 template <typename Rule>
 bool Find(JsonWalker& walker, std::string_view reply, Rule rule) {
   if (!walker.Ok()) return false;
@@ -59,7 +59,8 @@ bool Find(JsonWalker& walker, std::string_view reply, Rule rule) {
   return false;
 }
 
-// At the end of a string: is it the wanted name? Clears it, so that no rest of it follows the next string.
+// At the end of a string, returns whether it is the name. Clears it, so that no remnant follows the next
+// string.
 bool TakeName(JsonWalker& walker, std::string_view name) {
   const bool same = walker.TokenText() == name;
   walker.ClearToken();
@@ -97,7 +98,7 @@ int JsonGetEscapedStringValue(std::string_view reply, const char* key, std::span
     } else if (walker.PreviousState() == kAfterKey && walker.State() == kValue) {
       pendingValue = true;
     } else if (walker.State() == kNextKey && pendingValue) {
-      // The value may have been a number, whose digits would else follow a shorter key.
+      // The value may have been a number. Its digits would otherwise follow a shorter key in the buffer.
       walker.ClearToken();
       pendingValue = false;
     }
@@ -111,7 +112,7 @@ int JsonGetExpiresIn(std::string_view reply, const char* /*key*/, std::span<char
   using enum JsonParserState;
   JsonWalker walker;
   bool found = false;
-  uint32_t digits = 0;  // with the sign; a point, an exponent or an older token's rest may follow them
+  uint32_t digits = 0;  // with the sign; a point, an exponent or a remnant of an older token may follow
   const bool done = Find(walker, reply, [&] {
     if (!found) {
       if (walker.StringEvent()) found = TakeName(walker, "expires_in");

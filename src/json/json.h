@@ -1,4 +1,4 @@
-// Reads single values out of JSON replies: a push tokenizer, a walker over it and the extractors.
+// Extracts single values from JSON replies: a push tokenizer, a walker built on it, and the extractors.
 #pragma once
 
 #include <algorithm>
@@ -13,11 +13,11 @@ namespace velk {
 
 struct JsonConfig {
   uint32_t initialBufferSize = 0;  // 0: 4096
-  uint32_t maxNesting = 0;         // 0: starts at 256 levels and grows; else a hard limit
-  uint32_t maxData = 0;            // 0: no limit; else the token buffer's largest size
+  uint32_t maxNesting = 0;         // 0: starts at 256 levels and grows; otherwise a hard limit
+  uint32_t maxData = 0;            // 0: no limit; otherwise the token buffer's maximum size
   int32_t allowComments = 0;       // slash-star comments
-  int32_t allowYamlComments = 0;   // from a hash to the end of its line
-  void* (*allocateZeroed)(size_t count, size_t size) = nullptr;  // null: calloc; its blocks go to free()
+  int32_t allowYamlComments = 0;   // from a hash to the end of the line
+  void* (*allocateZeroed)(size_t count, size_t size) = nullptr;  // null: calloc; blocks are freed with free()
   void* (*reallocate)(void* block, size_t size) = nullptr;       // null: realloc
 };
 
@@ -36,18 +36,18 @@ enum class JsonTokenType : uint32_t {
   kNull,
 };
 
-// The numbers are an interface of their own: the walkers follow a document by them.
+// The numbers matter: the transition table is indexed by them, and the extractors compare ranges of them.
 enum class JsonParserState : uint8_t {
   kStart = 0,
   kAfterValue = 1,
   kObjectStart = 2,
-  kNextKey = 3,  // after a comma inside an object
+  kNextKey = 3,  // after a comma in an object
   kAfterKey = 4,
-  kValue = 5,  // after a colon, or after a comma inside an array
+  kValue = 5,  // after a colon, or after a comma in an array
   kArrayStart = 6,
   kInString = 7,
-  kEscape = 8,  // after a backslash inside a string
-  kHex1 = 9,    // kHexN: the N-th hex digit of a \u escape is expected
+  kEscape = 8,  // after a backslash in a string
+  kHex1 = 9,    // kHexN expects the N-th hex digit of a \u escape
   kHex2 = 10,
   kHex3 = 11,
   kHex4 = 12,
@@ -71,7 +71,7 @@ enum class JsonParserState : uint8_t {
   kAfterNul = 30,
   kAfterSlash = 31,
   kInComment = 32,
-  kCommentStar = 33,  // after a star inside a slash-star comment
+  kCommentStar = 33,  // after a star in a slash-star comment
   kInYamlComment = 34,
   kAfterHighSurrogate = 35,
   kSurrogateEscape = 36,  // after the backslash that follows a high surrogate
@@ -79,19 +79,19 @@ enum class JsonParserState : uint8_t {
 
 enum JsonError : int {
   kJsonOutOfMemory = 1,
-  kJsonUnknownByte = 2,  // a control byte that no part of a document may hold
+  kJsonUnknownByte = 2,  // a control byte that is invalid everywhere
   kJsonCloseWithoutOpen = 3,
   kJsonCloseMismatch = 4,
   kJsonNestingLimit = 5,
   kJsonDataLimit = 6,
   kJsonCommentNotAllowed = 7,
-  kJsonUnexpectedByte = 8,  // a byte that the current state does not take
+  kJsonUnexpectedByte = 8,  // a byte that is invalid in the current state
   kJsonHighSurrogateAlone = 9,
   kJsonLowSurrogateAlone = 10,
-  kJsonCommaOutside = 11,  // a comma outside of any array or object
+  kJsonCommaOutside = 11,  // a comma outside any array or object
 };
 
-// Receives one token; `text` is null for the brackets. A value other than 0 stops the feed, which returns it.
+// Receives one token; `text` is null for brackets. A result other than 0 stops the feed, which returns it.
 using JsonTokenCallback = int (*)(void* userData, JsonTokenType type, const char* text, uint32_t length);
 
 struct JsonParser {
@@ -99,36 +99,37 @@ struct JsonParser {
   JsonTokenCallback callback;
   void* userData;
   JsonParserState state;
-  JsonParserState savedState;     // where a comment began
-  uint8_t expectingKey;           // 1 while the next string is a key
+  JsonParserState savedState;     // state before a comment
+  uint8_t expectingKey;           // 1 if the next string is a key
   uint16_t pendingHighSurrogate;  // 0: none
-  JsonTokenType tokenType;        // of the token being collected
+  JsonTokenType tokenType;        // of the current token
   uint8_t* stack;                 // open brackets: 0 array, 1 object
   uint32_t stackDepth;
   uint32_t stackSize;
-  char* buffer;  // the token's text; only a callback makes the tokenizer terminate it
+  char* buffer;  // token text; terminated only for a callback
   uint32_t bufferSize;
-  uint32_t bufferPosition;  // rewound after a token; the bytes behind it stay as they were
+  uint32_t bufferPosition;  // reset to 0 after a token; later bytes are unchanged
 };
 
-// `config` and `callback` may be null. 0, or kJsonOutOfMemory with nothing left to free.
+// `config` and `callback` may be null. Returns 0 or kJsonOutOfMemory; after the latter there is nothing to
+// free.
 int JsonParserInit(JsonParser* parser, const JsonConfig* config, JsonTokenCallback callback,
                    void* userData) noexcept;
 
-// Takes bytes in order up to the first error. Returns 0, a JsonError or the callback's value; `processed`
-// (may be null) receives the number of bytes taken before the failing one. An error leaves the state
-// as it was.
+// Processes bytes up to the first error. Returns 0, a JsonError or the callback's result. `processed` may be
+// null; it receives the number of bytes before the failing one. On an error `state` is unchanged, but the
+// token text may be lost.
 int JsonParserFeed(JsonParser* parser, const char* bytes, uint32_t length, uint32_t* processed) noexcept;
 
-// True when everything that was opened is closed again.
+// True if the parser has left kStart and no bracket is open.
 bool JsonParserIsDone(const JsonParser* parser) noexcept;
 
-// Null is accepted, and so is a parser freed before.
+// Accepts null and a parser that was already freed.
 void JsonParserFree(JsonParser* parser) noexcept;
 
 // ---- Walker --------------------------------------------------------------------------------------------
 
-// Follows a reply byte by byte and tells when a string in it ends or is interrupted by an escape.
+// Follows a reply byte by byte and reports where a string ends or an escape interrupts it.
 class JsonWalker {
  public:
   JsonWalker() noexcept;
@@ -136,18 +137,18 @@ class JsonWalker {
   JsonWalker(const JsonWalker&) = delete;
   JsonWalker& operator=(const JsonWalker&) = delete;
 
-  // False when memory ran out: nothing else may be called then.
+  // False if memory ran out. No other member may be called then.
   bool Ok() const noexcept { return initResult_ == 0; }
 
-  // 0 or a JsonError. The queries below speak of the byte fed last.
+  // Returns 0 or a JsonError. The queries below refer to the last byte fed.
   int Feed(char byte) noexcept {
     if (keepPrevious_) {
       keepPrevious_ = false;
     } else {
       previous_ = parser_.state;
     }
-    // A byte is written at the position before it. One that ends a \u escape also rewrites the escape's digits,
-    // which were written before it.
+    // The tokenizer writes a byte at its position before the feed. The last digit of a \u escape also
+    // rewrites the escape's earlier digits.
     writtenBegin_ = std::min(writtenBegin_, parser_.bufferPosition);
     writtenEnd_ = std::max(writtenEnd_, parser_.bufferPosition + 1);
     const uint32_t sizeBefore = parser_.bufferSize;
@@ -159,31 +160,33 @@ class JsonWalker {
   JsonParserState State() const noexcept { return parser_.state; }
   JsonParserState PreviousState() const noexcept { return previous_; }
 
-  // The byte led out of the inside of a string: its closing quote, or any backslash within it.
+  // True if the byte left the inside of a string. It is then the closing quote or any backslash in the
+  // string.
   bool StringEvent() const noexcept {
     return previous_ == JsonParserState::kInString && State() != JsonParserState::kInString;
   }
 
-  // Lets the string go on: after the next byte PreviousState() is still what it is now.
+  // Continues the string: after the next byte, PreviousState() still returns its current value.
   void PassOver() noexcept { keepPrevious_ = true; }
 
-  // The token buffer up to its first NUL; text left by an earlier token may follow the current one's.
+  // The token buffer up to its first NUL. A remnant of an earlier token may follow the current one.
   std::string_view TokenText() const noexcept;
 
-  // How much of it belongs to the token that is being collected.
+  // The length of the current token within that text.
   uint32_t TokenLength() const noexcept { return parser_.bufferPosition; }
 
-  // Zeroes the token buffer. The write position stays, so text that follows an escape begins behind NULs. Only what
-  // was written since the last time is touched: a text of nothing but escapes would else cost the square of its length.
+  // Zeroes the token buffer. The write position is unchanged, so TokenText does not return text after an
+  // escape: it follows NULs. Only bytes written since the last call are zeroed. Otherwise a string made only
+  // of escapes would take time quadratic in its length.
   void ClearToken() noexcept;
 
  private:
-  // The tokenizer leaves new memory as it comes; a text in it must still end at a NUL.
+  // The tokenizer does not clear new memory, but the text in it must end at a NUL.
   void ClearFrom(uint32_t offset) noexcept;
 
   JsonParser parser_;
   int initResult_;
-  uint32_t writtenBegin_ = 0;  // outside of these two every byte of the buffer is zero
+  uint32_t writtenBegin_ = 0;  // outside these two, the buffer is all zeros
   uint32_t writtenEnd_ = 0;
   JsonParserState previous_ = JsonParserState::kStart;
   bool keepPrevious_ = false;
@@ -191,37 +194,43 @@ class JsonWalker {
 
 // ---- Extractors ----------------------------------------------------------------------------------------
 //
-// They know no nesting: the first string equal to the name counts wherever it stands, key or value, and the
-// result is what comes after it. Each returns 0 with the terminated value in `output`, cut to its size, or 1
-// with `output` untouched when there is no value, the reply is malformed before it, or memory ran out.
+// The extractors ignore nesting. They find the first string equal to the name, whether key or value, and
+// return the value after it. A string in the reply is compared only up to its first escape.
+//
+// Each returns 0 and writes the terminated value to `output`, cut to its size. Otherwise each returns 1, with
+// `output` unchanged: there is no value, the reply is malformed before it, or memory ran out.
 
 // The next string after the one equal to `key`, up to its first backslash.
 int JsonGetStringValue(std::string_view reply, const char* key, std::span<char> output) noexcept;
 
-// The same with simple escapes decoded; a \u escape ends the value.
+// The same with simple escapes decoded. A \u escape ends the value.
 int JsonGetEscapedStringValue(std::string_view reply, const char* key, std::span<char> output) noexcept;
 
-// The first integer after "expires_in" that a further byte follows. `key` is ignored.
+// The integer part of the first number after "expires_in". At least one byte must follow it. `key` is
+// ignored.
 int JsonGetExpiresIn(std::string_view reply, const char* key, std::span<char> output) noexcept;
 
-// The next string after "email", escapes decoded; a surrogate pair ends it. `key` is ignored.
+// The next string after "email" with escapes decoded. A surrogate pair ends the value, which then includes
+// the four digits of the high surrogate. `key` is ignored.
 int JsonGetEmail(std::string_view reply, const char* key, std::span<char> output) noexcept;
 
-// Cuts a text in place at its double quotes, runs of which count as one.
+// Splits a string in place at its double quotes. Adjacent quotes count as one.
 class QuoteSplitter {
  public:
   explicit QuoteSplitter(char* text) noexcept : rest_(text) {}
 
-  // The next piece, terminated where its quote stood, or null behind the last one.
+  // Returns the next piece, terminated in place of its closing quote. Returns null after the last piece.
   char* Next() noexcept;
 
  private:
   char* rest_;
 };
 
-// Splits `reply` in place at its quotes and copies what follows the piece equal to `key`, skipping a bare
-// colon, without a terminator and to at most one byte less than `output` holds. Returns -2 when an argument
-// is null, else 0 whether found or not: pass a zeroed output and test whether it is still empty.
+// Splits `reply` in place at its quotes and copies the piece that follows the one equal to `key`. A piece
+// that is only a colon is skipped. Copies at most one byte less than the size of `output`, and no terminator.
+//
+// Returns -2 if an argument is null. Otherwise returns 0, even if nothing was found: pass a zeroed `output`
+// and check whether it is still empty.
 int QuotedTokenAfter(char* reply, const char* key, std::span<char> output) noexcept;
 
 }  // namespace velk

@@ -1,4 +1,3 @@
-// The tokenizer's actions: its token buffer, its nesting stack and what it reports.
 #include "json/token_actions.h"
 
 #include <cstdlib>
@@ -14,7 +13,7 @@ constexpr uint8_t kObject = 1;
 
 // ---- Buffer and stack ----
 
-// Doubles a block of `size` bytes up to `limit` (0: none). New bytes are not cleared.
+// Doubles a block of `size` bytes, up to `limit` if that is not 0. New bytes are not cleared.
 template <typename Byte>
 int Double(const JsonConfig& config, uint32_t limit, Byte*& block, uint32_t& size) {
   uint64_t wanted = uint64_t{size} * 2;
@@ -35,7 +34,7 @@ int GrowBuffer(JsonParser& parser) {
 }
 
 inline int StoreByte(JsonParser& parser, char byte) {
-  // One byte stays free for a terminator.
+  // Reserve one byte for a terminator.
   if (parser.bufferPosition + 1 >= parser.bufferSize) [[unlikely]] {
     if (int error = GrowBuffer(parser)) return error;
   }
@@ -71,7 +70,7 @@ int ReportText(JsonParser& parser, JsonTokenType type) {
   return parser.callback(parser.userData, type, parser.buffer, parser.bufferPosition);
 }
 
-// Reports the number or literal that the current byte ends, if one is pending.
+// Reports the pending number or literal, if any, that the current byte ends.
 int Flush(JsonParser& parser) {
   if (parser.tokenType >= JsonTokenType::kInteger) {
     if (int stop = ReportText(parser, parser.tokenType)) return stop;
@@ -120,7 +119,7 @@ int BeginComment(JsonParser& parser, int32_t allowed, JsonParserState inside) {
 }
 
 int EndComment(JsonParser& parser) {
-  // A number that the comment interrupted is over: its text was flushed when the comment began.
+  // The comment ended any number before it, since BeginComment flushed the text.
   return Enter(parser, parser.savedState < kInString ? parser.savedState : kAfterValue);
 }
 
@@ -132,7 +131,6 @@ int EndString(JsonParser& parser) {
   return Enter(parser, key ? kAfterKey : kAfterValue);
 }
 
-// -1 for a byte that is no hex digit.
 int HexValue(char byte) {
   if (byte >= '0' && byte <= '9') return byte - '0';
   if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
@@ -148,9 +146,9 @@ int StoreUtf8(JsonParser& parser, char32_t codePoint) {
   return 0;
 }
 
-// Replaces the four hex digits stored last by what they stand for.
+// Replaces the last four hex digits in the buffer with the character that they encode.
 int DecodeUnicode(JsonParser& parser) {
-  // A caller that feeds on after an error of this action comes back with fewer digits than four behind it.
+  // If the caller continues after an error here, fewer than four digits may remain.
   if (parser.bufferPosition < 4) return kJsonUnexpectedByte;
   uint32_t value = 0;
   for (uint32_t index = parser.bufferPosition - 4; index < parser.bufferPosition; ++index) {

@@ -1,4 +1,5 @@
-// The tokenizer's work on bytes that need more than a plain step. Private to the tokenizer.
+// The tokenizer's slow path: actions that use the token buffer, the nesting stack or the callback. Private to
+// the tokenizer.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +8,10 @@
 
 namespace velk::tokenizer {
 
-// Takes any byte by its transition: stores what there is to store, then enters the state or runs the action.
+// Applies the transition of a byte: stores what it stores, then enters its state or runs its action.
 int TakeByte(JsonParser& parser, Transition transition, char byte) noexcept;
 
-// Takes bytes up to the first error; `processed` may be null.
+// Processes bytes up to the first error. `processed` may be null.
 int TakeBytes(JsonParser& parser, const char* bytes, uint32_t length, uint32_t* processed) noexcept;
 
 }  // namespace velk::tokenizer

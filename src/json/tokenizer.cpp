@@ -1,4 +1,4 @@
-// The push tokenizer's interface, and the short way that most bytes take through it.
+// The tokenizer's public functions, and the fast path that most bytes take.
 #include <algorithm>
 #include <cstdlib>
 
@@ -10,8 +10,8 @@ namespace {
 constexpr uint32_t kDefaultBufferSize = 4096;
 constexpr uint32_t kDefaultStackSize = 256;
 
-// Takes a byte that needs no action, no decoding and no larger buffer, as nearly all do. Otherwise changes
-// nothing and returns false.
+// Handles a byte that needs no action, no decoding and no larger buffer. Most bytes are of this kind.
+// Otherwise changes nothing and returns false.
 inline bool TakePlain(JsonParser& parser, tokenizer::Transition transition, char byte) {
   const JsonParserState current = parser.state;
   if (transition.IsStoringMove()) {
@@ -22,7 +22,7 @@ inline bool TakePlain(JsonParser& parser, tokenizer::Transition transition, char
   } else if (!transition.IsMove()) {
     return false;
   }
-  // A state that is not written again need not be waited for when the next byte reads it.
+  // Skipping a redundant store lets the next byte read the state without waiting for it.
   const JsonParserState next = transition.NextState();
   if (next != current) parser.state = next;
   return true;
@@ -52,8 +52,8 @@ int JsonParserInit(JsonParser* parser, const JsonConfig* config, JsonTokenCallba
 }
 
 int JsonParserFeed(JsonParser* parser, const char* bytes, uint32_t length, uint32_t* processed) noexcept {
-  // Our readers feed single bytes. Both ways out of here end in a call or in none, so that no register has to
-  // be saved for them; the rest lives in a file of its own to keep it that way.
+  // The library feeds single bytes. Each exit of this path is a tail call or no call, so no register must be
+  // saved. The slow path is in another file to keep it from being inlined.
   if (length == 1) {
     const tokenizer::Transition transition = tokenizer::TransitionFor(*parser, *bytes);
     if (TakePlain(*parser, transition, *bytes)) {

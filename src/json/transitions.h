@@ -1,4 +1,4 @@
-// The tokenizer's table: what each class of bytes does in each state. Private to the tokenizer.
+// The tokenizer's transition table: the effect of each byte class in each state. Private to the tokenizer.
 #pragma once
 
 #include <algorithm>
@@ -53,7 +53,7 @@ enum CharClass : uint8_t {
   kStar,
   kHash,
   kClassCount,
-  // The control bytes that are errors everywhere share the table's last column.
+  // Control bytes that are errors everywhere share the last column of the table.
   kUnclassed = kClassCount,
   kColumnCount,
 };
@@ -103,7 +103,7 @@ constexpr ClassSet kHexDigit = {kZero, kOneToNine, kA, kB, kC, kD, kE, kF, kUppe
 
 constexpr uint8_t kStateCount = 37;
 
-// Numbered behind the states, so that one comparison tells a plain move from an action.
+// Numbered after the states, so that one comparison distinguishes a plain move from an action.
 enum class Action : uint8_t {
   kUnexpectedByte = kStateCount,
   kUnknownByte,
@@ -130,8 +130,8 @@ enum class Action : uint8_t {
 
 enum class Store : uint8_t { kNothing, kByte, kDecodedEscape };
 
-// What a byte of some class does in some state: the next state or an action, and what goes into the buffer.
-// In one byte, so that a table row fits a cache line and the tokenizer tells plain cases by one comparison.
+// The effect of a byte class in a state. It gives the next state or an action, and what to store in the
+// buffer. It takes one byte, so a table row fits a cache line and one comparison detects the plain cases.
 class Transition {
  public:
   constexpr Transition() = default;
@@ -157,7 +157,7 @@ class Transition {
   uint8_t bits_ = 0;
 };
 
-// Every pair that no row names is an unexpected byte.
+// Pairs not listed below are unexpected bytes.
 class TransitionTable {
  public:
   constexpr TransitionTable() {
@@ -183,7 +183,7 @@ class TransitionTable {
   constexpr Transition& Cell(JsonParserState state, CharClass column) {
     return rows_[static_cast<size_t>(state)][column];
   }
-  // Rows of a power of two keep the address arithmetic of a look-up down to a shift.
+  // The row size is a power of two, so a lookup needs only a shift.
   std::array<std::array<Transition, std::bit_ceil(size_t{kColumnCount})>, kStateCount> rows_{};
 };
 
@@ -232,7 +232,7 @@ constexpr void AddNumbers(TransitionTable& table) {
   table.On({kAfterZero, kInInteger}, kPoint, Action::kFloatByPoint, Store::kByte);
   table.On({kAfterPoint, kInFraction}, kDigit, kInFraction, Store::kByte);
 
-  // A lone zero takes no exponent.
+  // A single zero takes no exponent.
   table.On({kInInteger}, kExponentLetter, Action::kFloatByExponent, Store::kByte);
   table.On({kInFraction}, kExponentLetter, kAfterExponent, Store::kByte);
   table.On({kAfterExponent}, {kPlus, kMinus}, kAfterExponentSign, Store::kByte);

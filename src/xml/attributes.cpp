@@ -1,4 +1,3 @@
-// The table of declared attributes: tags by name, and in each its attributes by name and those with a default in order.
 #include "xml/attributes.h"
 
 namespace velk::xml {

@@ -1,4 +1,4 @@
-// The attributes that the internal subset of a document declares: their types and their default values.
+// The attributes declared in the internal subset of a document: their types and default values.
 #pragma once
 
 #include <cstddef>
@@ -12,18 +12,18 @@
 namespace velk::xml {
 
 struct DeclaredAttribute {
-  std::string_view name;        // with a terminator behind it
-  std::span<char> written;      // the default value as it stands in the document
-  const char* value = nullptr;  // the default value decoded; null when there is none
+  std::string_view name;        // followed by a terminator
+  std::span<char> written;      // the default value as written in the document
+  const char* value = nullptr;  // the decoded default value; null if there is none
   bool hasDefault = false;
   bool cdata = false;
-  size_t seenOn = 0;                       // number of the last start tag that gave this attribute itself
-  DeclaredAttribute* nextOfTag = nullptr;  // next one with a default, in order of declaration
+  size_t seenOn = 0;                       // number of the last start tag that had this attribute
+  DeclaredAttribute* nextOfTag = nullptr;  // the next with a default, in order of declaration
 
   std::string_view Key() const { return name; }
 };
 
-// What is declared for the elements of one name. A start tag looks it up once for all its attributes.
+// The declared attributes of all elements with one name. A start tag needs one lookup for all its attributes.
 struct DeclaredTag {
   std::string_view name;
   NameTable<DeclaredAttribute> attributes;
@@ -35,14 +35,14 @@ struct DeclaredTag {
 
 class AttributeDefaults {
  public:
-  // The tag of that name, made when there is none yet.
+  // Returns the tag of that name, and adds it if it is new.
   DeclaredTag& DeclareTag(std::string_view name);
 
-  // The first declaration of an attribute binds.
+  // Only the first declaration of an attribute counts.
   void Declare(DeclaredTag& tag, const DeclaredAttribute& attribute);
 
-  // Decodes the default values: called when the subset is complete, since they may refer to entities that are
-  // declared behind them.
+  // Decodes the default values. Call it after the whole subset, since they may refer to entities declared
+  // later.
   void Decode(Decoder& decoder);
 
   const DeclaredTag* Find(std::string_view tag) const { return byName_.Find(tag); }

@@ -1,4 +1,4 @@
-// Character classes that the parts of the XML reader share.
+// Character classes used throughout the XML reader.
 #pragma once
 
 namespace velk::xml {

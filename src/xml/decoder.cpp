@@ -1,4 +1,3 @@
-// Attribute values: references, white space, and where the result lives.
 #include "xml/decoder.h"
 
 #include <cstring>
@@ -8,7 +7,7 @@
 namespace velk::xml {
 namespace {
 
-// Runs of white space become one space, those at the ends vanish. Returns the new size.
+// Collapses white space to single spaces and removes it at both ends. Returns the new size.
 size_t CollapseSpace(char* bytes, size_t size) {
   char* out = bytes;
   for (size_t i = 0; i < size; ++i) {

@@ -1,4 +1,4 @@
-// Decodes pieces of the document: character data and attribute values.
+// Decodes character data and attribute values.
 #pragma once
 
 #include <forward_list>
@@ -12,17 +12,17 @@ namespace velk::xml {
 
 class Decoder {
  public:
-  // Values that outgrow their place in the document are put into `grown`.
+  // `grown` receives the values that outgrow their place in the document.
   Decoder(EntityTable& entities, std::forward_list<std::string>& grown)
       : entities_(entities), grown_(grown) {}
 
-  // Valid until the next call.
+  // The result is valid until the next call.
   std::string_view Text(std::span<char> written) {
     return entities_.Decode({written.data(), written.size()}, scratch_);
   }
 
-  // Returns the value with a terminator, written over its own place where it fits. The byte behind `written`
-  // must be free: for a quoted value it is the closing quote.
+  // Returns the value with a terminator, written over `written` if it fits. The byte after `written` must be
+  // free. For a quoted value it is the closing quote.
   const char* Value(std::span<char> written, bool collapseSpace);
 
  private:

@@ -1,4 +1,3 @@
-// The grammar of the internal subset, as far as a reader that does not validate needs it.
 #include "xml/doctype.h"
 
 namespace velk::xml {
@@ -27,8 +26,7 @@ bool DoctypeReader::Read() {
   return true;
 }
 
-// Ends behind the closing bracket. Whatever is not a declaration, such as a reference to a parameter entity,
-// is passed over.
+// Ends after the closing bracket. Skips other content, such as a reference to a parameter entity.
 bool DoctypeReader::ReadSubset() {
   for (;;) {
     const size_t found = scan_.Rest().find_first_of("<]");
@@ -54,7 +52,7 @@ bool DoctypeReader::ReadEntity() {
   scan_.SkipSpace();
   const std::span<char> name = ReadToken();
   scan_.SkipSpace();
-  // Without a quote here it is a parameter entity ("% name ...") or an external one ("name SYSTEM ...").
+  // Without a quote here, it is a parameter entity ("% name ...") or an external one ("name SYSTEM ...").
   if (!name.empty() && !scan_.AtEnd() && IsQuote(*scan_.at)) {
     std::span<char> value;
     if (!scan_.ReadQuoted(value)) return false;
@@ -83,7 +81,7 @@ bool DoctypeReader::ReadDeclaredAttribute(DeclaredTag& tag) {
   if (name.empty()) return Malformed();
   if (!ReadAttributeType(attribute.cdata) || !ReadDefault(attribute)) return false;
   scan_.Mark();
-  name.data()[name.size()] = '\0';  // what stood there separated the name from the type
+  name.data()[name.size()] = '\0';  // overwrites the separator between name and type
   attribute.name = View(name);
   document_.defaults.Declare(tag, attribute);
   return true;
@@ -120,7 +118,7 @@ std::span<char> DoctypeReader::ReadToken() {
   return {start, scan_.at};
 }
 
-// Goes to the next of these characters that is not inside quotes.
+// Moves to the next of these characters outside quotes.
 bool DoctypeReader::SkipTo(std::string_view stops) {
   while (!scan_.AtEnd() && stops.find(*scan_.at) == std::string_view::npos) {
     const char c = *scan_.at++;

@@ -1,4 +1,4 @@
-// Reads a document type declaration: of its internal subset, the entities and the attribute lists.
+// Reads a document type declaration, with the entities and attribute lists of its internal subset.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,13 @@
 
 namespace velk::xml {
 
-// Nothing is ever fetched: external subsets and external entities stay unknown. Parameter entities are not
-// applied.
+// It never fetches external subsets or entities, and does not expand parameter entities. It does not
+// validate.
 class DoctypeReader {
  public:
   DoctypeReader(Document& document, Scanner& scanner) : document_(document), scan_(scanner) {}
 
-  // Starts at the '<' of "<!DOCTYPE" and ends behind its '>'.
+  // Starts at the '<' of "<!DOCTYPE" and ends after its '>'.
   bool Read();
 
  private:
@@ -34,7 +34,7 @@ class DoctypeReader {
   Document& document_;
   Scanner& scan_;
   size_t line_ = 1;      // of the document type declaration
-  size_t listLine_ = 1;  // of the attribute list being read
+  size_t listLine_ = 1;  // of the current attribute list
 };
 
 }  // namespace velk::xml

@@ -1,4 +1,4 @@
-// What stands behind the nodes of a tree: the root with its parse state, and the other elements.
+// The objects that contain the nodes of a tree: the root with its parse state, and the other elements.
 #pragma once
 
 #include <cstddef>
@@ -20,12 +20,12 @@ struct Instruction {
   std::string_view data;
 };
 
-// The root: the one node without a parent.
+// The root: the only node without a parent.
 struct Document : XmlNode {
   XmlNode* current = nullptr;  // the open element
-  char* buffer = nullptr;      // as given, or the UTF-8 copy
+  char* buffer = nullptr;      // the caller's, or the UTF-8 copy
   size_t length = 0;
-  char* start = nullptr;  // of the text in the buffer: behind a byte-order mark
+  char* start = nullptr;  // of the text in the buffer, after a byte-order mark
   char* end = nullptr;
   std::unique_ptr<char[]> converted;
   EntityTable entities;
@@ -35,13 +35,13 @@ struct Document : XmlNode {
   char error[128] = "";
   std::forward_list<std::string> grownValues;
 
-  // Records the error and returns false, so that a reading function can end with it.
+  // Records the error. Returns false, so that a reading function can return the result.
   bool Fail(size_t line, std::initializer_list<std::string_view> message);
 };
 
-// Every node with a parent.
+// Any node with a parent.
 struct Element : XmlNode {
-  // On the first element of a name: the last one of that name so far. On the others: the first one.
+  // In the first element of a name: the last one of that name so far. In the others: the first one.
   XmlNode* peer = nullptr;
 
   std::string_view Key() const { return name; }

@@ -1,4 +1,3 @@
-// UTF-16 to UTF-8, byte-order marks and line ends.
 #include "xml/encoding.h"
 
 #include <algorithm>
@@ -31,7 +30,7 @@ Utf8Copy ConvertUtf16(std::span<const char> bytes, bool bigEndian) {
     return bigEndian ? static_cast<char32_t>(first << 8 | second)
                      : static_cast<char32_t>(second << 8 | first);
   };
-  // A unit alone needs up to three bytes, a pair of units four.
+  // In UTF-8 a single unit takes up to three bytes, and a surrogate pair takes four.
   Utf8Copy copy{std::make_unique_for_overwrite<char[]>(3 * count)};
   char* out = copy.bytes.get();
   for (size_t i = 0; i < count; ++i) {

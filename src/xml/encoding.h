@@ -1,4 +1,4 @@
-// Brings the bytes of a document into the one form that is scanned: UTF-8 with line feeds as line ends.
+// Converts a document to the form that the reader scans: UTF-8 with line feeds as line ends.
 #pragma once
 
 #include <cstddef>
@@ -14,14 +14,14 @@ struct Utf8Copy {
 
 enum class Encoding { kUnmarked, kUtf8, kUtf16Big, kUtf16Little };
 
-// What the first bytes declare; kUnmarked without a byte-order mark.
+// Detects the encoding from the byte-order mark. Returns kUnmarked if there is none.
 Encoding DetectEncoding(std::span<const char> bytes);
 
-// Converts UTF-16 units (without their mark). A surrogate without its partner becomes U+FFFD, and an odd byte
-// at the end is dropped.
+// Converts UTF-16 units without a byte-order mark. An unpaired surrogate becomes U+FFFD; an odd last byte is
+// dropped.
 Utf8Copy ConvertUtf16(std::span<const char> bytes, bool bigEndian);
 
-// Turns CR LF and lone CR into LF, in place; returns what is left.
+// Converts CR LF and single CR to LF in place. Returns the remaining text.
 std::span<char> NormaliseLineEnds(std::span<char> text);
 
 }  // namespace velk::xml

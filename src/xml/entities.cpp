@@ -1,4 +1,4 @@
-// Finds, checks and replaces references, without recursion: how deep entities nest is up to the sender.
+// Nothing here recurses, since the sender chooses how deep entities nest.
 #include "xml/entities.h"
 
 #include <algorithm>
@@ -13,11 +13,11 @@
 namespace velk::xml {
 namespace {
 
-// A reference runs up to its semicolon. The other characters cannot be part of one; stopping there keeps the
-// search short in a text full of ampersands.
+// A reference ends at its semicolon. The other characters cannot be part of one. Stopping at them keeps the
+// search short in text full of ampersands.
 constexpr std::string_view kReferenceEnd = "; &\t\n<>\"'";
 
-// The code point of "#60" or "#x3C", or 0 when it is not one that a document may hold.
+// Returns the code point of "#60" or "#x3C", or 0 if it is invalid in a document.
 char32_t ParseCode(std::string_view body) {
   const bool hexadecimal = body.starts_with("#x");
   const std::string_view digits = body.substr(hexadecimal ? 2 : 1);
@@ -91,7 +91,7 @@ const Entity* EntityTable::FindCircle() {
   return nullptr;
 }
 
-// Walks depth first through all that the start refers to. An entity on the walk's own path closes a circle.
+// Searches depth first through all references from the start. An entity on the current path closes a cycle.
 const Entity* EntityTable::FindCircleFrom(Entity& start) {
   std::vector<Step> path{{&start, 0}};
   start.circleTest = Entity::kOnPath;
@@ -103,14 +103,14 @@ const Entity* EntityTable::FindCircleFrom(Entity& start) {
     step.from = reference.end;
     if (!reference) {
       step.entity->circleTest = Entity::kCleared;
-      step.entity->decoded = first;  // then the value refers to nothing, and is the decoded text
+      step.entity->decoded = first;  // a value without references is already decoded
       path.pop_back();
     } else if (inner && inner->circleTest == Entity::kUnvisited) {
       inner->circleTest = Entity::kOnPath;
       path.push_back({inner, 0});
     } else if (inner && inner->circleTest == Entity::kOnPath) {
       const auto begin = std::find_if(path.begin(), path.end(), [=](Step s) { return s.entity == inner; });
-      // Names lie in the document in order of declaration.
+      // Names are views of the document, so their positions are in order of declaration.
       const auto precedes = [](Step a, Step b) { return a.entity->name.data() < b.entity->name.data(); };
       return std::max_element(begin, path.end(), precedes)->entity;
     }
@@ -144,9 +144,9 @@ std::string_view EntityTable::DecodedText(Entity& entity) {
   return text;
 }
 
-// Decodes an entity with all that it refers to. Each entity is expanded once in the life of the table: one
-// met on the way is remembered as the part of the same string where its text came out. So entities that nest
-// to nothing cost no more than those that nest to much.
+// Decodes an entity and all that it refers to. Every entity is expanded only once in the lifetime of the
+// table. An inner one remembers its part of the same string. So nesting is cheap even for entities that
+// expand to nothing, which kMaxDecoded does not limit.
 void EntityTable::Expand(Entity& outermost) {
   std::string& out = expansions_.emplace_front();
   std::vector<Step> open{{&outermost, 0}};

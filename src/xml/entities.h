@@ -1,4 +1,4 @@
-// The entity table of a document, and the decoding of references in its texts.
+// The entities of a document, and the decoding of references to them.
 #pragma once
 
 #include <cstddef>
@@ -14,10 +14,10 @@ namespace velk::xml {
 
 struct Entity {
   std::string_view name;
-  std::string_view value;  // numeric references are replaced, those to other entities are not yet
+  std::string_view value;  // numeric references are decoded, entity references are not
   size_t line = 0;         // of the declaration; 0 for a predefined entity
   enum { kUnvisited, kOnPath, kCleared } circleTest = kUnvisited;
-  // The fully decoded text, once it was needed: a part of `source`, or without a source the value itself.
+  // The decoded text, once it was needed: a part of `source`, or `value` itself if `source` is null.
   bool decoded = false;
   const std::string* source = nullptr;
   size_t offset = 0;
@@ -30,16 +30,16 @@ class EntityTable {
  public:
   EntityTable();
 
-  // The first declaration of a name binds. Rewrites the value in place.
+  // Only the first declaration of a name counts. Modifies the value in place.
   void Declare(std::string_view name, std::span<char> value, size_t line);
 
-  // An entity that refers to itself, by way of others or not: of such a circle the one declared last, or
-  // null. Decode must not be called before this has found the declarations free of circles.
+  // Finds an entity that refers to itself, directly or through others. Returns the last one declared in that
+  // cycle, or null if there is no cycle. Decode may be called only if this has returned null.
   const Entity* FindCircle();
 
-  // The text with its references replaced: `text` itself when it has none, else a view of `scratch`. Unknown
-  // and impossible references stay as written. Throws std::bad_alloc when the entities of this table have
-  // decoded to more than kMaxDecoded bytes altogether.
+  // Replaces the references in the text. Returns `text` itself if there are none, otherwise a view of
+  // `scratch`. Unknown and invalid references are unchanged. Throws std::bad_alloc once the entities of this
+  // table have decoded to more than kMaxDecoded bytes in total.
   std::string_view Decode(std::string_view text, std::string& scratch);
 
   static constexpr size_t kMaxDecoded = size_t{1} << 20;
@@ -53,7 +53,7 @@ class EntityTable {
     explicit operator bool() const { return begin != std::string_view::npos; }
   };
 
-  // A place in the value of an entity that is being walked through.
+  // A position in an entity's value.
   struct Step {
     Entity* entity;
     size_t from;

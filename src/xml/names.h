@@ -1,4 +1,4 @@
-// A table of things with names: entities, declared attributes, the children of an element.
+// A hash table of named objects: entities, declared attributes and child elements.
 #pragma once
 
 #include <cstddef>
@@ -12,11 +12,11 @@ namespace velk::xml {
 
 inline size_t HashOf(std::string_view name) { return std::hash<std::string_view>{}(name); }
 
-// Finds values by what their Key() returns; owns neither.
+// Finds values by their Key(). Owns neither the values nor the keys.
 //
-// The names come from the network, and may be chosen for equal hashes. So a hash leads to a window of a few
-// slots, and a name that finds its window full goes to an ordered map: look-ups then cost the logarithm of
-// the number of names, never the number.
+// The names come from the network, so an attacker may choose names with equal hashes. A hash therefore leads
+// to a window of kWindow slots. If the window is full, the name goes to an ordered map. A lookup then takes
+// logarithmic time, never linear.
 template <class Value>
 class NameTable {
  public:
@@ -35,7 +35,7 @@ class NameTable {
     return found == crowded_.end() ? nullptr : found->second;
   }
 
-  // The key must not be in the table yet.
+  // The key must not be in the table.
   void Add(Value* value) {
     if (2 * ++size_ > slots_.size()) Grow();
     Place({HashOf(value->Key()), value});
@@ -66,7 +66,7 @@ class NameTable {
     }
   }
 
-  std::vector<Slot> slots_;  // a power of two of them, at most half in use
+  std::vector<Slot> slots_;  // the size is a power of two; at most half are used
   size_t size_ = 0;
   std::map<Key, Value*> crowded_;
 };

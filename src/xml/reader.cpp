@@ -1,4 +1,4 @@
-// Scans a document once, from markup to markup, and builds its tree.
+// Parses a document in one pass, from markup to markup, and builds its tree.
 #include <array>
 #include <new>
 #include <utility>
@@ -14,14 +14,14 @@ namespace velk {
 namespace xml {
 namespace {
 
-// Defaults may add this many attributes, and one more for each byte of the document. Without a bound, a short
-// tag repeated under a long attribute list would make memory grow with the product of the two.
+// Defaults may add this many attributes, plus one for each byte of the document. Otherwise a short tag with
+// many declared defaults, if repeated, would make memory grow with the product of both.
 constexpr size_t kFreeDefaults = size_t{1} << 16;
 
 constexpr std::string_view kMissingEnd = "missing >";
 constexpr std::string_view kOutsideRoot = "markup outside of root element";
 
-// A NUL ends a name, too: names are C strings once they are in the tree.
+// A NUL also ends a name, since names are C strings in the tree.
 constexpr auto kEndsName = [] {
   std::array<bool, 256> table{};
   for (const char c : std::string_view("\t\r\n =/>\0", 8)) table[static_cast<unsigned char>(c)] = true;
@@ -77,8 +77,8 @@ bool Reader::Read() {
   return tree_.Started() || scan_.Fail(scan_.end, {"root tag missing"});
 }
 
-// Ends at the next '<', whose place then holds the terminator of the text. Character data that no markup ends
-// are no text of the element: they were cut off.
+// Ends at the next '<', where the text is then terminated. Character data at the end of the input was cut
+// off, so it is dropped.
 bool Reader::ReadText() {
   if (!tree_.Inside()) {
     scan_.SkipSpace();
@@ -124,7 +124,7 @@ bool Reader::ReadDoctype() {
   return true;
 }
 
-// The whole tag is passed over once before any of it is written over.
+// Reads the whole tag once before overwriting any of it.
 bool Reader::ReadStartTag() {
   if (tree_.Started() && !tree_.Inside()) return scan_.Fail(scan_.at, {kOutsideRoot});
   ++scan_.at;
@@ -164,7 +164,7 @@ bool Reader::ReadTagEnd() {
   return true;
 }
 
-// Ends at the '/' or '>' behind the attributes, or where there should be one.
+// Ends at the '/' or '>' after the attributes, or where one is missing.
 bool Reader::CountAttributes(size_t& count) {
   for (;; ++count) {
     scan_.SkipSpace();
@@ -174,7 +174,7 @@ bool Reader::CountAttributes(size_t& count) {
   }
 }
 
-// Leaves `value` alone when the attribute has none.
+// Leaves `value` unchanged if the attribute has none.
 bool Reader::ReadAttributeValue(std::span<char>& value) {
   scan_.SkipSpace();
   if (!scan_.At('=')) return true;
@@ -190,8 +190,8 @@ std::span<char> Reader::ReadName() {
   return {start, scan_.at};
 }
 
-// Reads so many attributes again from a place in a tag that is known to be well-formed. Null when the element
-// has none, not by default either.
+// Reads `count` attributes again from a tag that is known to be well-formed. Returns null if the element has
+// none, not even defaults.
 AttributeArray Reader::MakeAttributes(std::string_view tag, char* from, size_t count) {
   AttributeArray attributes;
   if (count > 0) attributes = std::make_unique_for_overwrite<const char*[]>(2 * count + 1);

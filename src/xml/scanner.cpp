@@ -1,4 +1,3 @@
-// Quotes, comments and processing instructions.
 #include "xml/scanner.h"
 
 namespace velk::xml {
@@ -9,7 +8,7 @@ std::string_view TrimStart(std::string_view text) {
   return {first, text.end()};
 }
 
-// Whether the data of an XML declaration contain standalone="yes".
+// Whether the data of an XML declaration contains standalone="yes".
 bool DeclaresStandalone(std::string_view data) {
   constexpr std::string_view kName = "standalone";
   const size_t found = data.find(kName);

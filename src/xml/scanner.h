@@ -1,4 +1,5 @@
-// The reading position in a document, with what may stand anywhere in it: space, comments, instructions.
+// The reading position in a document, and what can occur anywhere in it: space, quotes, comments and
+// processing instructions.
 #pragma once
 
 #include <algorithm>
@@ -12,8 +13,8 @@
 
 namespace velk::xml {
 
-// Strings are ended by writing over the document, which may destroy line feeds. So lines are counted up to a
-// mark: what lies before it may be written over, what lies behind it must still be as it was.
+// Strings are terminated by overwriting the document, which may destroy line feeds. So lines are counted up
+// to a mark. Text before the mark may be overwritten; text after it must be unchanged.
 class Scanner {
  public:
   explicit Scanner(Document& document)
@@ -26,7 +27,7 @@ class Scanner {
   bool At(char c) const { return at != end && *at == c; }
   std::string_view Rest() const { return {at, end}; }
 
-  // The next such character, or the end.
+  // Returns the next such character, or the end.
   char* Find(char c) const { return at + std::min(Rest().find(c), Rest().size()); }
   void SkipSpace() {
     while (at != end && IsSpace(*at)) ++at;
@@ -38,9 +39,9 @@ class Scanner {
   }
   size_t MarkedLine() const { return line_; }
 
-  // Reads a quoted value, without its quotes.
+  // Reads a quoted value without its quotes.
   bool ReadQuoted(std::span<char>& value);
-  // These two start at a '<', which need not be there any more.
+  // These two start at a '<', which may already be overwritten.
   bool SkipComment();
   bool ReadInstruction();
 

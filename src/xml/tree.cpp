@@ -1,4 +1,4 @@
-// Walking and freeing a finished tree. Loops follow the links, so that neither depth nor breadth costs stack.
+// Searches and frees a finished tree. Loops replace recursion, so deep or wide trees need no extra stack.
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -8,14 +8,14 @@
 namespace velk {
 namespace {
 
-constexpr short kLeaving = 0x100;  // only while XmlFree runs
+constexpr short kLeaving = 0x100;  // used only by XmlFree
 
 void ReleaseStrings(const XmlNode& node) {
   if (node.flags & kXmlTextAllocated) delete[] node.text;
   if (node.flags & kXmlAttributesAllocated) delete[] node.attributes;
 }
 
-// Takes an element and its successors out of their parent's links.
+// Removes an element and its later siblings from their parent's links.
 void Detach(XmlNode* first) {
   XmlNode& parent = *first->parent;
   for (XmlNode* node = first; node; node = node->ordered) node->flags |= kLeaving;
@@ -33,8 +33,8 @@ void Detach(XmlNode* first) {
   }
 }
 
-// Frees an element, its successors and all their descendants: always the deepest first child first, so that a
-// node's own turn comes when it has no child left.
+// Frees an element, its later siblings and all their descendants. It always goes to the first child first, so
+// a node is freed once it has no children left.
 void FreeElements(XmlNode* node) {
   XmlNode* const top = node ? node->parent : nullptr;
   while (node != top) {

@@ -1,4 +1,3 @@
-// The links between elements, and texts that come in pieces.
 #include "xml/tree_builder.h"
 
 #include <algorithm>
@@ -8,12 +7,12 @@
 namespace velk::xml {
 namespace {
 
-// Up to this many names under one parent are cheaper to walk than to index.
+// Up to this many names under one parent, a walk is cheaper than an index.
 constexpr int kMaxNamesWalked = 8;
 
 constexpr size_t kSmallestText = 32;
 
-// Allocated texts have a capacity that follows from their length, so that it need not be stored.
+// The capacity of allocated text is a function of its length, so it need not be stored.
 size_t CapacityFor(size_t length) { return std::bit_ceil(std::max(length + 1, kSmallestText)); }
 
 }  // namespace
@@ -59,12 +58,11 @@ void TreeBuilder::Link(OpenElement& parent, std::unique_ptr<Element> child) {
   added->peer = added;
 }
 
-// The earlier child of that name which heads its chain, or null.
 Element* TreeBuilder::FirstOfName(OpenElement& parent, const char* name) {
   Element* const last = parent.lastChild;
   if (!last) return nullptr;
   if (std::strcmp(last->name, name) == 0) {
-    // The last child also ends the chain of its name: it is that chain's head when its peer is itself.
+    // The last child is also the last of its name. So its peer is the first of that name, possibly itself.
     return static_cast<Element*>(last->peer);
   }
   if (!parent.names) {
@@ -95,7 +93,7 @@ void TreeBuilder::Append(std::span<char> written, std::string_view decoded) {
   element.textLength += decoded.size();
 }
 
-// Gives the text an allocation with room for so many more bytes.
+// Makes sure that the text has space for `added` more bytes and a terminator.
 void TreeBuilder::GrowText(OpenElement& element, size_t added) {
   XmlNode& node = *element.node;
   const bool allocated = node.flags & kXmlTextAllocated;

@@ -1,4 +1,4 @@
-// Builds the tree of a document while it is read.
+// Builds the tree of a document during parsing.
 #pragma once
 
 #include <cstddef>
@@ -22,23 +22,23 @@ class TreeBuilder {
   bool Inside() const { return !open_.empty(); }  // an element is open
   const char* CurrentName() const { return document_.current->name; }
 
-  // Makes a child of the current element (or fills the root) and makes it current.
+  // Adds a child to the current element, or fills the root, and makes it current.
   void Open(const char* name, AttributeArray attributes);
   void Close();
 
-  // Appends to the current element's text. The first piece of a text stays in the document, in the place
-  // `written`, when it fits; the byte behind that place must be free.
+  // Appends to the current element's text. The first piece stays in the document, at `written`, if it fits.
+  // The byte after `written` must be free.
   void Append(std::span<char> written, std::string_view decoded);
 
  private:
-  // What is needed of an element only until its end tag, so that adding a child or a piece of text never
-  // walks over what is there already.
+  // What an element needs only until its end tag. With it, the cost of adding a child or text does not depend
+  // on what was added before.
   struct OpenElement {
     XmlNode* node = nullptr;
     Element* lastChild = nullptr;
     Element* lastName = nullptr;  // end of the sibling chain
     size_t textLength = 0;
-    std::unique_ptr<NameTable<Element>> names;  // the first child of each name, once there are many names
+    std::unique_ptr<NameTable<Element>> names;  // the first child of each name, if there are many
   };
 
   void Link(OpenElement& parent, std::unique_ptr<Element> child);
