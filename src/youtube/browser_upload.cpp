@@ -1,5 +1,5 @@
-// The older way to publish a video: an Atom entry is traded for an address and a one-time token, and a form
-// takes the file and the token to that address.
+// The legacy upload. It exchanges an Atom entry for a URL and a one-time token, and posts the file and the
+// token to that URL as a form. No exported function calls it.
 #include <algorithm>
 
 #include "xml/xml.h"
@@ -12,12 +12,12 @@ using namespace std::chrono_literals;
 
 constexpr const char* kTokenUrl = "http://gdata.youtube.com/action/GetUploadToken";
 
-// Names the application in every token request.
+// Identifies the application in every token request.
 constexpr const char* kDeveloperKeyHeader =
     "X-GData-Key: key="
     "C3J27XDCG2LmlZGEONYlgCtjfIZ4SOcMz9CPVNPkNa1Hedcm4pMbXDu-L1mHoOsFaQfDPrA-71fTquWoGsbeKXgzg2sye9b2Ra";
 
-// Where the service sends a browser afterwards. Nothing follows the redirect.
+// The redirect target for a browser. The library does not follow redirects.
 constexpr const char* kNextUrl = "?nexturl=http://localhost";
 
 constexpr std::string_view kEntryStart =
@@ -53,13 +53,12 @@ bool Fits(const std::string& text, int32_t capacity) noexcept {
   return capacity > 0 && text.size() < static_cast<size_t>(capacity);
 }
 
-// Hands out a text that fits: the capacity becomes its length.
+// Copies a string that fits, and replaces the capacity with its length.
 void Give(const std::string& text, char* out, int32_t& inOutLength) noexcept {
   CopyText(text, {out, static_cast<size_t>(inOutLength)});
   inOutLength = static_cast<int32_t>(text.size());
 }
 
-// The text behind the last "id=" of an address.
 std::string_view IdentifierIn(std::string_view url) noexcept {
   constexpr std::string_view kName = "id=";
   const size_t name = url.rfind(kName);
@@ -100,7 +99,7 @@ int32_t RequestUploadToken(const char* accessToken, const void* /*ignored*/, con
         .Header("GData-Version: 2")
         .Header(kDeveloperKeyHeader)
         .Header("Content-Type: application/atom+xml; charset=UTF-8")
-        .Header("Expect:");  // a long entry goes out at once, without asking the service first
+        .Header("Expect:");  // sends a long entry without waiting for "100 Continue"
     if (const CURLcode failure = exchange.Perform(); failure != CURLE_OK) return FromTransfer(failure);
     if (exchange.Status() != 200) return VELK_UNEXPECTED_REPLY;
 
@@ -120,7 +119,7 @@ int32_t ParseUploadTokenReply(const char* text, size_t length, std::string* outU
                               std::string* outToken) noexcept {
   if (length == 0 || !outUrl || !outToken) return VELK_MISSING_ARGUMENT;
   const int32_t result = Guarded([&]() -> int32_t {
-    std::string copy(text, length);  // the reader works in place, and the tree points into the text
+    std::string copy(text, length);  // the reader modifies its input, and the tree points into it
     const XmlTree root(XmlParseString(copy.data(), copy.size()));
     const bool complete = ReadChild(root.get(), "url", *outUrl) && ReadChild(root.get(), "token", *outToken);
     return complete ? VELK_OK : VELK_UNEXPECTED_REPLY;

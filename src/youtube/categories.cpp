@@ -1,4 +1,4 @@
-// YouTube's categories: their titles as the service tells them, and the terms of its older interface.
+// YouTube's category titles, and the category terms of the legacy upload. No exported function calls them.
 #include <algorithm>
 
 #include "json/json.h"
@@ -23,7 +23,8 @@ struct CategoryTerm {
   std::string_view term;
 };
 
-// Two rows look like slips and are not: 23 shares its term with 22, and the term of 42 ends in an apostrophe.
+// Two rows look like mistakes but are intended. 23 has the same term as 22, and the term of 42 ends in an
+// apostrophe.
 constexpr CategoryTerm kTerms[] = {
     {"1", "Film"},
     {"2", "Autos"},
@@ -76,7 +77,7 @@ int32_t GetYoutubeCategoryTitle(const char* accessToken, const char* categoryId,
     if (result != VELK_OK) return result;
     char title[kCategoryTitleRoom] = "";
     if (JsonGetStringValue(lookup.Reply().Bytes(), "title", title) != 0) return VELK_NO_TITLE;
-    // The one title that differs from the term by which the older interface knows the category.
+    // The legacy upload uses "Games" for this category.
     CopyText(std::string_view(title) == "Gaming" ? "Games" : title, outTitle);
     return VELK_OK;
   });

@@ -1,4 +1,4 @@
-// How a video's metadata becomes text that YouTube's lenient JSON reader takes.
+// Converts a video's metadata to text for YouTube's lenient JSON parser.
 #include <cstring>
 #include <memory>
 #include <new>
@@ -8,7 +8,7 @@
 namespace velk {
 namespace {
 
-// The letter behind the backslash, or NUL for a byte that stays.
+// The letter after the backslash, or NUL for a byte that is not escaped.
 constexpr char EscapeLetter(char byte) noexcept {
   switch (byte) {
     case '\n':
@@ -35,8 +35,8 @@ int EscapeControlChars(char* text, int32_t capacity) noexcept {
   const std::unique_ptr<char[]> escaped(new (std::nothrow) char[width]());
   if (!escaped) return -1;
   size_t written = 0;
-  // The room is tested ahead of each byte and not of each half of an escape: that is why an escape may take
-  // the terminator's place.
+  // The size is checked before each byte of the input, not before each half of an escape. So an escape can
+  // overwrite the terminator.
   for (const char byte : std::string_view(text, ::strnlen(text, width))) {
     if (written >= width - 1) break;
     const char letter = EscapeLetter(byte);

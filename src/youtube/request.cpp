@@ -1,4 +1,5 @@
-// What the requests to YouTube share: the user's token, and how a video's description is asked for and judged.
+// Common parts of the requests to YouTube: the authorization header, and the checks around a request that
+// describes a video.
 #include "youtube/youtube.h"
 
 namespace velk {

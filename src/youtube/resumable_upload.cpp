@@ -1,4 +1,4 @@
-// Publishing a video: a session that describes it, then one PUT of the file.
+// Publishes a video: opens an upload session that describes it, then sends the file in one PUT.
 #include "json/json.h"
 #include "youtube/youtube.h"
 
@@ -27,8 +27,8 @@ std::string FindLocationHeader(std::string_view text) {
   constexpr std::string_view kName = "Location: ";
   const std::string_view searched = text.substr(0, text.find('\0'));
   const size_t line = searched.rfind(kName);
-  // The value begins nine bytes after the byte behind the line's first; with no such line, nine after the
-  // text's first.
+  // The value starts nine bytes after the anchor. The anchor is the second byte of the name, or the start of
+  // the reply if the name is missing.
   const size_t anchor = line == std::string_view::npos ? 0 : line + 1;
   const size_t start = anchor + kName.size() - 1;
   const size_t end = std::min(searched.find_first_of("\r\n", anchor), searched.size());

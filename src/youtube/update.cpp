@@ -1,9 +1,9 @@
-// Changing the description of a video that is already published.
+// Changes the description of a published video.
 #include "youtube/youtube.h"
 
 namespace {
 
-// The request is authorized by its token alone, so the key stays empty.
+// The access token authorizes the request, so the key is empty.
 constexpr const char* kVideosUrl = "https://www.googleapis.com/youtube/v3/videos?part=snippet%2Cstatus&key=";
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The handle of an upload to YouTube: its states, and how the PUT drives it.
+// The exported functions for the upload handle of YouTube, and its progress callback.
 #include "youtube/youtube.h"
 
 namespace velk {

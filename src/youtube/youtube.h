@@ -1,4 +1,4 @@
-// YouTube's operations behind the exports.
+// The implementation of the exported YouTube functions, the categories and the legacy upload.
 #pragma once
 
 #include <span>
@@ -11,51 +11,52 @@ namespace velk {
 
 // ---- Handle --------------------------------------------------------------------------------------------
 
-// The states of a handle that uploads to YouTube.
 enum YoutubeState : uint32_t { kYoutubeIdle = 0, kYoutubeUploading = 2, kYoutubeCancelAsked = 4 };
 
-// The CURLOPT_PROGRESSFUNCTION of YouTube's uploads; the client data is the FileUploader. It aborts the
-// transfer without a handle, or when the handle is no longer uploading.
+// The CURLOPT_PROGRESSFUNCTION of YouTube uploads; `clientData` is the FileUploader. Aborts the transfer if
+// the handle is null or not in the uploading state.
 int YoutubeProgressCallback(void* clientData, double downloadTotal, double downloadNow, double uploadTotal,
                             double uploadNow) noexcept;
 
 // ---- Metadata ------------------------------------------------------------------------------------------
 
-// Rewrites line feeds, carriage returns and tabs as a backslash and a letter, in place, within capacity
-// bytes. A text that grows beyond is cut: an escape that begins two bytes before the end fills the last byte,
-// and the field then has no terminator. Answers 0; -1 for a null text, no capacity, or no memory.
+// Replaces each line feed, carriage return and tab with a backslash and a letter, in place, within `capacity`
+// bytes. A longer result is cut. An escape that starts two bytes before the end fills the last byte, and
+// leaves the text without a terminator. Returns 0. Returns -1, with the text unchanged, if `text` is null,
+// `capacity` is less than 1 or memory runs out.
 int EscapeControlChars(char* text, int32_t capacity) noexcept;
 
-// Turns tags, one per line, into the quoted members of a list: 'a','b'. No tags give an empty list.
+// Converts tags, one per line, to the quoted members of a list: 'a','b'. Without tags the result is empty.
 std::string FormatTagsList(std::string_view tags);
 
-// Composes the JSON text that describes a video: a new one, or one that has an identifier already. Escapes
-// title and description in the record.
+// Composes the JSON description of a video: a new one, or a published one if videoId is not empty. Escapes
+// the title and the description in the record.
 std::string ComposeVideoBody(YoutubeUploadInfo& info, std::string_view videoId = {});
 
 // ---- Requests ------------------------------------------------------------------------------------------
 
-// The header that names the user in every request to YouTube.
 std::string BearerHeader(std::string_view accessToken);
 
-// Whether a text is empty that every request describing a video needs.
+// Whether a string is empty that every request with a video's description requires.
 bool LacksText(const char* accessToken, const YoutubeUploadInfo& info) noexcept;
 
-// The code of a reply to a request that described a video.
+// The result code of a reply to a request with a video's description.
 int32_t FromDescriptionStatus(long status) noexcept;
 
 // ---- Resumable upload ----------------------------------------------------------------------------------
 
-// The value of the last "Location: " line in a reply that was collected with its headers. Without such a
-// line, the first line from its tenth byte on, which is a status line's code and reason.
+// Finds the upload URL in a reply collected with its headers. Returns the rest of the line after the last
+// "Location: " before any NUL, in headers or body. Without one, returns the first line from its tenth byte
+// on: the code and reason of a status line.
 std::string FindLocationHeader(std::string_view text);
 
-// Opens an upload session: describes the video and learns the address that takes its file. Answers a result
-// code.
+// Opens an upload session: sends the video's description and gets the URL for its file. Returns a result
+// code. On failure outUploadUrl is unchanged.
 int32_t CreateResumableUpload(const char* accessToken, YoutubeUploadInfo* info, std::string& outUploadUrl,
                               const NativePath& path);
 
-// Sends the whole file to a session's address and learns the video's identifier. Answers a result code.
+// Sends the whole file to the URL of a session and gets the video's identifier. Returns a result code. On
+// failure outVideoId is unchanged.
 int32_t UploadFileContent(FileUploader* uploader, const char* accessToken, const YoutubeUploadInfo* info,
                           const std::string& uploadUrl, char* outVideoId, const NativePath& path);
 
@@ -64,60 +65,60 @@ int32_t UploadFileContent(FileUploader* uploader, const char* accessToken, const
 inline constexpr size_t kCategoryTitleRoom = 256;
 inline constexpr size_t kCategoryTermRoom = 24;
 
-// Asks YouTube for the title of a category, such as "Music" for "10"; "Gaming" becomes "Games". A title of 256
-// bytes or more is cut. The identifier goes into the address as it is. On every code but VELK_OK outTitle is
-// left alone.
+// Gets the title of a category from YouTube, such as "Music" for "10". "Gaming" becomes "Games". A title of
+// 256 bytes or more is cut. The identifier is put into the URL unescaped. Unless the result is VELK_OK,
+// outTitle is unchanged.
 //
 // VELK_OK                 outTitle written
 // VELK_MISSING_ARGUMENT   accessToken or categoryId null or empty
 // VELK_NO_TITLE           status 200 without a title
 // VELK_FORBIDDEN          status 403
-// VELK_TRANSFER_FAILED    the exchange failed, or was answered 401
-// VELK_NO_HANDLE          no HTTP handle could be made, or another status
+// VELK_TRANSFER_FAILED    the exchange failed, or status 401
+// VELK_NO_HANDLE          no HTTP handle could be created, or another status
 // VELK_OUT_OF_MEMORY      a memory allocation failed
 int32_t GetYoutubeCategoryTitle(const char* accessToken, const char* categoryId,
                                 std::span<char, kCategoryTitleRoom> outTitle) noexcept;
 
-// The term by which YouTube's older interface knows a category, as BuildAtomEntry takes it. Answers 0, or -1
-// with outTerm left alone for an identifier that has none.
+// Gets the term of a category in the legacy upload, for BuildAtomEntry. Returns 0. Returns -1, with outTerm
+// unchanged, if the identifier has no term.
 int YoutubeCategoryTermFromId(std::string_view idText, std::span<char, kCategoryTermRoom> outTerm) noexcept;
 
 // ---- Browser upload ------------------------------------------------------------------------------------
 //
-// The older way to publish, of which each step feeds the next: BuildAtomEntry, RequestUploadToken,
-// PostBrowserUploadForm. Besides the codes listed, the first, second and last answer VELK_OUT_OF_MEMORY.
+// The legacy upload. Its steps are BuildAtomEntry, RequestUploadToken and PostBrowserUploadForm; each uses
+// the output of the previous one. These three also return VELK_OUT_OF_MEMORY.
 
 inline constexpr size_t kBrowserVideoIdRoom = 101;
 
-// Describes a video in an Atom entry. Nothing in it is escaped: markup in a text becomes markup of the entry.
+// Describes a video in an Atom entry. Nothing is escaped: markup in a string becomes markup of the entry.
 //
 //   outXml        out     the entry, without a terminator
-//   inOutLength   in/out  outXml's room in bytes, which must be one more than the entry's length; afterwards
-//                         the entry's length, or the room that is needed
-//   category      in      a category's term; what begins at an ampersand is left out
+//   inOutLength   in/out  outXml's size in bytes, at least one more than the entry's length. Receives the
+//                         entry's length, or the required size
+//   category      in      a category's term; the first ampersand and what follows it are omitted
 //
 // VELK_OK                 the entry and its length are written
 // VELK_MISSING_ARGUMENT   a pointer is null; title, description, tags or category empty
-// VELK_BUFFER_TOO_SMALL   the needed room is written to inOutLength, and nothing else
+// VELK_BUFFER_TOO_SMALL   only the required size is written, to inOutLength
 int32_t BuildAtomEntry(const YoutubeUploadInfo* info, char* outXml, int32_t* inOutLength,
                        const char* category) noexcept;
 
-// Trades an entry for the address that takes the file and the token that goes with it, both terminated. The
-// second argument is not read.
+// Exchanges an entry for the URL that accepts the file, and for its token. Both are terminated. `ignored` is
+// not read.
 //
-//   inOutUrlLength,    in/out  the room of outUrl and outToken in bytes; afterwards the texts' lengths
+//   inOutUrlLength,    in/out  the sizes of outUrl and outToken in bytes; receive the strings' lengths
 //   inOutTokenLength
 //
-// VELK_OK                 all four outputs written; on every other code none is
+// VELK_OK                 all four outputs written; otherwise none is
 // VELK_MISSING_ARGUMENT   a pointer is null, or accessToken empty
-// VELK_BUFFER_TOO_SMALL   a text and its terminator do not fit
-// VELK_UNEXPECTED_REPLY   another status than 200, or a reply without address or token
+// VELK_BUFFER_TOO_SMALL   a string and its terminator do not fit
+// VELK_UNEXPECTED_REPLY   another status than 200, or a reply without URL or token
 // VELK_TRANSFER_FAILED    the exchange failed
-// VELK_NO_HANDLE          no HTTP handle could be made
+// VELK_NO_HANDLE          no HTTP handle could be created
 int32_t RequestUploadToken(const char* accessToken, const void* ignored, const char* atomEntry, char* outUrl,
                            int32_t* inOutUrlLength, char* outToken, int32_t* inOutTokenLength) noexcept;
 
-// Reads address and token, the first "url" and the first "token" right below the root, out of an XML reply.
+// Reads two elements directly under the root of an XML reply: the first "url" and the first "token".
 //
 // VELK_OK                 both written
 // VELK_MISSING_ARGUMENT   length is 0, or an output null
@@ -125,19 +126,20 @@ int32_t RequestUploadToken(const char* accessToken, const void* ignored, const c
 int32_t ParseUploadTokenReply(const char* text, size_t length, std::string* outUrl,
                               std::string* outToken) noexcept;
 
-// Sends a file and its upload token as a form. It never goes through a proxy, has no time limit, and reports
-// its connection and headers on the standard error stream. The handle is driven as by the resumable upload.
+// Posts a file and its upload token as a form. It ignores the library's proxy setting, but libcurl may use a
+// proxy from the environment. It sets no time limit, and logs its connection and headers to standard error.
+// It uses the handle like the resumable upload.
 //
-//   filePath     in   as fopen takes it: on Windows in the ANSI code page
-//   outVideoId   out  room for kBrowserVideoIdRoom bytes: what follows the last "id=" of the address that was
-//                     asked, cut at 100 bytes; empty when the address has none. Only VELK_OK writes it
+//   filePath     in   as passed to fopen, so on Windows in the ANSI code page
+//   outVideoId   out  kBrowserVideoIdRoom bytes: the text after the last "id=" of the requested URL, cut at
+//                     100 bytes; empty if the URL has none. Written only with VELK_OK
 //
 // VELK_OK                 status 200 or 302
 // VELK_MISSING_ARGUMENT   a pointer is null
 // VELK_CANCELLED          cancelled through the handle
 // VELK_TRANSFER_FAILED    the exchange failed, the file cannot be read, or status 503
 // VELK_UNEXPECTED_REPLY   another status
-// VELK_NO_HANDLE          no HTTP handle could be made
+// VELK_NO_HANDLE          no HTTP handle could be created
 int32_t PostBrowserUploadForm(FileUploader* uploader, const char* accessToken, const char* filePath,
                               char* outVideoId, const char* uploadUrl, const char* uploadToken) noexcept;
 
