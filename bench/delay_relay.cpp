@@ -1,9 +1,11 @@
-// A link with a round trip of a given length between a client and the sandbox's proxy, so that a call costs the time
-// that it would cost over a real network. Each new tunnel waits for one round trip, as a TCP handshake would; from then
-// on every byte is half a round trip under way, whatever its direction.
+// Adds a configurable round-trip time between a client and the sandbox's proxy, to simulate a real network.
+// Each new tunnel first waits for one round trip, like a TCP handshake. After that, every byte is delayed by
+// half a round trip in either direction.
 //
-// Usage: delay_relay MILLISECONDS PROXY, a proxy such as http://127.0.0.1:8080; prints its own address, and runs until
-// its standard input ends.
+// Usage: delay_relay MILLISECONDS PROXY
+//
+// PROXY is a URL such as http://127.0.0.1:8080. The program prints its own URL. It runs until standard input
+// ends or delivers a byte.
 #include <boost/asio.hpp>
 #include <boost/asio/experimental/awaitable_operators.hpp>
 #include <chrono>
@@ -38,12 +40,12 @@ class Relay {
   }
 
  private:
-  // The bytes of one direction on their way.
+  // The bytes in transit in one direction.
   struct Link {
     explicit Link(const asio::any_io_executor& executor) : changed(executor, Clock::time_point::max()) {}
     struct Piece {
       Clock::time_point due;
-      std::string bytes;  // empty at the end of the direction
+      std::string bytes;  // empty at the end of the stream
     };
     std::deque<Piece> pieces;
     asio::steady_timer changed;

@@ -1,6 +1,9 @@
-// Times the readers of replies: the tokenizer byte by byte, an extractor over a large reply, and the shapes that cost
-// most. With the name of such a shape and a size in bytes it is read once, for an instruction counter.
+// Times the reply parsers: the tokenizer one byte at a time, an extractor on a large reply, and the slowest
+// input shapes.
+//
 // Usage: parser_bench [escapes|attributes SIZE]
+//
+// With a shape and a size in bytes, parses that input once, for measurement with an instruction counter.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +18,7 @@ namespace {
 
 constexpr int kRuns = 7;
 
-// The median processor time of a piece of work, in seconds.
+// Returns the median CPU time of several runs, in seconds.
 template <typename Work>
 double Time(Work work) {
   std::vector<double> times;
@@ -28,7 +31,7 @@ double Time(Work work) {
   return times[kRuns / 2];
 }
 
-// A reply as the services send them, of at least the given size.
+// Builds a reply like those of the services, at least `size` bytes long.
 std::string Reply(size_t size) {
   std::string reply = "{\"data\": [";
   for (int item = 0; reply.size() < size; ++item) {
@@ -49,11 +52,11 @@ void TimeTokenizer() {
     for (const char& byte : reply) failure |= velk::JsonParserFeed(&parser, &byte, 1, nullptr);
     velk::JsonParserFree(&parser);
   });
-  std::printf("tokenizer, byte by byte: %.0f MB/s%s\n", static_cast<double>(reply.size()) / seconds / 1e6,
-              failure == 0 ? "" : " (failed)");
+  std::printf("tokenizer, one byte per call: %.0f MB/s%s\n",
+              static_cast<double>(reply.size()) / seconds / 1e6, failure == 0 ? "" : " (failed)");
 }
 
-// A string of nothing but escapes, each of which has an extractor look at the token.
+// A string made only of escapes. The extractor examines the token at every escape.
 bool ReadEscapes(size_t size) {
   std::string reply = "{\"k\":\"";
   while (reply.size() + 4 < size) reply += "\\n";
@@ -62,7 +65,7 @@ bool ReadEscapes(size_t size) {
   return velk::JsonGetStringValue(reply, "id", value) == 1;
 }
 
-// One start tag: half of it the name, half attributes, the first of them declared.
+// One start tag: half of it is the name, half attributes. The element also has one declared attribute.
 bool ReadAttributes(size_t size) {
   const std::string name(size / 2, 'n');
   std::string document = "<!DOCTYPE r [<!ATTLIST " + name + " a CDATA ''>]><" + name;
@@ -88,7 +91,7 @@ void TimeShapes() {
 int ReadOnce(const std::string& name, size_t size) {
   for (const Shape& shape : kShapes)
     if (shape.name == name) return shape.read(size) ? 0 : 1;
-  std::fprintf(stderr, "parser_bench: no shape named %s\n", name.c_str());
+  std::fprintf(stderr, "parser_bench: unknown input shape %s\n", name.c_str());
   return 2;
 }
 
@@ -97,7 +100,7 @@ void TimeExtractor() {
   char value[1024];
   int outcome = 0;
   const double seconds = Time([&] { outcome |= velk::JsonGetStringValue(reply, "id", value); });
-  std::printf("extractor, over 64 KiB: %.3f ms%s\n", seconds * 1e3, outcome == 0 ? "" : " (failed)");
+  std::printf("extractor, 64 KiB reply: %.3f ms%s\n", seconds * 1e3, outcome == 0 ? "" : " (failed)");
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
-// Makes the requests of a photo tweet with libcurl alone, as its command line would: what the library's own
-// time is compared with. The media id and the signature are constants, so the replies must be scripted.
+// Sends the requests of a photo tweet with libcurl alone, as the curl command line would. This is the
+// baseline for the library's own time. The media id and the signature are constants, so the sandbox's replies
+// must be scripted.
 //
-// Usage: twitter_twin PROXY FILE; prints the seconds that the requests took together.
+// Usage: twitter_twin PROXY FILE
+//
+// Prints the total time of the requests in seconds.
 #include <curl/curl.h>
 
 #include <algorithm>
@@ -36,7 +39,7 @@ using Fields = std::vector<std::pair<const char*, std::string_view>>;
 
 size_t Discard(char*, size_t, size_t count, void*) { return count; }
 
-// One request over a connection of its own.
+// One request on its own connection.
 class Request {
  public:
   Request(const char* url, const char* proxy) : curl_(curl_easy_init()) {

@@ -1,7 +1,9 @@
-// Times one upload through the library and tells how much memory it took above the idle process: in its first
-// call, whose peak counts the pages of the TLS libraries that a process touches once, and in its second.
+// Times one upload through the library, and measures the peak memory of two uploads above that of the idle
+// process. The first peak includes pages of the TLS libraries that a process loads only once.
 //
-// Usage: upload_bench SERVICE PROXY FILE; prints the seconds of the first call, and both peaks above idle in KiB.
+// Usage: upload_bench SERVICE PROXY FILE
+//
+// Prints the time of the first call in seconds, then both peaks in KiB.
 #include <malloc.h>
 
 #include <chrono>
@@ -16,7 +18,7 @@
 
 namespace {
 
-// One of the kernel's figures about this process, in KiB.
+// Reads one of the kernel's memory figures for this process, in KiB.
 long MemoryFigure(std::string_view name) {
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);)
@@ -81,10 +83,10 @@ constexpr Service kServices[] = {{"facebook", UploadToFacebook},
                                  {"twitter", UploadToTwitter},
                                  {"youtube", UploadToYoutube}};
 
-// Uploads once, and tells how far the process's memory rose meanwhile.
+// Uploads once; `taken` receives the duration and `peak` the rise in memory.
 int32_t Measure(const Service& service, const char* file, std::chrono::duration<double>& taken, long& peak) {
   malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << "5";  // the peak starts anew
+  std::ofstream("/proc/self/clear_refs") << "5";  // resets the peak
   const long idle = MemoryFigure("VmRSS:");
   const auto began = std::chrono::steady_clock::now();
   const int32_t result = service.upload(file);

@@ -1,11 +1,11 @@
-# Installs the library with its header and a package file, so that find_package(VelkUpload) finds it.
+# Installs the library, its header and a CMake package for find_package(VelkUpload).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 install(TARGETS velkupload EXPORT VelkUpload)
 install(FILES include/velk_upload.h TYPE INCLUDE)
 if(WIN32)
-  # Visual C++ makes an import library of its own from this.
+  # Visual C++ users generate their own import library from this file.
   install(FILES ${PROJECT_BINARY_DIR}/LibVelkUpload.def TYPE LIB)
 endif()
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/VelkUpload)

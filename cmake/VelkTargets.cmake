@@ -1,12 +1,12 @@
-# What all targets of ours share: the language, the warnings, the sanitizers, and the list of exports.
+# Common settings of all targets: the language, the warnings, the sanitizers and the list of exports.
 
-# velk_settings(<target>): C++20 and C99 without extensions, every warning an error.
+# velk_settings(<target>): C++20 and C99 without extensions, with warnings as errors.
 function(velk_settings target)
   target_compile_features(${target} PRIVATE cxx_std_20 c_std_99)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
                                            -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
-    # GCC 12 warns of an overlap inside its own std::string wherever text is put in front of one.
+    # GCC 12 warns falsely of an overlap inside std::string when text is prepended to a string.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
   if(VELK_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${VELK_SANITIZE} -fno-omit-frame-pointer
@@ -14,12 +14,12 @@ function(velk_settings target)
     target_link_options(${target} PRIVATE -fsanitize=${VELK_SANITIZE})
   endif()
   if(WIN32)
-    # No compiler run-time beside a binary, and no build time inside it.
+    # Static run-time libraries avoid extra DLLs. Without a time stamp, builds are reproducible.
     target_link_options(${target} PRIVATE -static -static-libgcc -static-libstdc++ -Wl,--no-insert-timestamp)
   endif()
 endfunction()
 
-# velk_exports(<target> <list>): lets exactly the listed names leave the library, from one list for both platforms.
+# velk_exports(<target> <list>): exports exactly the listed names, on both platforms.
 function(velk_exports target list)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
   file(STRINGS ${list} lines REGEX "^[A-Za-z]")

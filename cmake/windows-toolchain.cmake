@@ -1,4 +1,4 @@
-# Cross-builds for 64-bit Windows with MinGW-w64; the result needs no DLL of the compiler beside it.
+# Cross-compiles for 64-bit Windows with MinGW-w64. The binaries need no compiler DLLs.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
@@ -7,8 +7,9 @@ set(CMAKE_C_COMPILER ${VELK_TRIPLE}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${VELK_TRIPLE}-g++-posix)
 set(CMAKE_RC_COMPILER ${VELK_TRIPLE}-windres)
 
-# The prefix with libcurl, liboauth and GoogleTest: -DVELK_WINDOWS_DEPS, the environment, or the cache that
-# scripts/windows-deps keeps. The environment carries the answer into CMake's own trial builds.
+# The prefix that contains libcurl, liboauth and GoogleTest. It comes from -DVELK_WINDOWS_DEPS, from the
+# environment, or from the cache of scripts/windows-deps. The environment variable passes it on to the
+# projects of try_compile.
 if(NOT VELK_WINDOWS_DEPS)
   if("$ENV{VELK_WINDOWS_DEPS}" STREQUAL "")
     execute_process(
@@ -23,7 +24,7 @@ if(NOT VELK_WINDOWS_DEPS)
   set(VELK_WINDOWS_DEPS "$ENV{VELK_WINDOWS_DEPS}")
 endif()
 
-# A build folder that was configured with another prefix must not keep what it found there.
+# After a change of prefix, the paths cached from the previous prefix are stale.
 if(DEFINED CACHE{VELK_WINDOWS_DEPS_USED} AND NOT VELK_WINDOWS_DEPS STREQUAL VELK_WINDOWS_DEPS_USED)
   foreach(found CURL_DIR GTest_DIR OAuth_INCLUDE_DIR OAuth_LIBRARY VELK_BOOST_INCLUDE)
     unset(${found} CACHE)
@@ -37,7 +38,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Without the time stamp, the same sources give the same bytes.
+# Without the time stamp, builds are reproducible.
 set(VELK_LINK_FLAGS "-static -static-libgcc -static-libstdc++ -Wl,--no-insert-timestamp")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${VELK_LINK_FLAGS}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${VELK_LINK_FLAGS}")

@@ -1,4 +1,4 @@
-// The libFuzzer program: the environment variable VELK_FUZZ_TARGET names the reader.
+// The libFuzzer program. The environment variable VELK_FUZZ_TARGET selects the target.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>

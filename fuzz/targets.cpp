@@ -1,4 +1,5 @@
-// Feeds a reader with hostile bytes; exact-size copies let the sanitizers see a read beyond them.
+// Feeds each parser with hostile bytes. The inputs are copied to blocks of their exact size, so that the
+// sanitizers detect reads past the end.
 #include "fuzz/targets.h"
 
 #include <algorithm>
@@ -21,7 +22,7 @@ void Demand(bool holds) {
   if (!holds) std::abort();
 }
 
-// The bytes with a NUL behind them and nothing more, as a reply stands in memory.
+// Returns the input followed by exactly one NUL, as a reply is stored in memory.
 std::vector<char> Text(std::string_view input) {
   std::vector<char> text(input.begin(), input.end());
   text.push_back('\0');
@@ -29,7 +30,7 @@ std::vector<char> Text(std::string_view input) {
   return text;
 }
 
-// In pieces and at once a text must lead to the same state and error.
+// Feeding an input at once and byte by byte must lead to the same state and error.
 void Tokenizer(std::string_view input) {
   JsonConfig config;
   config.maxNesting = 64;
@@ -55,7 +56,8 @@ void Tokenizer(std::string_view input) {
 
 using Extractor = int (*)(std::string_view, const char*, std::span<char>) noexcept;
 
-// A value stays inside the room given and is terminated there; not found leaves it alone.
+// A value must be terminated within the output, with nothing written past it. Without a value, the output
+// must be unchanged.
 template <Extractor extractor, const char* key>
 void Extract(std::string_view input) {
   const std::vector<char> text = Text(input);
@@ -107,7 +109,8 @@ void AccessToken(std::string_view input) {
   Demand(std::memchr(token.screenName, '\0', sizeof token.screenName) != nullptr);
 }
 
-// Walks a tree by each of its links without recursion; every string is whole and every link leads back.
+// Walks the tree along its links, without recursion. Every string must be terminated and every link
+// consistent.
 void Xml(std::string_view input) {
   std::vector<char> document(input.begin(), input.end());
   document.shrink_to_fit();

@@ -1,5 +1,5 @@
-// What is fuzzed: every reader of bytes that the network chooses. The same table serves libFuzzer and the tests,
-// which replay the corpus on every platform.
+// The fuzz targets: the parsers of bytes that come from the network. libFuzzer uses this table, and so do the
+// tests, which replay the corpus on every platform.
 #pragma once
 
 #include <span>
@@ -8,7 +8,7 @@
 namespace velk::fuzz {
 
 struct Target {
-  const char* name;  // its folder in the corpus
+  const char* name;  // also the name of its corpus folder
   void (*run)(std::string_view input);
 };
 
