@@ -373,9 +373,9 @@ VELK_API int32_t CheckFacebookAccessTokenValid(const char* appId, const char* ac
 /**
  * @brief Fetches the name and the e-mail address of the token's owner.
  *
- * The connection attempt is limited to 5 seconds, the rest has no limit. The e-mail address is practically
- * never found, because reading the name cuts the reply into pieces: expect an empty one. Escapes in the name
- * are not decoded.
+ * The connection attempt is limited to 5 seconds, the rest has no limit. The e-mail address is never found,
+ * because reading the name cuts the reply into pieces: expect an empty string. Escapes in the name are not
+ * decoded.
  *
  * Check what you get: a reply with a blank before the name, a numeric or an empty name gives #VELK_OK with ":
  * ", ":123," or "," in outName.
