@@ -4,6 +4,7 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS velkupload EXPORT VelkUpload)
 install(FILES include/velk_upload.h TYPE INCLUDE)
+install(FILES LICENSE THIRD_PARTY_NOTICES TYPE DOC)
 if(WIN32)
   # Visual C++ users generate their own import library from this file.
   install(FILES ${PROJECT_BINARY_DIR}/LibVelkUpload.def TYPE LIB)
