@@ -4,8 +4,8 @@
 //   GET /scripts     [{"id", "matched": requests that took it, "fired": [faults that really happened]}]
 //   GET /requests    every request since the last reset, in order of arrival: id, scheme, host, method,
 //                    target (origin form), rawHead (byte for byte), headers (lines), connectHead (of its
-//                    tunnel), connection (a number), connectionOpen (still), scripted, status (answered; 0: none yet or none at all), bodyReceived (so
-//                    far), bodyComplete, and once complete: body, bodySize, bodySha256, bodyFile and fields
+//                    tunnel), connection (a number), connectionOpen (still), scripted, status (answered;
+//                    0: none yet or none at all), bodyReceived (so far), bodyComplete, and once complete: body, bodySize, bodySha256, bodyFile and fields
 //                    [{name, fileName, contentType, size, sha256, content, file}]. Contents above 256 KiB
 //                    come as a file instead; with --count-only neither they nor their hash exist.
 //   GET /state       one member for each service
@@ -17,8 +17,8 @@
 // Texts carry bytes: byte 0x00 to 0xFF is the code point U+0000 to U+00FF, in both directions.
 //
 // A script applies to the next `times` (1; 0: all) requests that match its `host`, `method` and `path`
-// (without the query; a final '*' stands for any rest); with `kept`, only to those that come over a connection which
-// is kept from an earlier request. Scripts are taken in the order of their arrival.
+// (without the query; a final '*' stands for any rest). With `kept` it applies only to those that come over a
+// connection which is kept from an earlier request. Scripts are taken in the order of their arrival.
 // The reply is `status`, `reason`, `headers` (lines, in order) and `body`; Content-Length is added unless a
 // header frames the body. `passThrough` lets the service answer instead. The faults:
 //   delayMs           wait before the reply

@@ -66,8 +66,8 @@ class Script : public ScriptText {
 class Scripts {
  public:
   int Add(ScriptText text);
-  // For a request over a connection that is kept from an earlier one, or over a new one. Without a match it is a
-  // script that lets the service answer and does nothing else.
+  // `kept` states whether the request comes over a connection that is kept from an earlier one. Without a
+  // match, the script lets the service answer and does nothing else.
   std::shared_ptr<Script> Take(const Head& head, bool kept);
   boost::json::array Report() const;
   void Clear();

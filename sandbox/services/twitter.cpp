@@ -122,8 +122,8 @@ OauthCheck Twitter::Authenticate(const ServiceRequest& request, const Refusal& r
   throw refusal;
 }
 
-// A client may sign a whole chunked upload once: what follows an INIT, for the media that it made, carries the same
-// nonce. Any other nonce that comes again within its second could be a replay.
+// A client may sign a whole chunked upload once: what follows an INIT, for the media that it made, carries
+// the same nonce. Any other nonce that comes again within its second could be a replay.
 void Twitter::RefuseRepeat(const ServiceRequest& request, const OauthCheck& check) {
   const Nonce nonce{check.timestamp, check.consumerKey, check.tokenKey, check.nonce};
   if (IsMediaPost(request) && FieldText(request, "command") != "INIT") {

@@ -1,4 +1,5 @@
-// The video service's present interface: resumable sessions, uploads into them, and changes of what they made.
+// The video service's present interface: resumable sessions, uploads into them, and changes of what they
+// made.
 #include "services/youtube.h"
 
 #include <algorithm>

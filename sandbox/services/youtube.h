@@ -1,5 +1,5 @@
-// Stands in for the video service: resumable sessions and the older browser upload, the videos that they make,
-// and their metadata.
+// Stands in for the video service: resumable sessions and the older browser upload, the videos that they
+// make, and their metadata.
 #pragma once
 
 #include <map>

@@ -28,7 +28,8 @@ class CallConnections : public TwitterTest {
     return SetFacebookUpdateInfo("token", storyId.c_str(), &post);
   }
 
-  // Returns one letter per request that got a reply. Each connection has its own letter, in order of first use.
+  // Returns one letter per request that got a reply. Each connection has its own letter, in order of first
+  // use.
   std::string Connections() {
     std::map<int, char> letters;
     std::string used;

@@ -1,5 +1,5 @@
-// Every Facebook call that sends a request: the exact small requests, the result for each kind of reply, and the
-// timeouts.
+// Every Facebook call that sends a request: the exact small requests, the result for each kind of reply, and
+// the timeouts.
 #include <functional>
 #include <thread>
 
@@ -161,8 +161,8 @@ TEST_F(FacebookRequests, MapsEveryReplyToItsCode) {
 }
 
 TEST_F(FacebookRequests, EnforcesTheTimeoutsOfEachCall) {
-  // Timeouts in seconds, for a tunnel that never opens and for a late reply. 0 means no timeout: the call waits
-  // longer than any limit and receives the reply.
+  // Timeouts in seconds, for a tunnel that never opens and for a late reply. 0 means no timeout: the call
+  // waits longer than any limit and receives the reply.
   const int tunnelLimits[] = {10, 10, 5, 10, 10, 5, 10, 5, 5, 10, 5, 10};
   const int replyLimits[] = {10, 10, 0, 10, 0, 0, 30, 0, 0, 30, 0, 30};
   using Clock = std::chrono::steady_clock;

@@ -30,8 +30,8 @@ class FacebookTest : public ServiceTest {
     EXPECT_EQ(UninitFacebookFileUploder(uploader), VELK_OK);
   }
 
-  // Returns the requests that reached the services, each as "METHOD host/path". The body of a small form follows
-  // after a space.
+  // Returns the requests that reached the services, each as "METHOD host/path". The body of a small form
+  // follows after a space.
   std::vector<std::string> Arrived() {
     std::vector<std::string> lines;
     for (const Request& request : sandbox.Requests()) {

@@ -1,5 +1,5 @@
-// What every other test relies on: the sandbox records requests exactly, injects the scripted faults, and survives
-// malformed input.
+// What every other test relies on: the sandbox records requests exactly, injects the scripted faults, and
+// survives malformed input.
 #include "support/sandbox.h"
 
 #include "api/twitter_test.h"
@@ -65,7 +65,8 @@ class Wire {
       outcome.bytes.append(piece, count);
       last = Clock::now();
       if (count > 0) continue;
-      // Some systems report a reset as an orderly end. Only after an orderly end does the peer still accept data.
+      // Some systems report a reset as an orderly end. Only after an orderly end does the peer still accept
+      // data.
       outcome.end = result == CURLE_OK && Send("x") ? End::kOrderly : End::kReset;
       return outcome;
     }

@@ -29,7 +29,8 @@ class TwitterTest : public ServiceTest {
       texts.emplace_back(one.at(member).as_string());
     return texts;
   }
-  // Expects that the service verified this number of requests and rejected none. It recomputes every signature.
+  // Expects that the service verified this number of requests and rejected none. It recomputes every
+  // signature.
   void ExpectVerified(std::uint64_t requests) {
     EXPECT_EQ(Count("verified"), requests);
     EXPECT_EQ(Count("refused"), 0U);

@@ -1,6 +1,6 @@
-// One of several processes that sign requests simultaneously. It creates READY-FILE once the library is loaded,
-// waits for SIGN-FILE to appear, and posts a tweet. Returns 0 when the tweet was posted.
-// Usage: tweet_at_a_sign READY-FILE SIGN-FILE TEXT
+// One of several processes that sign requests simultaneously. It creates READY-FILE once the library is
+// loaded, waits for SIGN-FILE to appear, and posts a tweet. Returns 0 when the tweet was posted. Usage:
+// tweet_at_a_sign READY-FILE SIGN-FILE TEXT
 #include <velk_upload.h>
 
 #include <chrono>

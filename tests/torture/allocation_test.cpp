@@ -1,5 +1,5 @@
-// Makes each allocation of every export and internal operation fail, one at a time. The result must be one of the
-// expected codes. Under the sanitizers, nothing may leak or be used after it was freed.
+// Makes each allocation of every export and internal operation fail, one at a time. The result must be one of
+// the expected codes. Under the sanitizers, nothing may leak or be used after it was freed.
 #include <cstring>
 
 #include "torture/fixture.h"

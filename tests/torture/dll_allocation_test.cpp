@@ -1,5 +1,5 @@
-// Makes each allocation inside the DLL fail, including libcurl's, one at a time. The result must be one of the
-// expected codes.
+// Makes each allocation inside the DLL fail, including libcurl's, one at a time. The result must be one of
+// the expected codes.
 #include "torture/fixture.h"
 
 namespace velk::test {

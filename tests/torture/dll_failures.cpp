@@ -52,8 +52,8 @@ Part* At(HMODULE module, DWORD offset) {
   return reinterpret_cast<Part*>(reinterpret_cast<char*>(module) + offset);
 }
 
-// Returns the slot in the module's import table that holds the address of a function. Null when the module does
-// not import a function with that name.
+// Returns the slot in the module's import table that holds the address of a function. Null when the module
+// does not import a function with that name.
 ULONGLONG* FindImport(HMODULE module, const char* name) {
   const auto* const headers =
       At<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));

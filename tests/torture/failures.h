@@ -1,5 +1,6 @@
-// Makes the system fail for the library: at the n-th allocation of a call, or whenever it needs random numbers.
-// On Linux the linker redirects calls in our sources to the hooks. On Windows the hooks replace the DLL's imports.
+// Makes the system fail for the library: at the n-th allocation of a call, or whenever it needs random
+// numbers. On Linux the linker redirects calls in our sources to the hooks. On Windows the hooks replace the
+// DLL's imports.
 #pragma once
 
 namespace velk::test {

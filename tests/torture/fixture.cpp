@@ -26,7 +26,8 @@ AllocationTest::AllocationTest() {
   Fill(photo.folderPath, path.substr(0, name));
   Fill(photo.fileName, path.substr(name + 1));
   Fill(photo.statusText, "text");
-  // One reply that almost every request accepts as success. Only the session and token requests need their own.
+  // One reply that almost every request accepts as success. Only the session and token requests need their
+  // own.
   sandbox.Add({.path = "/upload/youtube/v3/videos",
                .times = 0,
                .headers = {"Location: https://www.googleapis.com/put"},

@@ -1,5 +1,5 @@
-// The common fixture of the allocation tests: a sandbox that reports success for every request, and the exports as
-// operations that can be repeated.
+// The common fixture of the allocation tests: a sandbox that reports success for every request, and the
+// exports as operations that can be repeated.
 #pragma once
 
 #include <functional>
@@ -25,7 +25,8 @@ class AllocationTest : public ServiceTest {
   // Returns each export that allocates.
   std::vector<Operation> Exports();
 
-  // Makes one allocation after another fail, until the operation completes. Returns the number of allocations.
+  // Makes one allocation after another fail, until the operation completes. Returns the number of
+  // allocations.
   int Torture(const Operation& operation, Allocator allocator);
 
   TempFile file{"clip.mp4", RandomBytes(3000, 1)};

@@ -1,4 +1,5 @@
-// Without random numbers, a signed call fails and sends nothing. Also contains main(), which installs the hooks.
+// Without random numbers, a signed call fails and sends nothing. Also contains main(), which installs the
+// hooks.
 #include "torture/fixture.h"
 
 namespace velk::test {

@@ -108,8 +108,8 @@ TEST(JsonExtractors, TruncateAtTheOutputAndGrowTheTokenBuffer) {
   EXPECT_EQ(JsonGetStringValue(reply, "id", {}), 0);
 }
 
-// Input of the largest reply size takes a few hundredths of a second. Quadratic work would take 20 seconds, even
-// with these cheap steps.
+// Input of the largest reply size takes a few hundredths of a second. Quadratic work would take 20 seconds,
+// even with these cheap steps.
 TEST(JsonExtractors, ReadHostileInputInLinearTime) {
   const auto repeat = [](std::string_view piece) {
     std::string text;

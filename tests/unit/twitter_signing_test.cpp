@@ -1,4 +1,5 @@
-// Signatures against known values: published examples, and values from Python's hmac and urllib for other cases.
+// Signatures against known values: published examples, and values from Python's hmac and urllib for other
+// cases.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -44,8 +45,8 @@ struct Vector {
   OauthKeys keys;
 };
 
-// Twitter's own example under two paths, and two examples from RFC 5849. The signatures of the latter differ from
-// those in the RFC, because the version is always signed.
+// Twitter's own example under two paths, and two examples from RFC 5849. The signatures of the latter differ
+// from those in the RFC, because the version is always signed.
 std::vector<Vector> Published() {
   const std::string twitter = "https://api.twitter.com";
   const std::string query =
@@ -160,7 +161,8 @@ TEST(SignRequest, GeneratesANonceAndTheCurrentTimestamp) {
     EXPECT_NEAR(std::stod(Value(header, "oauth_timestamp=")), static_cast<double>(now), 2);
   }
   EXPECT_EQ(nonces.size(), 200U);
-  // About 103 of each character are expected. A missing character, or twice that number, is not a coincidence.
+  // About 103 of each character are expected. A missing character, or twice that number, is not a
+  // coincidence.
   const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
   EXPECT_EQ(drawn.find_first_not_of(alphabet), std::string::npos);
   for (const char character : alphabet) {

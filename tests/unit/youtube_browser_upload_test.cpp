@@ -38,7 +38,8 @@ std::string Entry(const std::string& title, const std::string& description, cons
          "</media:keywords></media:group></entry>\r\n";
 }
 
-// Builds the entry in a block of exactly the given capacity, so that sanitizers detect any access past its end.
+// Builds the entry in a block of exactly the given capacity, so that sanitizers detect any access past its
+// end.
 struct Built {
   explicit Built(const YoutubeUploadInfo& info, const char* category, int32_t capacity)
       : length(capacity), bytes(static_cast<size_t>(std::max(capacity, 0)), '#') {

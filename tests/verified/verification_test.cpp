@@ -1,4 +1,5 @@
-// The library built with certificate verification. It sends no request to a service without a trusted certificate.
+// The library built with certificate verification. It sends no request to a service without a trusted
+// certificate.
 #include <curl/curl.h>
 
 #include <cstdarg>
