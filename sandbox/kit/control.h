@@ -5,9 +5,10 @@
 //   GET /requests    every request since the last reset, in order of arrival: id, scheme, host, method,
 //                    target (origin form), rawHead (byte for byte), headers (lines), connectHead (of its
 //                    tunnel), connection (a number), connectionOpen (still), scripted, status (answered;
-//                    0: none yet or none at all), bodyReceived (so far), bodyComplete, and once complete: body, bodySize, bodySha256, bodyFile and fields
-//                    [{name, fileName, contentType, size, sha256, content, file}]. Contents above 256 KiB
-//                    come as a file instead; with --count-only neither they nor their hash exist.
+//                    0: none yet or none at all), bodyReceived (so far), bodyComplete, and once complete:
+//                    body, bodySize, bodySha256, bodyFile and fields [{name, fileName, contentType, size,
+//                    sha256, content, file}]. Contents above 256 KiB come as a file instead; with
+//                    --count-only neither they nor their hash exist.
 //   GET /state       one member for each service
 //   GET /ca.pem      the certificate of the stand-in services, for clients that verify it
 //   POST /sha256     {"sha256": hexadecimal hash of the posted body}
