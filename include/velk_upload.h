@@ -31,9 +31,9 @@
  *
  * @par Files
  * Only a regular file can be uploaded. A folder, a pipe or a device such as NUL gives #VELK_FILE_NOT_OPENED.
- * On Windows a path of 260 characters or more needs the prefix \\?\. Do not change a file while it is
- * uploaded. When it shrinks, the call waits until the service gives up or the upload is cancelled. When it
- * grows, more is sent than was announced.
+ * On Windows a path of 260 characters or more needs the prefix `\\?\`. Do not change a file while it is
+ * uploaded. When it shrinks, the call waits until the service gives up or the upload is cancelled; a photo
+ * tweet returns #VELK_MISSING_ARGUMENT. When it grows, more is sent than was announced.
  *
  * @par Replies
  * A reply of more than 4 MiB fails the exchange.
@@ -58,8 +58,9 @@
  * - A form announces the whole local path as the file's name, with its folders and so the user's name.
  * - The name of a page ends at its first escape, and a page's categories count as pages.
  * - Twitter has a limit of its own, 140 or 280 characters, besides this library's 420 bytes.
- * - A blank or a control byte in a token, a PIN, an identifier or a privacy value that goes into a URL or a
- *   header gives #VELK_TRANSFER_FAILED, and nothing is sent. "#" and "/../" change the URL.
+ * - A blank or a control byte in a token, a PIN, an identifier or a privacy value that goes into a URL makes
+ *   its request fail, and nothing is sent: #VELK_TRANSFER_FAILED, or the code of an update's step. YouTube's
+ *   token travels in a header, where only a line break does so. "#" and "/../" change a URL.
  * - Some calls return #VELK_OK with a value that is none, after an unusual reply: see "Check what you get".
  * - A host that walks a string with strtok loses its place across a Twitter call, since liboauth uses strtok.
  * - liboauth ends the process when memory runs out while a Twitter request is signed.
@@ -173,7 +174,7 @@ typedef struct FileUploader {
   /** Facebook, Twitter: 0 idle or cancelled, 1 progress was reported.
    * YouTube: 0 idle, 2 uploading, 4 cancel requested. */
   uint32_t state;
-  uint32_t cancelRequested; /**< Facebook, Twitter: non-zero aborts each transfer. Never cleared. */
+  uint32_t cancelRequested; /**< Facebook, Twitter: non-zero aborts an upload. Never cleared. */
 } FileUploader;
 
 /**
@@ -215,8 +216,9 @@ VELK_API int32_t GetTwitterUploadFileProgress(const FileUploader* uploader, doub
 /**
  * @brief Requests that the upload with this handle stop.
  *
- * Returns at once. The upload stops at its next progress report and returns #VELK_CANCELLED. The request is
- * never cleared: every later transfer with this handle is aborted too.
+ * Returns at once. A Facebook upload stops at its next progress report and returns #VELK_CANCELLED. A photo
+ * tweet checks the request only while it sends a segment. The request is never cleared: every later transfer
+ * of that kind with this handle is aborted too.
  *
  * @param[in,out] uploader The handle. Any thread may pass it.
  *
@@ -377,8 +379,8 @@ VELK_API int32_t CheckFacebookAccessTokenValid(const char* appId, const char* ac
  * because reading the name cuts the reply into pieces: expect an empty string. Escapes in the name are not
  * decoded.
  *
- * Check what you get: a reply with a blank before the name, a numeric or an empty name gives #VELK_OK with ":
- * ", ":123," or "," in outName.
+ * Check what you get: a reply with a blank before the name, a numeric or an empty name gives #VELK_OK with
+ * ": ", ":123," or "," in outName.
  *
  * @param[in] accessToken The user's access token.
  * @param[out] outName A buffer of 1024 bytes, whatever inOutNameSize states. The name, NUL-terminated, cut
@@ -790,7 +792,7 @@ VELK_API int32_t PostTwitterComment(const TwitterConsumer* consumer, const Twitt
  * @retval VELK_CANCELLED A segment was cancelled.
  * @retval VELK_CREDENTIALS_REFUSED Twitter refused the key, the token, a secret or the machine's clock.
  * @retval VELK_DUPLICATE_STATUS The user posted this text before.
- * @retval VELK_BUFFER_TOO_SMALL Twitter's identifier for the photo has more than 1023 bytes.
+ * @retval VELK_BUFFER_TOO_SMALL Twitter's identifier for the photo, or its state, has more than 1023 bytes.
  * @retval VELK_UNEXPECTED_REPLY Any other status; or INIT failed for any reason, such as no connection.
  * @retval VELK_TRANSFER_FAILED A later exchange failed. After the last one the tweet may exist.
  * @retval VELK_NO_HANDLE libcurl gave no handle.

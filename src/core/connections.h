@@ -10,7 +10,7 @@ namespace velk {
 // Keeps the connections of a call open, so that later requests to the same host reuse them. The requests
 // share nothing else. The object must outlive their transfers; its destructor closes the connections.
 //
-// When a kept connection dies before the first byte of the reply, libcurl sends the request again. A request
+// When a kept connection dies before the first line of the reply, libcurl sends the request again. A request
 // that must not be sent twice is therefore the first of its call, or does not use this class.
 class Connections {
  public:

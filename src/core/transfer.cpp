@@ -19,7 +19,8 @@ constexpr long kVerifyHost = VELK_VERIFY_PEER ? 2 : 1;
 
 }  // namespace
 
-Transfer::Transfer(TransferSetup setup) : curl_(curl_easy_init()) {
+Transfer::Transfer(TransferSetup setup)
+    : curl_(curl_easy_init()), keepsConnection_(setup.connections != nullptr) {
   if (!curl_) return;
   Set(CURLOPT_USERAGENT, "libcurl-agent/1.0");
   Set(CURLOPT_WRITEFUNCTION, &ResponseBufferAppend);
@@ -33,7 +34,7 @@ Transfer::Transfer(TransferSetup setup) : curl_(curl_easy_init()) {
   // The reply that opens an upload session is searched for "Location: ". HTTP/2 would deliver that name in
   // lower case.
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-  // A handle is used for one exchange only, so it would never resume a TLS session.
+  // A handle serves one request, so there is hardly a TLS session to resume.
   Set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
   if (setup.connections) Note(setup.connections->Admit(curl_.get()));
   // Hosts call from several threads, where timeouts by signal are unsafe.
@@ -139,7 +140,7 @@ bool Transfer::KeptConnectionDied(CURLcode failure) const noexcept {
   long headerBytes = 0;
   curl_easy_getinfo(curl_.get(), CURLINFO_NUM_CONNECTS, &opened);
   curl_easy_getinfo(curl_.get(), CURLINFO_HEADER_SIZE, &headerBytes);
-  return failure == CURLE_SEND_ERROR && opened == 0 && headerBytes == 0;
+  return keepsConnection_ && failure == CURLE_SEND_ERROR && opened == 0 && headerBytes == 0;
 }
 
 long Transfer::Status() const noexcept {

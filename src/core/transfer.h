@@ -69,8 +69,9 @@ class Transfer {
   // Percent-encodes a string for a form-encoded body.
   std::string Escape(const std::string& text) const;
 
-  // Sends the request, on a kept connection if there is one. If that connection dies before any byte of the
-  // reply arrives, sends the request once more on a new one.
+  // Sends the request, on a kept connection if there is one. If that connection dies before the first
+  // complete line of the reply arrives, sends the request once more on a new one. Only a transfer with
+  // Connections does so. A time limit applies to each of the two.
   CURLcode Perform();
 
   // The reply; valid after Perform.
@@ -114,6 +115,7 @@ class Transfer {
   std::unique_ptr<curl_slist, Cleanup> headers_;
   std::unique_ptr<CURL, Cleanup> curl_;
   CURLcode refusal_ = CURLE_OK;
+  bool keepsConnection_;
 };
 
 }  // namespace velk

@@ -132,7 +132,7 @@ TEST(JsonExtractors, ReadHostileInputInLinearTime) {
       std::array<char, 8> output;
       const std::clock_t began = std::clock();
       EXPECT_EQ(extractor(row.reply, "absent", output), 1);
-      EXPECT_LT(std::clock() - began, 8 * CLOCKS_PER_SEC);
+      EXPECT_LT(std::clock() - began, 15 * CLOCKS_PER_SEC);
     }
   }
 }
