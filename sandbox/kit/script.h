@@ -67,7 +67,7 @@ class Scripts {
  public:
   int Add(ScriptText text);
   // `kept` states whether the request comes over a connection that is kept from an earlier one. Without a
-  // match, the script lets the service answer and does nothing else.
+  // match, the script passes the request through to the service and does nothing else.
   std::shared_ptr<Script> Take(const Head& head, bool kept);
   boost::json::array Report() const;
   void Clear();

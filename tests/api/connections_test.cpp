@@ -2,31 +2,14 @@
 #include <algorithm>
 #include <map>
 
-#include "api/twitter_test.h"
+#include "api/every_service_test.h"
 
 namespace velk::test {
 namespace {
 
-class CallConnections : public TwitterTest {
+class CallConnections : public EveryServiceTest {
  protected:
-  CallConnections() {
-    const std::string path = photo.Path();
-    const size_t name = path.find_last_of("/\\") + 1;
-    Fill(tweet.folderPath, path.substr(0, name - 1));
-    Fill(tweet.fileName, path.substr(name));
-    Fill(tweet.statusText, "look");
-    Fill(post.filePath, path);
-    for (char* field : {post.title, post.description, video.title, video.description}) *field = 'x';
-    Fill(post.privacy, "SELF");
-    Fill(video.filePath, path);
-    Fill(video.privacyStatus, "private");
-    Fill(video.categoryId, "22");
-  }
-
-  int32_t Update(uint32_t kind) {
-    post.updateKind = kind;
-    return SetFacebookUpdateInfo("token", storyId.c_str(), &post);
-  }
+  CallConnections() : EveryServiceTest(RandomBytes(2'500'000, 9)) {}
 
   // Returns one letter per request that got a reply. Each connection has its own letter, in order of first
   // use.
@@ -52,9 +35,9 @@ class CallConnections : public TwitterTest {
         {"Facebook photo", [this] { return StartFacebookUploadPhoto(&uploader, "token", &post, text); },
          "aa"},
         {"Facebook video", [this] { return StartFacebookUploadVideo(&uploader, "token", &post, text); }, "a"},
-        {"message", [this] { return Update(0); }, "a"},
-        {"privacy and message", [this] { return Update(1); }, "aaa"},
-        {"description", [this] { return Update(2); }, "a"},
+        {"message", [this] { return Update(0, storyId); }, "a"},
+        {"privacy and message", [this] { return Update(1, storyId); }, "aaa"},
+        {"description", [this] { return Update(2, storyId); }, "a"},
         {"YouTube video", [this] { return StartYoutubeUploadFile(&uploader, "token", &video, text); }, "ab"},
     };
   }
@@ -65,13 +48,7 @@ class CallConnections : public TwitterTest {
     storyId = text;
   }
 
-  TempFile photo{"photo.png", RandomBytes(2'500'000, 9)};
-  FileUploader uploader{};
-  TwitterUploadFile tweet{};
-  FacebookUploadInfo post{};
-  YoutubeUploadInfo video{};
   std::string storyId;
-  char text[1024] = "";
 };
 
 TEST_F(CallConnections, CarryRepeatableRequestsAndCloseWithTheCall) {

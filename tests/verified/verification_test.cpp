@@ -6,7 +6,7 @@
 #include <fstream>
 #include <optional>
 
-#include "api/twitter_test.h"
+#include "api/every_service_test.h"
 #include "twitter/twitter.h"
 
 // The linker redirects the library's calls to the wrappers.
@@ -32,29 +32,13 @@ struct Call {
   std::function<int32_t()> run;
 };
 
-class Verification : public TwitterTest {
+class Verification : public EveryServiceTest {
  protected:
-  Verification() {
-    const std::string path = photo.Path();
-    const size_t name = path.find_last_of("/\\") + 1;
-    Fill(tweet.folderPath, path.substr(0, name - 1));
-    Fill(tweet.fileName, path.substr(name));
-    Fill(tweet.statusText, "look");
-    Fill(post.filePath, path);
-    for (char* field : {post.title, post.description, video.title, video.description}) *field = 'x';
-    Fill(post.privacy, "SELF");
-    Fill(video.filePath, path);
-    Fill(video.privacyStatus, "private");
-    Fill(video.categoryId, "22");
+  Verification() : EveryServiceTest("content") {
     for (char* field : {access.consumerKey, access.consumerSecret, access.requestToken, access.verifier})
       *field = 'x';
   }
   ~Verification() override { trustedFile.clear(); }
-
-  int32_t Update(uint32_t kind) {
-    post.updateKind = kind;
-    return SetFacebookUpdateInfo("token", "104", &post);
-  }
 
   const std::vector<Call> calls = {
       {"token exchange", VELK_TRANSFER_FAILED,
@@ -69,9 +53,9 @@ class Verification : public TwitterTest {
       {"photo", VELK_TRANSFER_FAILED,
        [this] { return StartFacebookUploadPhoto(&uploader, "t", &post, text); }},
       {"post", VELK_TRANSFER_FAILED, [this] { return PostFacebookComment("t", &post, text); }},
-      {"message", VELK_MESSAGE_NOT_UPDATED, [this] { return Update(0); }},
-      {"privacy", VELK_PRIVACY_NOT_UPDATED, [this] { return Update(1); }},
-      {"description", VELK_TEXT_NOT_UPDATED, [this] { return Update(2); }},
+      {"message", VELK_MESSAGE_NOT_UPDATED, [this] { return Update(0, "104"); }},
+      {"privacy", VELK_PRIVACY_NOT_UPDATED, [this] { return Update(1, "104"); }},
+      {"description", VELK_TEXT_NOT_UPDATED, [this] { return Update(2, "104"); }},
       {"photo URL", VELK_TRANSFER_FAILED, [this] { return GetFacebookPhotoUrl("t", "104", text, nullptr); }},
       {"embed URL", VELK_TRANSFER_FAILED,
        [this] { return GetFacebookVideoEmbedUrl("t", "104", text, nullptr); }},
@@ -89,13 +73,7 @@ class Verification : public TwitterTest {
        [this] { return SetYoutubeUploadFileUpdateInfo("t", "v", &video); }},
   };
 
-  TempFile photo{"photo.png", "content"};
-  FileUploader uploader{};
-  TwitterUploadFile tweet{};
   TwitterAccessRequest access{};
-  FacebookUploadInfo post{};
-  YoutubeUploadInfo video{};
-  char text[2048] = "";
   uint32_t number = 0;
   int32_t count = 0;
 };
