@@ -1,4 +1,4 @@
-// Splits a multipart form into its fields while it arrives, whatever the size of their contents.
+// Splits a multipart form into its fields while it arrives, so that a field can be larger than memory.
 #include "kit/multipart.h"
 
 #include <algorithm>
@@ -9,21 +9,21 @@
 namespace velk::sandbox {
 namespace {
 
-constexpr std::size_t kLongestPartHead = 64 * 1024;
+constexpr std::size_t kMaxPartHeadSize = 64 * 1024;
 
-// The value of a parameter such as name="photo" behind a header's first semicolon. A quoted value ends with
-// the next quote: senders write a quote inside it as %22 and leave backslashes alone.
-std::string Parameter(std::string_view header, std::string_view name) {
+// The value of a parameter such as name="photo", which follows the first semicolon of a header. A quoted
+// value ends at the next quote, because clients send an inner quote as %22 and do not escape backslashes.
+std::string HeaderParameter(std::string_view header, std::string_view name) {
   while (!header.empty()) {
     header.remove_prefix(std::min(header.find(';'), header.size() - 1) + 1);
     header = Trim(header);
     const std::size_t equals = std::min(header.find('='), header.size());
-    const bool wanted = SameName(Trim(header.substr(0, equals)), name);
+    const bool matches = SameName(Trim(header.substr(0, equals)), name);
     header.remove_prefix(std::min(equals + 1, header.size()));
     const bool quoted = header.starts_with('"');
     if (quoted) header.remove_prefix(1);
     const std::size_t end = std::min(header.find(quoted ? '"' : ';'), header.size());
-    if (wanted) return std::string(quoted ? header.substr(0, end) : Trim(header.substr(0, end)));
+    if (matches) return std::string(quoted ? header.substr(0, end) : Trim(header.substr(0, end)));
     header.remove_prefix(end);
   }
   return {};
@@ -45,7 +45,7 @@ std::string_view HeaderValue(std::string_view head, std::string_view name) {
 std::optional<std::string> FormBoundary(std::string_view contentType) {
   if (!SameName(Trim(contentType.substr(0, contentType.find(';'))), "multipart/form-data"))
     return std::nullopt;
-  std::string boundary = Parameter(contentType, "boundary");
+  std::string boundary = HeaderParameter(contentType, "boundary");
   if (boundary.empty() || boundary.size() > 256) throw BadRequest();
   return boundary;
 }
@@ -55,88 +55,89 @@ MultipartParser::MultipartParser(Store& store, const std::string& boundary)
 
 void MultipartParser::Feed(std::string_view bytes) {
   for (bool more = true; more;) {
-    switch (place_) {
-      case Place::kContent:
+    switch (state_) {
+      case State::kContent:
         more = FeedContent(bytes);
         break;
-      case Place::kBehindDelimiter:
-        more = FeedBehindDelimiter(bytes);
+      case State::kAfterDelimiter:
+        more = FeedAfterDelimiter(bytes);
         break;
-      case Place::kHeaders:
+      case State::kHeaders:
         more = FeedHeaders(bytes);
         break;
-      case Place::kEnd:
+      case State::kEnd:
         return;
     }
   }
 }
 
-// pending_ holds the last bytes seen, fewer than a delimiter's, which may be the start of one.
+// pending_ holds the last bytes of the input, because they can be the start of a delimiter. It is always
+// shorter than a delimiter.
 bool MultipartParser::FeedContent(std::string_view& bytes) {
   if (!pending_.empty()) {
     const std::size_t held = pending_.size();
     pending_ += bytes.substr(0, delimiter_.size());
-    const std::size_t at = pending_.find(delimiter_);
-    if (at != std::string::npos) {
-      Emit(std::string_view(pending_).substr(0, at));
-      bytes.remove_prefix(at + delimiter_.size() - held);
-      EnterBehindDelimiter();
+    const std::size_t position = pending_.find(delimiter_);
+    if (position != std::string::npos) {
+      Emit(std::string_view(pending_).substr(0, position));
+      bytes.remove_prefix(position + delimiter_.size() - held);
+      HandleDelimiter();
       return true;
     }
     if (bytes.size() <= delimiter_.size()) {
-      const std::size_t judged = pending_.size() - std::min(pending_.size(), delimiter_.size() - 1);
-      Emit(std::string_view(pending_).substr(0, judged));
-      pending_.erase(0, judged);
+      const std::size_t emitted = pending_.size() - std::min(pending_.size(), delimiter_.size() - 1);
+      Emit(std::string_view(pending_).substr(0, emitted));
+      pending_.erase(0, emitted);
       return false;
     }
     Emit(std::string_view(pending_).substr(0, held));
   }
-  const std::size_t at = bytes.find(delimiter_);
-  if (at != std::string_view::npos) {
-    Emit(bytes.substr(0, at));
-    bytes.remove_prefix(at + delimiter_.size());
-    EnterBehindDelimiter();
+  const std::size_t position = bytes.find(delimiter_);
+  if (position != std::string_view::npos) {
+    Emit(bytes.substr(0, position));
+    bytes.remove_prefix(position + delimiter_.size());
+    HandleDelimiter();
     return true;
   }
-  const std::size_t judged = bytes.size() - std::min(bytes.size(), delimiter_.size() - 1);
-  Emit(bytes.substr(0, judged));
-  pending_ = bytes.substr(judged);
+  const std::size_t emitted = bytes.size() - std::min(bytes.size(), delimiter_.size() - 1);
+  Emit(bytes.substr(0, emitted));
+  pending_ = bytes.substr(emitted);
   return false;
 }
 
-void MultipartParser::EnterBehindDelimiter() {
+void MultipartParser::HandleDelimiter() {
   pending_.clear();
-  place_ = Place::kBehindDelimiter;
+  state_ = State::kAfterDelimiter;
   if (!parts_.empty()) parts_.back().content.Finish();
 }
 
-bool MultipartParser::FeedBehindDelimiter(std::string_view& bytes) {
-  const std::size_t taken = std::min<std::size_t>(2 - pending_.size(), bytes.size());
-  pending_ += bytes.substr(0, taken);
-  bytes.remove_prefix(taken);
+bool MultipartParser::FeedAfterDelimiter(std::string_view& bytes) {
+  const std::size_t count = std::min<std::size_t>(2 - pending_.size(), bytes.size());
+  pending_ += bytes.substr(0, count);
+  bytes.remove_prefix(count);
   if (pending_.size() < 2) return false;
   if (pending_ != "\r\n" && pending_ != "--") throw BadRequest();
-  place_ = pending_ == "--" ? Place::kEnd : Place::kHeaders;
-  // A part may have no header at all, so its head's empty line can follow at once.
-  if (place_ == Place::kEnd) pending_.clear();
+  state_ = pending_ == "--" ? State::kEnd : State::kHeaders;
+  // A CRLF remains pending, because in a part without headers it is the first half of CRLF CRLF.
+  if (state_ == State::kEnd) pending_.clear();
   return true;
 }
 
 bool MultipartParser::FeedHeaders(std::string_view& bytes) {
-  const std::size_t before = pending_.size();
-  pending_ += bytes.substr(0, kLongestPartHead);
-  const std::size_t end = pending_.find("\r\n\r\n", before < 3 ? 0 : before - 3);
+  const std::size_t oldSize = pending_.size();
+  pending_ += bytes.substr(0, kMaxPartHeadSize);
+  const std::size_t end = pending_.find("\r\n\r\n", oldSize < 3 ? 0 : oldSize - 3);
   if (end == std::string::npos) {
-    if (pending_.size() > kLongestPartHead) throw BadRequest();
+    if (pending_.size() > kMaxPartHeadSize) throw BadRequest();
     bytes = {};
     return false;
   }
-  bytes.remove_prefix(end + 4 - before);
+  bytes.remove_prefix(end + 4 - oldSize);
   const std::string head = pending_.substr(2, end < 2 ? 0 : end - 2);
   pending_.clear();
-  place_ = Place::kContent;
+  state_ = State::kContent;
   const std::string_view disposition = HeaderValue(head, "Content-Disposition");
-  parts_.push_back({Parameter(disposition, "name"), Parameter(disposition, "filename"),
+  parts_.push_back({HeaderParameter(disposition, "name"), HeaderParameter(disposition, "filename"),
                     std::string(HeaderValue(head, "Content-Type")), Content(store_, store_.LargeContents())});
   return true;
 }

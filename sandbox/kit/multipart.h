@@ -1,4 +1,4 @@
-// Splits a multipart form into its fields while it arrives, whatever the size of their contents.
+// Splits a multipart form into its fields while it arrives, so that a field can be larger than memory.
 #pragma once
 
 #include <functional>
@@ -13,12 +13,12 @@ namespace velk::sandbox {
 
 struct FormPart {
   std::string name;
-  std::string fileName;     // the text between the quotes as it stands: a backslash is a path's
-  std::string contentType;  // empty when the part named none
+  std::string fileName;     // without unescaping: a backslash separates directories
+  std::string contentType;  // empty if the part has none
   Content content;
 };
 
-// The boundary of a multipart/form-data content type; none for any other type.
+// The boundary of a multipart/form-data content type. None for any other type.
 std::optional<std::string> FormBoundary(std::string_view contentType);
 
 class MultipartParser {
@@ -26,22 +26,22 @@ class MultipartParser {
   MultipartParser(Store& store, const std::string& boundary);
 
   void Feed(std::string_view bytes);  // throws BadRequest on a malformed part
-  bool Complete() const { return place_ == Place::kEnd; }
+  bool Complete() const { return state_ == State::kEnd; }
   std::vector<FormPart> TakeParts() { return std::move(parts_); }
 
  private:
-  enum class Place { kContent, kBehindDelimiter, kHeaders, kEnd };
+  enum class State { kContent, kAfterDelimiter, kHeaders, kEnd };
 
   bool FeedContent(std::string_view& bytes);
-  bool FeedBehindDelimiter(std::string_view& bytes);
+  bool FeedAfterDelimiter(std::string_view& bytes);
   bool FeedHeaders(std::string_view& bytes);
   void Emit(std::string_view content);
-  void EnterBehindDelimiter();
+  void HandleDelimiter();
 
   Store& store_;
   std::string delimiter_;
-  std::string pending_ = "\r\n";  // the form's first delimiter has no line end before it
-  Place place_ = Place::kContent;
+  std::string pending_ = "\r\n";  // no CRLF precedes the first delimiter of a form
+  State state_ = State::kContent;
   std::vector<FormPart> parts_;
 };
 

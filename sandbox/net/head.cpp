@@ -1,4 +1,4 @@
-// Request heads as they came in, byte for byte, with what the sandbox has to know of them.
+// HTTP request heads: the exact bytes, and the fields that the sandbox needs.
 #include "net/head.h"
 
 #include <algorithm>
@@ -9,97 +9,92 @@
 namespace velk::sandbox {
 namespace {
 
-constexpr std::size_t kLargestHead = 1024 * 1024;
+constexpr std::size_t kMaxHeadSize = 1024 * 1024;
 
 bool IsTokenChar(char c) {
-  static constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
+  static constexpr std::string_view kPunctuation = "!#$%&'*+-.^_`|~";
   return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-         kMarks.find(c) != std::string_view::npos;
+         kPunctuation.find(c) != std::string_view::npos;
 }
 
 bool IsToken(std::string_view text) { return !text.empty() && std::ranges::all_of(text, IsTokenChar); }
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
-void Demand(bool holds) {
-  if (!holds) throw BadRequest();
+void Require(bool condition) {
+  if (!condition) throw BadRequest();
 }
 
-// Splits off the text before the separator; both parts have to be there.
-std::string_view TakeUntil(std::string_view& text, std::string_view separator) {
+// Removes everything up to and including the separator, and returns what precedes the separator.
+std::string_view SplitBefore(std::string_view& text, std::string_view separator) {
   const std::size_t at = text.find(separator);
-  Demand(at != std::string_view::npos);
+  Require(at != std::string_view::npos);
   const std::string_view part = text.substr(0, at);
   text.remove_prefix(at + separator.size());
   return part;
 }
 
-std::string HostOf(std::string_view authority) { return Lower(authority.substr(0, authority.find(':'))); }
+std::string HostWithoutPort(std::string_view authority) {
+  return Lower(authority.substr(0, authority.find(':')));
+}
 
 void ParseTarget(std::string_view target, Head& head) {
   static constexpr std::string_view kScheme = "http://";
-  Demand(!target.empty() && std::ranges::none_of(target, IsControl));
+  Require(!target.empty() && std::ranges::none_of(target, IsControl));
   if (head.method == "CONNECT") {
-    Demand(target.find(':') != std::string_view::npos);
-    head.host = HostOf(target);
+    Require(target.find(':') != std::string_view::npos);
+    head.host = HostWithoutPort(target);
     head.target = target;
   } else if (SameName(target.substr(0, kScheme.size()), kScheme)) {
     target.remove_prefix(kScheme.size());
     const std::size_t path = std::min(target.find_first_of("/?"), target.size());
-    head.host = HostOf(target.substr(0, path));
+    head.host = HostWithoutPort(target.substr(0, path));
     head.target = target.substr(path);
-    Demand(!head.host.empty());
+    Require(!head.host.empty());
     if (!head.target.starts_with('/')) head.target.insert(head.target.begin(), '/');
   } else {
-    Demand(target.starts_with('/'));
+    Require(target.starts_with('/'));
     head.target = target;
   }
 }
 
 void ParseRequestLine(std::string_view line, Head& head) {
-  head.method = TakeUntil(line, " ");
-  Demand(IsToken(head.method));
-  const std::string_view target = TakeUntil(line, " ");
-  Demand(line == "HTTP/1.1" || line == "HTTP/1.0");
+  head.method = SplitBefore(line, " ");
+  Require(IsToken(head.method));
+  const std::string_view target = SplitBefore(line, " ");
+  Require(line == "HTTP/1.1" || line == "HTTP/1.0");
   head.keepAlive = line == "HTTP/1.1";
   ParseTarget(target, head);
 }
 
 void CheckHeaderLine(std::string_view line) {
-  const std::string_view name = TakeUntil(line, ":");
-  Demand(IsToken(name));
-  Demand(std::ranges::none_of(line, [](char c) { return IsControl(c) && c != '\t'; }));
+  const std::string_view name = SplitBefore(line, ":");
+  Require(IsToken(name));
+  Require(std::ranges::none_of(line, [](char c) { return IsControl(c) && c != '\t'; }));
 }
 
-void ReadLength(std::string_view value, Head& head) {
+void ParseContentLength(std::string_view value, Head& head) {
   std::uint64_t length = 0;
-  Demand(AllDigits(value));
-  Demand(std::from_chars(value.data(), value.data() + value.size(), length).ec == std::errc());
-  Demand(!head.length || *head.length == length);
+  Require(AllDigits(value));
+  Require(std::from_chars(value.data(), value.data() + value.size(), length).ec == std::errc());
+  Require(!head.length || *head.length == length);
   head.length = length;
 }
 
-void ReadMeaning(std::string_view line, Head& head) {
-  const std::string_view name = TakeUntil(line, ":");
+void InterpretHeader(std::string_view line, Head& head) {
+  const std::string_view name = SplitBefore(line, ":");
   const std::string_view value = Trim(line);
-  if (SameName(name, "Content-Length")) ReadLength(value, head);
-  if (SameName(name, "Host") && head.host.empty()) head.host = HostOf(value);
+  if (SameName(name, "Content-Length")) ParseContentLength(value, head);
+  if (SameName(name, "Host") && head.host.empty()) head.host = HostWithoutPort(value);
   if (SameName(name, "Expect")) head.expectsContinue = SameName(value, "100-continue");
   if (SameName(name, "Connection")) head.keepAlive = head.keepAlive && !SameName(value, "close");
   if (SameName(name, "Transfer-Encoding")) {
-    Demand(SameName(value, "chunked"));
+    Require(SameName(value, "chunked"));
     head.chunked = true;
   }
 }
 
 }  // namespace
-
-bool Head::Has(std::string_view name) const {
-  return std::ranges::any_of(lines, [&](const std::string& line) {
-    return line.size() > name.size() && line[name.size()] == ':' &&
-           SameName(line.substr(0, name.size()), name);
-  });
-}
 
 std::string Head::Header(std::string_view name) const {
   for (const std::string_view line : lines) {
@@ -117,13 +112,13 @@ std::string Head::Query() const {
 Head ParseHead(std::string raw) {
   Head head;
   std::string_view rest = raw;
-  ParseRequestLine(TakeUntil(rest, "\r\n"), head);
-  for (std::string_view line; !(line = TakeUntil(rest, "\r\n")).empty();) {
+  ParseRequestLine(SplitBefore(rest, "\r\n"), head);
+  for (std::string_view line; !(line = SplitBefore(rest, "\r\n")).empty();) {
     CheckHeaderLine(line);
-    ReadMeaning(line, head);
+    InterpretHeader(line, head);
     head.lines.emplace_back(line);
   }
-  Demand(!head.host.empty() && !(head.chunked && head.length));
+  Require(!head.host.empty() && !(head.chunked && head.length));
   head.raw = std::move(raw);
   return head;
 }
@@ -133,7 +128,7 @@ std::optional<Head> ReadHead(Input& input) {
   for (;;) {
     const std::string_view piece = input.Peek(16 * 1024);
     if (piece.empty() && raw.empty()) return std::nullopt;
-    Demand(!piece.empty() && IsTokenChar(raw.empty() ? piece.front() : raw.front()));
+    Require(!piece.empty() && IsTokenChar(raw.empty() ? piece.front() : raw.front()));
     const std::size_t before = raw.size();
     raw += piece;
     const std::size_t end = raw.find("\r\n\r\n", before < 3 ? 0 : before - 3);
@@ -143,7 +138,7 @@ std::optional<Head> ReadHead(Input& input) {
       return ParseHead(std::move(raw));
     }
     input.Consume(piece.size());
-    if (raw.size() > kLargestHead) throw BadRequest{431};
+    if (raw.size() > kMaxHeadSize) throw BadRequest{431};
   }
 }
 

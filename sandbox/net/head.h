@@ -1,4 +1,4 @@
-// Request heads as they came in, byte for byte, with what the sandbox has to know of them.
+// HTTP request heads: the exact bytes, and the fields that the sandbox needs.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace velk::sandbox {
 
-// Thrown on what is no proper request: it is answered with this status, and the connection ends.
+// Thrown for a malformed request. The sandbox replies with this status and closes the connection.
 struct BadRequest {
   int status = 400;
 };
@@ -19,22 +19,21 @@ struct BadRequest {
 struct Head {
   std::string raw;  // up to and including the empty line
   std::string method;
-  std::string host;                // lower case, without the port; of the target, else of the Host header
-  std::string target;              // path and query; "host:port" for CONNECT
-  std::vector<std::string> lines;  // header lines in order, without their line ends
-  std::optional<std::uint64_t> length;
+  std::string host;                     // lower case, no port; from the target if it has one, else from Host
+  std::string target;                   // path and query; "host:port" for CONNECT
+  std::vector<std::string> lines;       // header lines in order, without CRLF
+  std::optional<std::uint64_t> length;  // Content-Length
   bool chunked = false;
   bool expectsContinue = false;
   bool keepAlive = true;
 
   bool HasBody() const { return chunked || length.value_or(0) > 0; }
-  bool Has(std::string_view name) const;
-  std::string Header(std::string_view name) const;  // the first of that name, trimmed; empty without one
+  std::string Header(std::string_view name) const;  // first match, trimmed; empty if absent
   std::string Path() const { return target.substr(0, target.find('?')); }
-  std::string Query() const;  // as on the wire
+  std::string Query() const;  // not decoded
 };
 
 Head ParseHead(std::string raw);             // throws BadRequest
-std::optional<Head> ReadHead(Input& input);  // none when the peer ended the connection before it
+std::optional<Head> ReadHead(Input& input);  // none if the peer closed the connection first
 
 }  // namespace velk::sandbox

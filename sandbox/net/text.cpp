@@ -1,4 +1,4 @@
-// Small text helpers that the stand-in services share: names, query strings, and bytes as code points.
+// String helpers that the services share: header names, query strings, and bytes as code points.
 #include "net/text.h"
 
 #include <openssl/rand.h>
@@ -9,23 +9,23 @@
 namespace velk::sandbox {
 namespace {
 
-char LowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 int HexValue(char c) {
   if (c >= '0' && c <= '9') return c - '0';
-  const char lower = LowerChar(c);
+  const char lower = ToLower(c);
   return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 }  // namespace
 
 bool SameName(std::string_view a, std::string_view b) {
-  return std::ranges::equal(a, b, {}, LowerChar, LowerChar);
+  return std::ranges::equal(a, b, {}, ToLower, ToLower);
 }
 
 std::string Lower(std::string_view text) {
   std::string lower(text);
-  std::ranges::transform(lower, lower.begin(), LowerChar);
+  std::ranges::transform(lower, lower.begin(), ToLower);
   return lower;
 }
 
@@ -39,7 +39,7 @@ bool AllDigits(std::string_view text) {
   return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
 }
 
-std::string PercentDecode(std::string_view text, bool plusIsBlank) {
+std::string PercentDecode(std::string_view text, bool plusIsSpace) {
   std::string decoded;
   decoded.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -49,7 +49,7 @@ std::string PercentDecode(std::string_view text, bool plusIsBlank) {
       decoded += static_cast<char>(high * 16 + low);
       i += 2;
     } else {
-      decoded += plusIsBlank && text[i] == '+' ? ' ' : text[i];
+      decoded += plusIsSpace && text[i] == '+' ? ' ' : text[i];
     }
   }
   return decoded;

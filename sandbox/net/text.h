@@ -1,4 +1,4 @@
-// Small text helpers that the stand-in services share: names, query strings, and bytes as code points.
+// String helpers that the services share: header names, query strings, and bytes as code points.
 #pragma once
 
 #include <cstddef>
@@ -12,23 +12,23 @@ namespace velk::sandbox {
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-bool SameName(std::string_view a, std::string_view b);  // without regard to the case of ASCII letters
+bool SameName(std::string_view a, std::string_view b);  // ignores the case of ASCII letters
 std::string Lower(std::string_view text);
-std::string_view Trim(std::string_view text);  // without blanks and tabs at either end
-bool AllDigits(std::string_view text);         // and at least one
+std::string_view Trim(std::string_view text);  // removes spaces and tabs at both ends
+bool AllDigits(std::string_view text);         // false for an empty string
 
-// "%41" becomes "A"; a percent sign without two hexadecimal digits stays as it is.
-std::string PercentDecode(std::string_view text, bool plusIsBlank);
+// "%41" becomes "A". A percent sign without two hexadecimal digits is unchanged.
+std::string PercentDecode(std::string_view text, bool plusIsSpace);
 
-// The decoded name=value pairs, in order, of a query string or a form-encoded body.
+// The decoded name=value pairs of a query string or a form-encoded body, in their order.
 Pairs ParsePairs(std::string_view text);
-std::optional<std::string> Find(const Pairs& pairs, std::string_view name);  // the first of that name
+std::optional<std::string> Find(const Pairs& pairs, std::string_view name);  // the first match
 
-// Bytes travel through JSON as the code points U+0000 to U+00FF, which loses nothing either way.
+// JSON strings carry each byte as one code point from U+0000 to U+00FF, because raw bytes need not be UTF-8.
 std::string Utf8FromBytes(std::string_view bytes);
 std::string BytesFromUtf8(std::string_view text);  // throws std::invalid_argument above U+00FF
 
-// Letters, digits, '-' and '_', from the cryptographic random source.
+// Letters, digits, '-' and '_' from the cryptographic random generator.
 std::string RandomName(std::size_t length);
 
 }  // namespace velk::sandbox
