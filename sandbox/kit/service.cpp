@@ -1,4 +1,4 @@
-// What a stand-in service is to the sandbox: routes that take a request and give a reply, and some state.
+// The interface of a simulated service: routes with their request handlers, and a state.
 #include "kit/service.h"
 
 #include <algorithm>
@@ -10,26 +10,26 @@ namespace {
 
 namespace json = boost::json;
 
-std::string_view TakeSegment(std::string_view& path) {
+std::string_view SplitSegment(std::string_view& path) {
   const std::string_view segment = path.substr(0, path.find('/'));
   path.remove_prefix(std::min(segment.size() + 1, path.size()));
   return segment;
 }
 
-// The values of the pattern's places; none when the path does not match.
+// The path parameters. None if the path does not match.
 std::optional<std::map<std::string, std::string>> Match(std::string_view pattern, std::string_view path) {
-  std::map<std::string, std::string> places;
+  std::map<std::string, std::string> parameters;
   if (std::ranges::count(pattern, '/') != std::ranges::count(path, '/')) return std::nullopt;
   while (!pattern.empty() || !path.empty()) {
-    const std::string_view wanted = TakeSegment(pattern);
-    const std::string_view found = TakeSegment(path);
-    if (wanted.starts_with('{') && !found.empty()) {
-      places.emplace(wanted.substr(1, wanted.size() - 2), PercentDecode(found, false));
-    } else if (wanted != found) {
+    const std::string_view expected = SplitSegment(pattern);
+    const std::string_view actual = SplitSegment(path);
+    if (expected.starts_with('{') && !actual.empty()) {
+      parameters.emplace(expected.substr(1, expected.size() - 2), PercentDecode(actual, false));
+    } else if (expected != actual) {
       return std::nullopt;
     }
   }
-  return places;
+  return parameters;
 }
 
 }  // namespace
@@ -51,13 +51,13 @@ std::string ServiceRequest::BearerToken() const {
   return value.starts_with(kScheme) ? value.substr(kScheme.size()) : std::string();
 }
 
-void Routes::On(std::string_view host, std::string_view method, std::string_view pattern, Handler handler) {
+void Routes::Add(std::string_view host, std::string_view method, std::string_view pattern, Handler handler) {
   routes_.push_back({std::string(host), std::string(method), std::string(pattern), std::move(handler)});
 }
 
 void Services::Add(std::unique_ptr<Service> service) {
   Routes routes;
-  service->Enter(routes);
+  service->RegisterRoutes(routes);
   members_.push_back({std::move(service), std::move(routes)});
 }
 
@@ -67,9 +67,9 @@ Reply Services::Handle(const Head& head, const Received& received) {
   for (const Member& member : members_) {
     for (const auto& route : member.routes.routes_) {
       if (route.host != head.host || route.method != head.method) continue;
-      auto places = Match(route.pattern, path);
-      if (!places) continue;
-      return route.handler({head, received, ParsePairs(head.Query()), std::move(*places)});
+      auto parameters = Match(route.pattern, path);
+      if (!parameters) continue;
+      return route.handler({head, received, ParsePairs(head.Query()), std::move(*parameters)});
     }
   }
   return JsonReply(

@@ -1,4 +1,4 @@
-// What a stand-in service is to the sandbox: routes that take a request and give a reply, and some state.
+// The interface of a simulated service: routes with their request handlers, and a state.
 #pragma once
 
 #include <boost/json/object.hpp>
@@ -17,47 +17,46 @@ namespace velk::sandbox {
 
 struct Reply {
   int status = 200;
-  std::string reason = {};                // empty: the usual one
-  std::vector<std::string> headers = {};  // "Name: value" lines; Content-Length is added when missing
+  std::string reason = {};                // empty: the standard reason phrase
+  std::vector<std::string> headers = {};  // "Name: value"; Content-Length is added if absent
   std::string body = {};
 };
 
 Reply JsonReply(int status, const boost::json::object& body);
 
-// One request as a handler sees it.
+// The input of a request handler.
 struct ServiceRequest {
   const Head& head;
   const Received& received;
-  Pairs query;                              // decoded
-  std::map<std::string, std::string> path;  // what stood in the pattern's {name} places, decoded
+  Pairs query;                                        // decoded
+  std::map<std::string, std::string> pathParameters;  // by their names in the pattern; decoded
 
   std::string Query(std::string_view name) const { return Find(query, name).value_or(""); }
-  std::string Place(const std::string& name) const { return path.at(name); }
-  Pairs Form() const { return ParsePairs(received.body.Bytes()); }  // of a form-encoded body
-  const FormPart* Field(std::string_view name) const;               // of a multipart form; null without it
-  std::string BearerToken() const;  // of "Authorization: Bearer ..."; empty without one
+  std::string PathParameter(const std::string& name) const { return pathParameters.at(name); }
+  Pairs Form() const { return ParsePairs(received.body.Bytes()); }  // body as form-encoded
+  const FormPart* Field(std::string_view name) const;               // of a multipart form; null if absent
+  std::string BearerToken() const;  // from "Authorization: Bearer ..."; empty if absent
 };
 
 using Handler = std::function<Reply(const ServiceRequest&)>;
 
-// The handler, with the refusals that its checks throw turned into the service's error replies.
-template <typename Refusal>
-Handler Refusing(Handler handler, Reply (*errorReply)(const Refusal&)) {
+// Wraps a handler, so that an Error that it throws becomes an error reply of the service.
+template <typename Error>
+Handler WithErrorReply(Handler handler, Reply (*errorReply)(const Error&)) {
   return [handler = std::move(handler), errorReply](const ServiceRequest& request) {
     try {
       return handler(request);
-    } catch (const Refusal& refusal) {
-      return errorReply(refusal);
+    } catch (const Error& error) {
+      return errorReply(error);
     }
   };
 }
 
-// Where a service enters what it answers. A pattern is an exact path, or has {name} places that each stand
-// for one path segment ("/{node}/photos"); the first route entered that matches is taken, so fixed paths
-// come before patterns that would cover them.
+// The routes of one service. A pattern is a path in which {name} matches one segment ("/{node}/photos"). The
+// first matching route applies, so add a fixed path before a pattern that also matches it.
 class Routes {
  public:
-  void On(std::string_view host, std::string_view method, std::string_view pattern, Handler handler);
+  void Add(std::string_view host, std::string_view method, std::string_view pattern, Handler handler);
 
  private:
   friend class Services;
@@ -68,21 +67,21 @@ class Routes {
   std::vector<Route> routes_;
 };
 
-// The sandbox calls a service from one thread at a time, so services need no lock of their own.
+// Only one thread calls a service at a time, so a service needs no mutex.
 class Service {
  public:
   virtual ~Service() = default;
-  virtual std::string Name() const = 0;  // its member in GET /state
-  virtual void Enter(Routes& routes) = 0;
+  virtual std::string Name() const = 0;  // key in GET /state
+  virtual void RegisterRoutes(Routes& routes) = 0;
   virtual boost::json::object State() const = 0;
   virtual void Reset() = 0;
 };
 
-// All services behind one door.
+// Dispatches each request to the service that has a matching route.
 class Services {
  public:
   void Add(std::unique_ptr<Service> service);
-  Reply Handle(const Head& head, const Received& received);  // 404 for what no service knows
+  Reply Handle(const Head& head, const Received& received);  // 404 without a matching route
   boost::json::object State() const;
   void Reset();
 
@@ -95,7 +94,7 @@ class Services {
   std::vector<Member> members_;
 };
 
-// The hosts that the sandbox stands in for; its certificate names each of them.
+// The hosts that the sandbox simulates. Its certificate is valid for each of them.
 inline constexpr std::string_view kServiceHosts[] = {
     "graph.facebook.com", "graph-video.facebook.com", "www.facebook.com",  "api.twitter.com",
     "upload.twitter.com", "www.googleapis.com",       "gdata.youtube.com",

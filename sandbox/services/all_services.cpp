@@ -1,4 +1,4 @@
-// Every stand-in service.
+// The list of all simulated services.
 #include "services/all_services.h"
 
 #include <memory>
@@ -9,10 +9,10 @@
 
 namespace velk::sandbox {
 
-void AddAllServices(Services& services, Store& store, const std::string& address) {
+void AddAllServices(Services& services, Store& store, const std::string& sandboxUrl) {
   services.Add(std::make_unique<Facebook>(store));
   services.Add(std::make_unique<Twitter>(store));
-  services.Add(std::make_unique<Youtube>(store, address));
+  services.Add(std::make_unique<Youtube>(store, sandboxUrl));
 }
 
 }  // namespace velk::sandbox

@@ -1,4 +1,4 @@
-// Every stand-in service.
+// The list of all simulated services.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace velk::sandbox {
 
-// Adds each service. One that returns plain URLs of the sandbox itself makes them from its address
-// ("http://127.0.0.1:PORT"). Requests to them have the host 127.0.0.1.
-void AddAllServices(Services& services, Store& store, const std::string& address);
+// Adds each service. sandboxUrl is "http://127.0.0.1:PORT": a service that sends clients to the sandbox
+// itself builds its URLs from it. Requests to these URLs have the host 127.0.0.1.
+void AddAllServices(Services& services, Store& store, const std::string& sandboxUrl);
 
 }  // namespace velk::sandbox

@@ -1,4 +1,4 @@
-// Stands in for Facebook's Graph API: tokens, the user and the pages, and everything that is published.
+// Simulates Facebook's Graph API: access tokens, the user, the user's pages, and published objects.
 #include "services/facebook.h"
 
 #include <algorithm>
@@ -12,11 +12,11 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::string_view kGraph = "graph.facebook.com";
-constexpr std::string_view kGraphVideo = "graph-video.facebook.com";
+constexpr std::string_view kGraphHost = "graph.facebook.com";
+constexpr std::string_view kVideoHost = "graph-video.facebook.com";
 
-constexpr std::string_view kUser = "100000000000001";
-constexpr std::uint64_t kFirstNumber = 10150000000001;
+constexpr std::string_view kUserId = "100000000000001";
+constexpr std::uint64_t kFirstObjectNumber = 10150000000001;
 constexpr int kSixtyDays = 60 * 24 * 60 * 60;
 
 struct Page {
@@ -31,32 +31,32 @@ constexpr Page kPages[] = {
     {"104000000000002", "Velk Garden", "2301", "Gardener"},
 };
 
-// ---- Tokens and the user ----
+// ---- Access tokens and the user ----
 
-Reply TradeToken(const ServiceRequest& request) {
+Reply ExchangeToken(const ServiceRequest& request) {
   const std::string token = request.Query("fb_exchange_token");
-  Demand(!request.Query("client_id").empty(), kMissingClient);
-  Demand(request.Query("client_secret") != "wrong", kWrongSecret);
-  DemandToken(token);
+  Require(!request.Query("client_id").empty(), kMissingClient);
+  Require(request.Query("client_secret") != "wrong", kWrongSecret);
+  RequireToken(token);
   return JsonReply(200,
                    {{"access_token", "long-" + token}, {"token_type", "bearer"}, {"expires_in", kSixtyDays}});
 }
 
-Reply TellToken(const ServiceRequest& request) {
-  Demand(!request.Query("client_id").empty(), kMissingClient);
-  DemandToken(request.Query("access_token"));
+Reply GetTokenInfo(const ServiceRequest& request) {
+  Require(!request.Query("client_id").empty(), kMissingClient);
+  RequireToken(request.Query("access_token"));
   return JsonReply(200, {{"access_token", request.Query("access_token")},
                          {"token_type", "bearer"},
                          {"expires_in", kSixtyDays}});
 }
 
-Reply TellUser(const ServiceRequest& request) {
-  DemandToken(request.Query("access_token"));
-  return JsonReply(200, {{"id", kUser}, {"name", "Vera Velk"}, {"email", "vera@velk.example"}});
+Reply GetUser(const ServiceRequest& request) {
+  RequireToken(request.Query("access_token"));
+  return JsonReply(200, {{"id", kUserId}, {"name", "Vera Velk"}, {"email", "vera@velk.example"}});
 }
 
 Reply ListPages(const ServiceRequest& request) {
-  DemandToken(request.Query("access_token"));
+  RequireToken(request.Query("access_token"));
   json::array pages;
   if (request.Query("access_token") == "pageless") return JsonReply(200, {{"data", std::move(pages)}});
   for (const Page& page : kPages) {
@@ -71,60 +71,60 @@ Reply ListPages(const ServiceRequest& request) {
       200, {{"data", std::move(pages)}, {"paging", {{"cursors", {{"before", "A"}, {"after", "B"}}}}}});
 }
 
-// ---- Reading requests ----
+// ---- Request parameters ----
 
-// The number of a node that can be published to.
-std::string NodeNumber(const std::string& node) {
-  if (node == "me" || node == kUser) return std::string(kUser);
-  Demand(std::ranges::find(kPages, node, &Page::id) != std::end(kPages), UnknownObject("post", node));
+// The identifier of a node that accepts publications.
+std::string NodeId(const std::string& node) {
+  if (node == "me" || node == kUserId) return std::string(kUserId);
+  Require(std::ranges::find(kPages, node, &Page::id) != std::end(kPages), UnknownObject("post", node));
   return node;
 }
 
-void DemandPermission(const ServiceRequest& request) {
-  DemandToken(request.Query("access_token"));
-  Demand(request.Query("access_token") != "forbidden", kNoPermission);
+void RequirePublishPermission(const ServiceRequest& request) {
+  RequireToken(request.Query("access_token"));
+  Require(request.Query("access_token") != "forbidden", kNoPermission);
 }
 
-// The value in a privacy object such as {'value':'SELF'}; an empty one leaves the choice to the service.
+// The value in a privacy object such as {'value':'SELF'}. An empty value selects the service's default.
 std::string PrivacyValue(std::string_view text) {
   static constexpr std::string_view kValues[] = {"EVERYONE", "ALL_FRIENDS", "FRIENDS_OF_FRIENDS", "SELF"};
   const auto parsed = ParseLenientJson(text);
   const json::value* const value =
       parsed && parsed->is_object() ? parsed->get_object().if_contains("value") : nullptr;
-  Demand(value && value->is_string(), kBadPrivacy);
+  Require(value && value->is_string(), kBadPrivacy);
   if (value->get_string().empty()) return "EVERYONE";
-  Demand(std::ranges::find(kValues, value->get_string()) != std::end(kValues), kBadPrivacy);
+  Require(std::ranges::find(kValues, value->get_string()) != std::end(kValues), kBadPrivacy);
   return std::string(value->get_string());
 }
 
-std::string Text(const ServiceRequest& request, std::string_view field) {
+std::string FieldText(const ServiceRequest& request, std::string_view field) {
   const FormPart* const part = request.Field(field);
   return part ? part->content.Load() : std::string();
 }
 
 }  // namespace
 
-void Facebook::Enter(Routes& routes) {
-  const auto on = [&](std::string_view host, const char* method, const char* pattern, Handler handler) {
-    routes.On(host, method, pattern, Refusing(std::move(handler), &ErrorReply));
+void Facebook::RegisterRoutes(Routes& routes) {
+  const auto add = [&](std::string_view host, const char* method, const char* pattern, Handler handler) {
+    routes.Add(host, method, pattern, WithErrorReply(std::move(handler), &ErrorReply));
   };
-  on(kGraph, "GET", "/oauth/access_token", TradeToken);
-  on(kGraph, "GET", "/oauth/access_token_info", TellToken);
-  on(kGraph, "GET", "/me", TellUser);
-  on(kGraph, "GET", "/me/accounts", ListPages);
-  for (const std::string_view host : {kGraph, kGraphVideo})
-    on(host, "POST", "/{node}/videos/uploaded", [this](const ServiceRequest& r) { return PublishVideo(r); });
-  on(kGraph, "POST", "/{node}/photos", [this](const ServiceRequest& r) { return PublishPhoto(r); });
-  on(kGraph, "POST", "/{node}/feed", [this](const ServiceRequest& r) { return PublishPost(r); });
-  on(kGraph, "GET", "/{object}", [this](const ServiceRequest& r) { return Read(r); });
-  on(kGraph, "POST", "/{object}", [this](const ServiceRequest& r) { return Change(r); });
+  add(kGraphHost, "GET", "/oauth/access_token", ExchangeToken);
+  add(kGraphHost, "GET", "/oauth/access_token_info", GetTokenInfo);
+  add(kGraphHost, "GET", "/me", GetUser);
+  add(kGraphHost, "GET", "/me/accounts", ListPages);
+  for (const std::string_view host : {kGraphHost, kVideoHost})
+    add(host, "POST", "/{node}/videos/uploaded", [this](const ServiceRequest& r) { return PublishVideo(r); });
+  add(kGraphHost, "POST", "/{node}/photos", [this](const ServiceRequest& r) { return PublishPhoto(r); });
+  add(kGraphHost, "POST", "/{node}/feed", [this](const ServiceRequest& r) { return PublishPost(r); });
+  add(kGraphHost, "GET", "/{object}", [this](const ServiceRequest& r) { return GetObject(r); });
+  add(kGraphHost, "POST", "/{object}", [this](const ServiceRequest& r) { return UpdateObject(r); });
 }
 
 // ---- Publishing ----
 
 Facebook::Object Facebook::NewObject(std::string kind, const std::string& node) {
   Object object;
-  object.id = std::to_string(kFirstNumber + published_++);
+  object.id = std::to_string(kFirstObjectNumber + objectCount_++);
   if (kind == "story") object.id = node + '_' + object.id;
   object.kind = std::move(kind);
   object.node = node;
@@ -132,7 +132,7 @@ Facebook::Object Facebook::NewObject(std::string kind, const std::string& node) 
   return object;
 }
 
-void Facebook::KeepFile(const ServiceRequest& request, Object& object) {
+void Facebook::StoreFile(const ServiceRequest& request, Object& object) {
   const Content& content = request.Field("file")->content;
   object.size = content.Size();
   object.sha256 = content.Sha256();
@@ -140,73 +140,73 @@ void Facebook::KeepFile(const ServiceRequest& request, Object& object) {
 }
 
 Reply Facebook::PublishVideo(const ServiceRequest& request) {
-  DemandPermission(request);
-  const std::string node = NodeNumber(request.Place("node"));
+  RequirePublishPermission(request);
+  const std::string node = NodeId(request.PathParameter("node"));
   const FormPart* const file = request.Field("file");
-  Demand(file && file->content.Size() > 0, kNoVideo);
+  Require(file && file->content.Size() > 0, kNoVideo);
   const std::string privacy = PrivacyValue(request.Query("privacy"));
   Object video = NewObject("video", node);
-  video.title = Text(request, "title");
-  video.description = Text(request, "description");
+  video.title = FieldText(request, "title");
+  video.description = FieldText(request, "description");
   video.privacy = privacy;
   video.source = "https://video.velk.example/" + video.id + ".mp4";
-  KeepFile(request, video);
+  StoreFile(request, video);
   objects_.push_back(video);
   return JsonReply(200, {{"id", video.id}});
 }
 
 Reply Facebook::PublishPhoto(const ServiceRequest& request) {
-  DemandPermission(request);
-  const std::string node = NodeNumber(request.Place("node"));
+  RequirePublishPermission(request);
+  const std::string node = NodeId(request.PathParameter("node"));
   const FormPart* const file = request.Field("file");
-  Demand(file && file->content.Size() > 0, kNoPhoto);
+  Require(file && file->content.Size() > 0, kNoPhoto);
   Object photo = NewObject("photo", node);
-  photo.message = Text(request, "message");
+  photo.message = FieldText(request, "message");
   photo.link = "https://www.facebook.com/photo.php?fbid=" + photo.id;
   photo.source = "https://photos.velk.example/" + photo.id + ".jpg";
-  KeepFile(request, photo);
+  StoreFile(request, photo);
   Object story = NewObject("story", node);
   story.id = node + '_' + photo.id;
   story.message = photo.message;
   story.link = photo.link;
-  story.about = photo.id;
+  story.photoId = photo.id;
   objects_.push_back(photo);
   objects_.push_back(story);
   return JsonReply(200, {{"id", photo.id}, {"post_id", story.id}});
 }
 
 Reply Facebook::PublishPost(const ServiceRequest& request) {
-  DemandPermission(request);
-  const std::string node = NodeNumber(request.Place("node"));
+  RequirePublishPermission(request);
+  const std::string node = NodeId(request.PathParameter("node"));
   const Pairs form = request.Form();
   const std::string privacy = PrivacyValue(Find(form, "privacy").value_or("{'value':''}"));
   Object story = NewObject("story", node);
   story.message = Find(form, "message").value_or("");
   story.link = Find(form, "link").value_or("");
   story.privacy = privacy;
-  Demand(!story.message.empty() || !story.link.empty(), kNothingToPost);
+  Require(!story.message.empty() || !story.link.empty(), kNothingToPost);
   objects_.push_back(story);
   return JsonReply(200, {{"id", story.id}});
 }
 
-// ---- What was published ----
+// ---- Published objects ----
 
-Facebook::Object& Facebook::Known(const std::string& id, const char* method) {
+Facebook::Object& Facebook::FindObject(const std::string& id, const char* method) {
   const auto found = std::ranges::find(objects_, id, &Object::id);
-  Demand(found != objects_.end(), UnknownObject(method, id));
+  Require(found != objects_.end(), UnknownObject(method, id));
   return *found;
 }
 
-Reply Facebook::Read(const ServiceRequest& request) {
-  DemandToken(request.Query("access_token"));
-  const Object& object = Known(request.Place("object"), "get");
+Reply Facebook::GetObject(const ServiceRequest& request) {
+  RequireToken(request.Query("access_token"));
+  const Object& object = FindObject(request.PathParameter("object"), "get");
   json::object body{{"id", object.id}};
   const auto add = [&](const char* name, const std::string& text) {
     if (!text.empty()) body[name] = text;
   };
   add("link", object.link);
   add("source", object.source);
-  add("object_id", object.about);
+  add("object_id", object.photoId);
   add("title", object.title);
   add("description", object.description);
   add(object.kind == "photo" ? "name" : "message", object.message);
@@ -214,14 +214,14 @@ Reply Facebook::Read(const ServiceRequest& request) {
   return JsonReply(200, body);
 }
 
-Reply Facebook::Change(const ServiceRequest& request) {
-  DemandPermission(request);
-  Object& object = Known(request.Place("object"), "post");
+Reply Facebook::UpdateObject(const ServiceRequest& request) {
+  RequirePublishPermission(request);
+  Object& object = FindObject(request.PathParameter("object"), "post");
   const Pairs form = request.Form();
   const auto message = Find(form, "message");
   const auto description = Find(form, "description");
   const auto privacy = Find(form, "privacy");
-  Demand(message || description || privacy, kNothingToChange);
+  Require(message || description || privacy, kNothingToChange);
   if (privacy) object.privacy = PrivacyValue(*privacy);
   if (message) object.message = *message;
   if (description) object.description = *description;
@@ -239,7 +239,7 @@ json::object Facebook::State() const {
                        {"description", object.description},
                        {"link", object.link},
                        {"privacy", object.privacy},
-                       {"about", object.about},
+                       {"about", object.photoId},
                        {"size", object.size},
                        {"sha256", object.sha256},
                        {"file", object.file}});
@@ -248,7 +248,7 @@ json::object Facebook::State() const {
 }
 
 void Facebook::Reset() {
-  published_ = 0;
+  objectCount_ = 0;
   objects_.clear();
 }
 

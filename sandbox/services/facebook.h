@@ -1,4 +1,4 @@
-// Stands in for Facebook's Graph API: tokens, the user and the pages, and everything that is published.
+// Simulates Facebook's Graph API: access tokens, the user, the user's pages, and published objects.
 #pragma once
 
 #include <cstdint>
@@ -10,29 +10,29 @@
 
 namespace velk::sandbox {
 
-// Any access token will do, except three that show how a host meets refusals:
-//   expired    "Error validating access token" (status 400, code 190), also to the token exchange and check
-//   forbidden  a missing permission (status 403, code 200) for whatever is published or changed
-//   pageless   a user who manages no page
-// Trading a token gives the same one with "long-" before it, for 60 days; the secret "wrong" is refused.
-// The user ("me") is 100000000000001 and manages the pages 104000000000001 and 104000000000002. What is
-// published gets a number as identifier, a story the node's number before it (and a photo's story the photo's
-// behind that); all are known until a reset.
+// Accepts any access token. Three tokens select other behaviour, for tests of a client's error handling:
+//   expired    status 400, code 190 "Error validating access token", also for token exchange and token check
+//   forbidden  status 403, code 200 (no permission) for each request that publishes or changes
+//   pageless   the user manages no page
+// The token exchange returns the same token with the prefix "long-", valid for 60 days. It rejects the client
+// secret "wrong". The user ("me") is 100000000000001 and manages the pages 104000000000001 and
+// 104000000000002. The identifier of a video or photo is NUMBER. The identifier of a story is NODE_NUMBER.
+// The story of a photo has the photo's NUMBER. Objects exist until a reset.
 class Facebook : public Service {
  public:
   explicit Facebook(Store& store) : store_(store) {}
 
   std::string Name() const override { return "facebook"; }
-  void Enter(Routes& routes) override;
+  void RegisterRoutes(Routes& routes) override;
   boost::json::object State() const override;
   void Reset() override;
 
  private:
-  // A video, a photo or a story; a story may be about a photo.
+  // A video, a photo or a story.
   struct Object {
     std::string kind, id, node;
     std::string title, message, description, link, source, privacy;
-    std::string about;
+    std::string photoId;  // only in the story of a photo
     std::uint64_t size = 0;
     std::string sha256, file;
   };
@@ -40,15 +40,15 @@ class Facebook : public Service {
   Reply PublishVideo(const ServiceRequest& request);
   Reply PublishPhoto(const ServiceRequest& request);
   Reply PublishPost(const ServiceRequest& request);
-  Reply Read(const ServiceRequest& request);
-  Reply Change(const ServiceRequest& request);
+  Reply GetObject(const ServiceRequest& request);
+  Reply UpdateObject(const ServiceRequest& request);
 
   Object NewObject(std::string kind, const std::string& node);
-  void KeepFile(const ServiceRequest& request, Object& object);
-  Object& Known(const std::string& id, const char* method);
+  void StoreFile(const ServiceRequest& request, Object& object);
+  Object& FindObject(const std::string& id, const char* method);
 
   Store& store_;
-  std::uint64_t published_ = 0;
+  std::uint64_t objectCount_ = 0;
   std::vector<Object> objects_;
 };
 

@@ -1,4 +1,4 @@
-// The Graph API's refusals: which there are, and the error object that each becomes.
+// The errors of the Graph API, and their replies.
 #include "services/facebook_error.h"
 
 namespace velk::sandbox {
@@ -32,13 +32,13 @@ GraphError UnknownObject(const std::string& method, const std::string& id) {
               "operation."};
 }
 
-void Demand(bool holds, const GraphError& otherwise) {
-  if (!holds) throw otherwise;
+void Require(bool condition, const GraphError& error) {
+  if (!condition) throw error;
 }
 
-void DemandToken(const std::string& accessToken) {
-  Demand(!accessToken.empty(), kNoToken);
-  Demand(accessToken != "expired", kExpired);
+void RequireToken(const std::string& accessToken) {
+  Require(!accessToken.empty(), kNoToken);
+  Require(accessToken != "expired", kExpired);
 }
 
 Reply ErrorReply(const GraphError& error) {

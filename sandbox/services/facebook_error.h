@@ -1,4 +1,4 @@
-// The Graph API's refusals: which there are, and the error object that each becomes.
+// The errors of the Graph API, and their replies.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace velk::sandbox {
 
-// Thrown by a check; becomes the service's error reply.
+// Thrown by a failed check. ErrorReply makes the reply from it.
 struct GraphError {
   int status;
   const char* type;
@@ -19,11 +19,11 @@ struct GraphError {
 extern const GraphError kMissingClient, kWrongSecret, kNoPermission, kBadPrivacy, kNoVideo, kNoPhoto,
     kNothingToPost, kNothingToChange;
 
-// What is said of an identifier that nothing has, or that does not take the method.
+// The error for an unknown identifier, and for an object that does not support the method.
 GraphError UnknownObject(const std::string& method, const std::string& id);
 
-void Demand(bool holds, const GraphError& otherwise);
-void DemandToken(const std::string& accessToken);  // there, and not expired
+void Require(bool condition, const GraphError& error);
+void RequireToken(const std::string& accessToken);  // neither empty nor expired
 
 Reply ErrorReply(const GraphError& error);
 

@@ -1,4 +1,4 @@
-// Reads JSON the way the video service does: texts may stand in single quotes, and hold raw control bytes.
+// Parses JSON as leniently as YouTube: strings can have single quotes and can contain raw control bytes.
 #include "services/lenient_json.h"
 
 #include <boost/json/parse.hpp>
@@ -10,123 +10,124 @@ namespace {
 
 namespace json = boost::json;
 
-struct Unreadable {};
+struct SyntaxError {};
 
-class Reader {
+class LenientParser {
  public:
-  explicit Reader(std::string_view text) : text_(text) {}
+  explicit LenientParser(std::string_view text) : text_(text) {}
 
-  json::value Document() {
-    json::value value = Value(0);
-    if (Next() != '\0' || at_ != text_.size()) throw Unreadable();
+  json::value ParseDocument() {
+    json::value value = ParseValue(0);
+    if (PeekToken() != '\0' || position_ != text_.size()) throw SyntaxError();
     return value;
   }
 
  private:
-  // The next byte that is no blank, left in place; NUL at the end.
-  char Next() {
-    at_ = std::min(text_.find_first_not_of(" \t\r\n", at_), text_.size());
-    return at_ < text_.size() ? text_[at_] : '\0';
+  // Skips white space. Returns the next byte without consuming it, and NUL at the end.
+  char PeekToken() {
+    position_ = std::min(text_.find_first_not_of(" \t\r\n", position_), text_.size());
+    return position_ < text_.size() ? text_[position_] : '\0';
   }
 
-  bool Skip(char wanted) {
-    if (Next() != wanted) return false;
-    ++at_;
+  bool Accept(char expected) {
+    if (PeekToken() != expected) return false;
+    ++position_;
     return true;
   }
 
-  void Demand(char wanted) {
-    if (!Skip(wanted)) throw Unreadable();
+  void Expect(char expected) {
+    if (!Accept(expected)) throw SyntaxError();
   }
 
-  char Take() {
-    if (at_ == text_.size()) throw Unreadable();
-    return text_[at_++];
+  char ReadByte() {
+    if (position_ == text_.size()) throw SyntaxError();
+    return text_[position_++];
   }
 
-  json::value Value(int depth) {
-    if (depth > 32) throw Unreadable();
-    switch (Next()) {
+  json::value ParseValue(int depth) {
+    if (depth > 32) throw SyntaxError();
+    switch (PeekToken()) {
       case '{':
-        return Object(depth);
+        return ParseObject(depth);
       case '[':
-        return Array(depth);
+        return ParseArray(depth);
       case '\'':
       case '"':
-        return json::value(Text());
+        return json::value(ParseString());
       default:
-        return Word();
+        return ParseLiteral();
     }
   }
 
-  json::object Object(int depth) {
+  json::object ParseObject(int depth) {
     json::object object;
-    Demand('{');
-    while (!Skip('}')) {
-      if (!object.empty()) Demand(',');
-      if (Next() != '\'' && Next() != '"') throw Unreadable();
-      const std::string name = Text();
-      Demand(':');
-      object[name] = Value(depth + 1);
+    Expect('{');
+    while (!Accept('}')) {
+      if (!object.empty()) Expect(',');
+      if (PeekToken() != '\'' && PeekToken() != '"') throw SyntaxError();
+      const std::string name = ParseString();
+      Expect(':');
+      object[name] = ParseValue(depth + 1);
     }
     return object;
   }
 
-  json::array Array(int depth) {
+  json::array ParseArray(int depth) {
     json::array array;
-    Demand('[');
-    while (!Skip(']')) {
-      if (!array.empty()) Demand(',');
-      array.push_back(Value(depth + 1));
+    Expect('[');
+    while (!Accept(']')) {
+      if (!array.empty()) Expect(',');
+      array.push_back(ParseValue(depth + 1));
     }
     return array;
   }
 
-  std::string Text() {
+  std::string ParseString() {
     std::string text;
-    const char quote = Take();
-    for (char c; (c = Take()) != quote;) text += c == '\\' ? Escape() : std::string(1, c);
+    const char quote = ReadByte();
+    for (char c; (c = ReadByte()) != quote;) text += c == '\\' ? ParseEscape() : std::string(1, c);
     return text;
   }
 
-  // A Unicode escape, with the second half of a pair, is left to the strict parser.
-  std::string Escape() {
-    static constexpr std::string_view kLetters = "bfnrt", kMeanings = "\b\f\n\r\t";
-    const char c = Take();
-    if (const auto place = kLetters.find(c); place != kLetters.npos) return {kMeanings[place]};
+  // The strict parser decodes \u escapes, because it knows how to combine surrogate pairs.
+  std::string ParseEscape() {
+    static constexpr std::string_view kEscapes = "bfnrt", kCharacters = "\b\f\n\r\t";
+    const char c = ReadByte();
+    if (const auto index = kEscapes.find(c); index != kEscapes.npos) return {kCharacters[index]};
     if (c != 'u') return {c};
     std::size_t length = 6;
-    at_ -= 2;
-    if (text_.substr(at_ + 6, 2) == "\\u" && text_.substr(at_ + 2, 1).find_first_of("dD") == 0) length = 12;
-    const std::string quoted = '"' + std::string(text_.substr(at_, length)) + '"';
-    at_ = std::min(at_ + length, text_.size());
-    return std::string(Strict(quoted).as_string());
+    position_ -= 2;
+    if (text_.substr(position_ + 6, 2) == "\\u" && text_.substr(position_ + 2, 1).find_first_of("dD") == 0)
+      length = 12;
+    const std::string quoted = '"' + std::string(text_.substr(position_, length)) + '"';
+    position_ = std::min(position_ + length, text_.size());
+    return std::string(ParseStrict(quoted).as_string());
   }
 
-  json::value Word() {
-    const std::size_t end = std::min(text_.find_first_of(" \t\r\n,]}", at_), text_.size());
-    const std::string_view word = text_.substr(at_, end - at_);
-    at_ = end;
-    return Strict(word);
+  json::value ParseLiteral() {
+    const std::size_t end = std::min(text_.find_first_of(" \t\r\n,]}", position_), text_.size());
+    const std::string_view literal = text_.substr(position_, end - position_);
+    position_ = end;
+    return ParseStrict(literal);
   }
 
-  static json::value Strict(std::string_view text) {
+  static json::value ParseStrict(std::string_view text) {
     boost::system::error_code error;
     json::value value = json::parse(json::string_view(text), error);
-    if (error) throw Unreadable();
+    if (error) throw SyntaxError();
     return value;
   }
 
   std::string_view text_;
-  std::size_t at_ = 0;
+  std::size_t position_ = 0;
 };
 
 }  // namespace
 
 std::optional<json::value> ParseLenientJson(std::string_view text) {
   try {
-    return Reader(text).Document();
-  } catch (const Unreadable&) {
+    return LenientParser(text).ParseDocument();
+  } catch (const SyntaxError&) {
     return std::nullopt;
   }
 }

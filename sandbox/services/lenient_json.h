@@ -1,4 +1,4 @@
-// Reads JSON the way the video service does: texts may stand in single quotes, and hold raw control bytes.
+// Parses JSON as leniently as YouTube: strings can have single quotes and can contain raw control bytes.
 #pragma once
 
 #include <boost/json/value.hpp>
@@ -7,6 +7,6 @@
 
 namespace velk::sandbox {
 
-std::optional<boost::json::value> ParseLenientJson(std::string_view text);  // none when it cannot be read
+std::optional<boost::json::value> ParseLenientJson(std::string_view text);  // empty if invalid
 
 }  // namespace velk::sandbox

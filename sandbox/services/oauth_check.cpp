@@ -1,4 +1,5 @@
-// Verifies a request's OAuth 1.0a signature from what arrived alone, with OpenSSL's HMAC.
+// Verifies the OAuth 1.0a signature of a request. It uses only the received bytes and OpenSSL's HMAC, and
+// shares no code with the client.
 #include "services/oauth_check.h"
 
 #include <openssl/evp.h>
@@ -20,8 +21,8 @@ bool IsUnreserved(char c) {
          std::string_view("-._~").find(c) != std::string_view::npos;
 }
 
-// name="value" or name=value, separated by commas.
-Pairs ParseHeader(std::string_view value) {
+// Parses name="value" and name=value, separated by commas.
+Pairs ParseAuthorization(std::string_view value) {
   Pairs pairs;
   if (!value.starts_with(kScheme)) return pairs;
   value.remove_prefix(kScheme.size());
@@ -38,8 +39,8 @@ Pairs ParseHeader(std::string_view value) {
   return pairs;
 }
 
-Pairs AllParameters(const ServiceRequest& request) {
-  Pairs all = ParseHeader(request.head.Header("Authorization"));
+Pairs CollectParameters(const ServiceRequest& request) {
+  Pairs all = ParseAuthorization(request.head.Header("Authorization"));
   all.insert(all.end(), request.query.begin(), request.query.end());
   if (request.head.Header("Content-Type").starts_with("application/x-www-form-urlencoded")) {
     const Pairs form = request.Form();
@@ -48,7 +49,7 @@ Pairs AllParameters(const ServiceRequest& request) {
   return all;
 }
 
-std::string Normalize(const Pairs& signedPairs) {
+std::string NormalizeParameters(const Pairs& signedPairs) {
   Pairs encoded;
   for (const auto& [name, value] : signedPairs)
     encoded.emplace_back(PercentEncode(name), PercentEncode(value));
@@ -71,7 +72,7 @@ std::string HmacSha1Base64(const std::string& key, const std::string& text) {
   return {reinterpret_cast<const char*>(base64.data()), static_cast<std::size_t>(length)};
 }
 
-bool IsCurrent(const std::string& timestamp) {
+bool IsTimestampValid(const std::string& timestamp) {
   long long seconds = 0;
   std::from_chars(timestamp.data(), timestamp.data() + timestamp.size(), seconds);
   return AllDigits(timestamp) && std::abs(seconds - std::time(nullptr)) <= kClockTolerance;
@@ -92,31 +93,32 @@ std::string PercentEncode(std::string_view text) {
   return encoded;
 }
 
-OauthCheck CheckOauth(const ServiceRequest& request, const SecretOf& secretOf,
+OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpSecret,
                       const std::vector<std::string_view>& unsignedNames) {
-  Pairs pairs = AllParameters(request);
-  const auto beside = [&](const auto& pair) {
+  Pairs pairs = CollectParameters(request);
+  const auto isUnsigned = [&](const auto& pair) {
     return pair.first == "oauth_signature" ||
            std::ranges::find(unsignedNames, pair.first) != unsignedNames.end();
   };
   OauthCheck check;
-  check.received = Find(pairs, "oauth_signature").value_or("");
-  std::erase_if(pairs, beside);
+  check.receivedSignature = Find(pairs, "oauth_signature").value_or("");
+  std::erase_if(pairs, isUnsigned);
   check.consumerKey = Find(pairs, "oauth_consumer_key").value_or("");
   check.tokenKey = Find(pairs, "oauth_token").value_or("");
   check.nonce = Find(pairs, "oauth_nonce").value_or("");
   check.timestamp = Find(pairs, "oauth_timestamp").value_or("");
   check.wellFormed = Find(pairs, "oauth_signature_method") == "HMAC-SHA1" &&
-                     Find(pairs, "oauth_version") == "1.0" && IsCurrent(check.timestamp) &&
+                     Find(pairs, "oauth_version") == "1.0" && IsTimestampValid(check.timestamp) &&
                      !check.nonce.empty();
 
   const std::string url = "https://" + request.head.host + request.head.Path();
-  check.baseString =
-      PercentEncode(request.head.method) + '&' + PercentEncode(url) + '&' + PercentEncode(Normalize(pairs));
-  const std::string tokenSecret = check.tokenKey.empty() ? "" : secretOf(check.tokenKey, "oauth_token=");
-  check.expected = HmacSha1Base64(
-      PercentEncode(secretOf(check.consumerKey, "oauth_consumer_key=")) + '&' + PercentEncode(tokenSecret),
-      check.baseString);
+  check.baseString = PercentEncode(request.head.method) + '&' + PercentEncode(url) + '&' +
+                     PercentEncode(NormalizeParameters(pairs));
+  const std::string tokenSecret = check.tokenKey.empty() ? "" : lookUpSecret(check.tokenKey, "oauth_token=");
+  check.expectedSignature =
+      HmacSha1Base64(PercentEncode(lookUpSecret(check.consumerKey, "oauth_consumer_key=")) + '&' +
+                         PercentEncode(tokenSecret),
+                     check.baseString);
   return check;
 }
 

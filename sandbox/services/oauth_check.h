@@ -1,4 +1,5 @@
-// Verifies a request's OAuth 1.0a signature from what arrived alone, with OpenSSL's HMAC.
+// Verifies the OAuth 1.0a signature of a request. It uses only the received bytes and OpenSSL's HMAC, and
+// shares no code with the client.
 #pragma once
 
 #include <functional>
@@ -11,31 +12,32 @@
 
 namespace velk::sandbox {
 
-constexpr long long kClockTolerance = 300;  // how old or new a timestamp may be, in seconds
+constexpr long long kClockTolerance = 300;  // in seconds, for past and future timestamps
 
-// What a request carries for its signature, and what the service makes of it.
+// The OAuth parameters of a request and the result of the check.
 struct OauthCheck {
   std::string consumerKey;
-  std::string tokenKey;  // empty when the signature covers none
+  std::string tokenKey;  // empty if the signature covers no token
   std::string nonce;
   std::string timestamp;
   std::string baseString;
-  std::string received;  // the signature that came with the request
-  std::string expected;
-  bool wellFormed = false;  // version, method, timestamp and nonce are what they should be
+  std::string receivedSignature;
+  std::string expectedSignature;
+  bool wellFormed = false;  // version, method, timestamp and nonce are valid
 
-  bool Valid() const { return wellFormed && received == expected; }
+  bool Valid() const { return wellFormed && receivedSignature == expectedSignature; }
 };
 
-// The secret of a consumer key or a token, which came in the parameter of this name ("oauth_token=").
-using SecretOf = std::function<std::string(const std::string& key, std::string_view name)>;
+// Returns the secret of a consumer key or token. The name is that of its parameter, with the "="
+// ("oauth_token=").
+using SecretLookup = std::function<std::string(const std::string& key, std::string_view name)>;
 
-// Parameters come from the Authorization header, the query and a form-encoded body. Those whose names are
-// listed as unsigned travel beside the signature.
-OauthCheck CheckOauth(const ServiceRequest& request, const SecretOf& secretOf,
+// Reads parameters from the Authorization header, the query and a form-encoded body. The signature does not
+// cover the parameters in unsignedNames.
+OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpSecret,
                       const std::vector<std::string_view>& unsignedNames = {});
 
-// RFC 3986: letters, digits, "-", ".", "_" and "~" stay.
+// Encodes every byte except the unreserved characters of RFC 3986.
 std::string PercentEncode(std::string_view text);
 
 }  // namespace velk::sandbox

@@ -1,4 +1,4 @@
-// Stands in for the micro-blog: the sign-in, media that arrive in segments, and the tweets that show them.
+// Simulates Twitter: the sign-in with a PIN, chunked media uploads, and tweets.
 #include "services/twitter.h"
 
 #include <algorithm>
@@ -17,42 +17,42 @@ constexpr std::string_view kApiHost = "api.twitter.com";
 constexpr std::string_view kUploadHost = "upload.twitter.com";
 constexpr std::string_view kUploadPath = "/1.1/media/upload.json";
 
-constexpr std::uint64_t kLargestImage = 5'242'880;
-constexpr std::size_t kLongestTweet = 280;
+constexpr std::uint64_t kMaxImageSize = 5'242'880;
+constexpr std::size_t kMaxTweetLength = 280;
 
 constexpr std::string_view kPin = "1234567";
 constexpr std::string_view kUserId = "7505382";
 constexpr std::string_view kScreenName = "velk_sandbox";
 
-using Refusal = Twitter::Refusal;
+using ApiError = Twitter::ApiError;
 
-constexpr Refusal kBadSignature{401, 32, "Could not authenticate you."};
-constexpr Refusal kNoToken{401, 0, "Failed to validate oauth signature and token"};
+constexpr ApiError kBadSignature{401, 32, "Could not authenticate you."};
+constexpr ApiError kNoToken{401, 0, "Failed to validate oauth signature and token"};
 
-void Demand(bool holds, const Refusal& refusal) {
-  if (!holds) throw refusal;
+void Require(bool condition, const ApiError& error) {
+  if (!condition) throw error;
 }
 
-Reply ErrorReply(const Refusal& refusal) {
-  if (refusal.code == 0)
-    return {.status = refusal.status,
-            .headers = {"Content-Type: text/html; charset=utf-8"},
-            .body = refusal.message};
-  const json::object error{{"code", refusal.code}, {"message", refusal.message}};
-  return JsonReply(refusal.status, {{"errors", json::array{error}}});
+Reply ErrorReply(const ApiError& error) {
+  if (error.code == 0)
+    return {
+        .status = error.status, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = error.message};
+  const json::object detail{{"code", error.code}, {"message", error.message}};
+  return JsonReply(error.status, {{"errors", json::array{detail}}});
 }
 
 Reply FormReply(const std::string& body) {
   return {.status = 200, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = body};
 }
 
-// The client's parameters hold no more than 1023 bytes each, name included.
-std::string SecretOfKey(const std::string& key, std::string_view name) {
-  const bool filled = name.size() + key.size() >= 1023;
-  return filled ? std::string(1024, 's') : key + "-secret";
+// The client's buffers limit name and value together to 1023 bytes. A key of that size gets a secret of
+// maximum size.
+std::string KeySecret(const std::string& key, std::string_view name) {
+  const bool isLong = name.size() + key.size() >= 1023;
+  return isLong ? std::string(1024, 's') : key + "-secret";
 }
 
-bool IsMediaPost(const ServiceRequest& request) {
+bool IsMediaUpload(const ServiceRequest& request) {
   return request.head.host == kUploadHost && request.head.method == "POST";
 }
 
@@ -62,10 +62,10 @@ std::string FieldText(const ServiceRequest& request, std::string_view name) {
 }
 
 template <typename Number>
-Number ToNumber(const std::string& text, const Refusal& refusal) {
+Number ToNumber(const std::string& text, const ApiError& error) {
   Number number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  Demand(AllDigits(text) && error == std::errc(), refusal);
+  const std::errc result = std::from_chars(text.data(), text.data() + text.size(), number).ec;
+  Require(AllDigits(text) && result == std::errc(), error);
   return number;
 }
 
@@ -78,59 +78,59 @@ std::vector<std::string> SplitIds(std::string_view ids) {
   return split;
 }
 
-// Characters of UTF-8 text: every byte that does not continue one.
-std::size_t Characters(std::string_view text) {
+// Counts the characters of UTF-8 text: all bytes except continuation bytes.
+std::size_t CountCharacters(std::string_view text) {
   return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
-// What arrived can be compared with what the client believes that it signed.
-void LogRefusal(const ServiceRequest& request, const OauthCheck& check) {
+// The base string lets a developer compare the received request with what the client signed.
+void LogSignatureMismatch(const ServiceRequest& request, const OauthCheck& check) {
   std::fprintf(
       stderr,
       "velk-sandbox: signature refused: %s %s%s: received \"%s\", expected \"%s\" for the base string "
       "that the request gives: %s\n",
       request.head.method.c_str(), request.head.host.c_str(), request.head.Path().c_str(),
-      check.received.c_str(), check.expected.c_str(), check.baseString.c_str());
+      check.receivedSignature.c_str(), check.expectedSignature.c_str(), check.baseString.c_str());
 }
 
 }  // namespace
 
-void Twitter::Enter(Routes& routes) {
-  const auto on = [&](std::string_view host, std::string_view method, std::string_view path, auto member) {
-    routes.On(
-        host, method, path,
-        Refusing([this, member](const auto& request) { return (this->*member)(request); }, &ErrorReply));
+void Twitter::RegisterRoutes(Routes& routes) {
+  const auto add = [&](std::string_view host, std::string_view method, std::string_view path, auto member) {
+    routes.Add(host, method, path,
+               WithErrorReply([this, member](const auto& request) { return (this->*member)(request); },
+                              &ErrorReply));
   };
-  on(kApiHost, "GET", "/oauth/request_token", &Twitter::GiveRequestToken);
-  on(kApiHost, "GET", "/oauth/authorize", &Twitter::ShowPin);
-  on(kApiHost, "GET", "/oauth/access_token", &Twitter::GiveAccessToken);
-  on(kApiHost, "POST", "/1.1/statuses/update.json", &Twitter::Post);
-  on(kUploadHost, "POST", kUploadPath, &Twitter::TakeMedia);
-  on(kUploadHost, "GET", kUploadPath, &Twitter::TellStatus);
+  add(kApiHost, "GET", "/oauth/request_token", &Twitter::IssueRequestToken);
+  add(kApiHost, "GET", "/oauth/authorize", &Twitter::ShowPin);
+  add(kApiHost, "GET", "/oauth/access_token", &Twitter::IssueAccessToken);
+  add(kApiHost, "POST", "/1.1/statuses/update.json", &Twitter::PostTweet);
+  add(kUploadHost, "POST", kUploadPath, &Twitter::HandleMediaUpload);
+  add(kUploadHost, "GET", kUploadPath, &Twitter::GetMediaStatus);
 }
 
-OauthCheck Twitter::Authenticate(const ServiceRequest& request, const Refusal& refusal,
+OauthCheck Twitter::Authenticate(const ServiceRequest& request, const ApiError& error,
                                  const std::vector<std::string_view>& unsignedNames) {
-  OauthCheck check = CheckOauth(request, SecretOfKey, unsignedNames);
+  OauthCheck check = CheckOauth(request, KeySecret, unsignedNames);
   if (check.Valid()) {
-    RefuseRepeat(request, check);
+    RejectReusedNonce(request, check);
     ++verified_;
     return check;
   }
   ++refused_;
-  LogRefusal(request, check);
-  throw refusal;
+  LogSignatureMismatch(request, check);
+  throw error;
 }
 
-// A client may sign a whole chunked upload once: what follows an INIT, for the media that it made, carries
-// the same nonce. Any other nonce that comes again within its second could be a replay.
-void Twitter::RefuseRepeat(const ServiceRequest& request, const OauthCheck& check) {
+// A client can sign a chunked upload once: the requests after an INIT can use its nonce again, for the media
+// that it created. Any other repeated nonce with the same timestamp could be a replay.
+void Twitter::RejectReusedNonce(const ServiceRequest& request, const OauthCheck& check) {
   const Nonce nonce{check.timestamp, check.consumerKey, check.tokenKey, check.nonce};
-  if (IsMediaPost(request) && FieldText(request, "command") != "INIT") {
+  if (IsMediaUpload(request) && FieldText(request, "command") != "INIT") {
     const auto media = media_.find(FieldText(request, "media_id"));
     if (media != media_.end() && media->second.nonce == nonce) return;
   }
-  // Older timestamps than these are refused for their age.
+  // CheckOauth rejects these timestamps, so their nonces are no longer necessary.
   nonces_.erase(nonces_.begin(),
                 nonces_.lower_bound({std::to_string(std::time(nullptr) - 2 * kClockTolerance)}));
   if (nonces_.insert(nonce).second) return;
@@ -142,7 +142,7 @@ void Twitter::RefuseRepeat(const ServiceRequest& request, const OauthCheck& chec
 
 // ---- Sign-in ----
 
-Reply Twitter::GiveRequestToken(const ServiceRequest& request) {
+Reply Twitter::IssueRequestToken(const ServiceRequest& request) {
   Authenticate(request, kNoToken);
   const std::string token = RandomName(27);
   requestTokens_.insert(token);
@@ -151,40 +151,40 @@ Reply Twitter::GiveRequestToken(const ServiceRequest& request) {
 }
 
 Reply Twitter::ShowPin(const ServiceRequest& request) {
-  Demand(requestTokens_.contains(request.Query("oauth_token")), {403, 0, "This page is no longer valid."});
+  Require(requestTokens_.contains(request.Query("oauth_token")), {403, 0, "This page is no longer valid."});
   return FormReply("<!DOCTYPE html><p>Enter this PIN to complete the authorization: <code>" +
                    std::string(kPin) + "</code></p>\n");
 }
 
-Reply Twitter::GiveAccessToken(const ServiceRequest& request) {
+Reply Twitter::IssueAccessToken(const ServiceRequest& request) {
   Authenticate(request, kNoToken, {"oauth_token", "oauth_verifier"});
-  Demand(request.Query("oauth_verifier") == kPin, kNoToken);
-  Demand(requestTokens_.erase(request.Query("oauth_token")) == 1, kNoToken);
+  Require(request.Query("oauth_verifier") == kPin, kNoToken);
+  Require(requestTokens_.erase(request.Query("oauth_token")) == 1, kNoToken);
   const std::string token = std::string(kUserId) + '-' + RandomName(40);
-  return FormReply("oauth_token=" + token + "&oauth_token_secret=" + SecretOfKey(token, "oauth_token=") +
+  return FormReply("oauth_token=" + token + "&oauth_token_secret=" + KeySecret(token, "oauth_token=") +
                    "&user_id=" + std::string(kUserId) + "&screen_name=" + std::string(kScreenName) +
                    "&x_auth_expires=0");
 }
 
 // ---- Media ----
 
-Reply Twitter::TakeMedia(const ServiceRequest& request) {
+Reply Twitter::HandleMediaUpload(const ServiceRequest& request) {
   const OauthCheck check = Authenticate(request, kBadSignature);
   const std::string command = FieldText(request, "command");
   if (command == "INIT")
-    return Init(request, {check.timestamp, check.consumerKey, check.tokenKey, check.nonce});
-  if (command == "APPEND") return Append(request);
-  if (command == "FINALIZE") return Finalize(request);
-  throw Refusal{400, 38, "command parameter is missing."};
+    return InitMedia(request, {check.timestamp, check.consumerKey, check.tokenKey, check.nonce});
+  if (command == "APPEND") return AppendSegment(request);
+  if (command == "FINALIZE") return FinalizeMedia(request);
+  throw ApiError{400, 38, "command parameter is missing."};
 }
 
-Reply Twitter::Init(const ServiceRequest& request, Nonce nonce) {
+Reply Twitter::InitMedia(const ServiceRequest& request, Nonce nonce) {
   Media media{.nonce = std::move(nonce),
               .type = FieldText(request, "media_type"),
               .totalBytes = ToNumber<std::uint64_t>(FieldText(request, "total_bytes"),
                                                     {400, 38, "total_bytes parameter is missing."})};
-  Demand(media.type.starts_with("image/"), {400, 324, "The media type is not supported."});
-  Demand(media.totalBytes <= kLargestImage, {400, 324, "Image file size must be <= 5242880 bytes"});
+  Require(media.type.starts_with("image/"), {400, 324, "The media type is not supported."});
+  Require(media.totalBytes <= kMaxImageSize, {400, 324, "Image file size must be <= 5242880 bytes"});
   const std::string id = std::to_string(++lastId_);
   media_.emplace(id, std::move(media));
   return JsonReply(202, {{"media_id", lastId_}, {"media_id_string", id}, {"expires_after_secs", 86400}});
@@ -192,32 +192,32 @@ Reply Twitter::Init(const ServiceRequest& request, Nonce nonce) {
 
 Twitter::Media& Twitter::FindMedia(const std::string& id) {
   const auto found = media_.find(id);
-  Demand(found != media_.end(), {400, 324, "Invalid mediaId."});
+  Require(found != media_.end(), {400, 324, "Invalid mediaId."});
   return found->second;
 }
 
-Reply Twitter::Append(const ServiceRequest& request) {
+Reply Twitter::AppendSegment(const ServiceRequest& request) {
   Media& media = FindMedia(FieldText(request, "media_id"));
   const int index =
       ToNumber<int>(FieldText(request, "segment_index"), {400, 38, "segment_index parameter is missing."});
   const FormPart* const part = request.Field("media");
-  Demand(part && part->content.Size() > 0, {400, 38, "media parameter is missing."});
-  Demand(!media.complete, {400, 324, "The media was finalized before."});
+  Require(part && part->content.Size() > 0, {400, 38, "media parameter is missing."});
+  Require(!media.complete, {400, 324, "The media was finalized before."});
   media.segments[index] = {part->content.Size(), part->content.Load()};
   return {.status = 204};
 }
 
-Reply Twitter::Finalize(const ServiceRequest& request) {
+Reply Twitter::FinalizeMedia(const ServiceRequest& request) {
   const std::string id = FieldText(request, "media_id");
   Media& media = FindMedia(id);
   std::uint64_t size = 0;
   int next = 0;
   for (const auto& [index, segment] : media.segments) {
-    Demand(index == next++, {400, 324, "A segment is missing."});
+    Require(index == next++, {400, 324, "A segment is missing."});
     size += segment.size;
   }
-  Demand(size == media.totalBytes, {400, 324, "Segments do not add up to provided total file size."});
-  Assemble(id, media);
+  Require(size == media.totalBytes, {400, 324, "Segments do not add up to provided total file size."});
+  AssembleSegments(id, media);
   return JsonReply(201, {{"media_id", ToNumber<std::uint64_t>(id, kBadSignature)},
                          {"media_id_string", id},
                          {"size", size},
@@ -225,8 +225,8 @@ Reply Twitter::Finalize(const ServiceRequest& request) {
                          {"image", {{"image_type", media.type}}}});
 }
 
-// The hash and the file stay empty when contents are only counted.
-void Twitter::Assemble(const std::string& id, Media& media) {
+// If the sandbox only counts large contents, the bytes are missing and hash and file remain empty.
+void Twitter::AssembleSegments(const std::string& id, Media& media) {
   Content whole(store_, store_.LargeContents());
   for (const auto& [index, segment] : media.segments) whole.Append(segment.bytes);
   whole.Finish();
@@ -237,9 +237,9 @@ void Twitter::Assemble(const std::string& id, Media& media) {
   media.file = store_.Keep(whole, id).string();
 }
 
-Reply Twitter::TellStatus(const ServiceRequest& request) {
+Reply Twitter::GetMediaStatus(const ServiceRequest& request) {
   Authenticate(request, kBadSignature);
-  Demand(request.Query("command") == "STATUS", {400, 38, "command parameter is missing."});
+  Require(request.Query("command") == "STATUS", {400, 38, "command parameter is missing."});
   const std::string id = request.Query("media_id");
   const Media& media = FindMedia(id);
   return JsonReply(200, {{"media_id_string", id},
@@ -248,19 +248,19 @@ Reply Twitter::TellStatus(const ServiceRequest& request) {
 
 // ---- Tweets ----
 
-Reply Twitter::Post(const ServiceRequest& request) {
+Reply Twitter::PostTweet(const ServiceRequest& request) {
   const OauthCheck check = Authenticate(request, kBadSignature);
   const Pairs form = request.Form();
   Tweet tweet{.id = {},
               .text = Find(form, "status").value_or(""),
               .mediaIds = Find(form, "media_ids").value_or(""),
               .user = check.tokenKey.substr(0, check.tokenKey.find('-'))};
-  Demand(!tweet.text.empty() || !tweet.mediaIds.empty(), {403, 170, "Missing required parameter: status."});
-  Demand(Characters(tweet.text) <= kLongestTweet, {403, 186, "Tweet needs to be a bit shorter."});
+  Require(!tweet.text.empty() || !tweet.mediaIds.empty(), {403, 170, "Missing required parameter: status."});
+  Require(CountCharacters(tweet.text) <= kMaxTweetLength, {403, 186, "Tweet needs to be a bit shorter."});
   for (const std::string& id : SplitIds(tweet.mediaIds))
-    Demand(FindMedia(id).complete, {400, 324, "The media was not finalized."});
-  Demand(std::ranges::find(tweets_, tweet.Content(), &Tweet::Content) == tweets_.end(),
-         {403, 187, "Status is a duplicate."});
+    Require(FindMedia(id).complete, {400, 324, "The media was not finalized."});
+  Require(std::ranges::find(tweets_, tweet.DuplicateKey(), &Tweet::DuplicateKey) == tweets_.end(),
+          {403, 187, "Status is a duplicate."});
   tweet.id = std::to_string(++lastId_);
   tweets_.push_back(tweet);
   return JsonReply(200, {{"id", lastId_},
@@ -271,13 +271,13 @@ Reply Twitter::Post(const ServiceRequest& request) {
 
 json::object Twitter::State() const {
   json::array media;
-  for (const auto& [id, one] : media_) {
+  for (const auto& [id, item] : media_) {
     media.push_back({{"id", id},
-                     {"type", one.type},
-                     {"size", one.totalBytes},
-                     {"complete", one.complete},
-                     {"sha256", one.sha256},
-                     {"file", one.file}});
+                     {"type", item.type},
+                     {"size", item.totalBytes},
+                     {"complete", item.complete},
+                     {"sha256", item.sha256},
+                     {"file", item.file}});
   }
   json::array tweets;
   for (const Tweet& tweet : tweets_) {

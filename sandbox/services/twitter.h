@@ -1,4 +1,4 @@
-// Stands in for the micro-blog: the sign-in, media that arrive in segments, and the tweets that show them.
+// Simulates Twitter: the sign-in with a PIN, chunked media uploads, and tweets.
 #pragma once
 
 #include <compare>
@@ -13,13 +13,13 @@
 
 namespace velk::sandbox {
 
-// Every consumer key and token is good, and its secret is its own text with "-secret" behind it; for one that
-// fills the line of its parameter (1004 and 1011 bytes) it is 1024 times the letter s. A sign-in's PIN is
-// 1234567; the authorize page shows it.
+// Accepts every consumer key and token. The secret is the key with the suffix "-secret". For a key of maximum
+// size (1004 bytes; a token 1011 bytes) the secret is 1024 times the letter s. The PIN of each sign-in is
+// 1234567. The authorize page shows it.
 class Twitter : public Service {
  public:
-  // A check that failed; becomes the service's error reply. The sign-in's have no code and are plain text.
-  struct Refusal {
+  // Thrown by a failed check. Code 0 selects a plain text reply, which the sign-in uses.
+  struct ApiError {
     int status;
     int code;
     const char* message;
@@ -28,49 +28,49 @@ class Twitter : public Service {
   explicit Twitter(Store& store) : store_(store) {}
 
   std::string Name() const override { return "twitter"; }
-  void Enter(Routes& routes) override;
+  void RegisterRoutes(Routes& routes) override;
   boost::json::object State() const override;
   void Reset() override;
 
  private:
   struct Segment {
     std::uint64_t size;
-    std::string bytes;  // fewer than the size when contents are only counted
+    std::string bytes;  // empty for large contents if the sandbox only counts them
   };
-  // What no two requests may share; in this order the set of them is sorted by age.
+  // Must be unique for each request. The timestamp is first, so that a set is in order of age.
   struct Nonce {
     std::string timestamp, consumerKey = {}, tokenKey = {}, nonce = {};
     auto operator<=>(const Nonce&) const = default;
   };
   struct Media {
-    Nonce nonce;  // of its INIT
+    Nonce nonce;  // of the INIT request
     std::string type;
     std::uint64_t totalBytes;
     std::map<int, Segment> segments = {};
     bool complete = false;
-    std::string sha256 = {}, file = {};  // once complete
+    std::string sha256 = {}, file = {};  // set when complete
   };
   struct Tweet {
     std::string id, text, mediaIds, user;
-    auto Content() const { return std::tie(user, text, mediaIds); }
+    auto DuplicateKey() const { return std::tie(user, text, mediaIds); }
   };
 
-  Reply GiveRequestToken(const ServiceRequest& request);
+  Reply IssueRequestToken(const ServiceRequest& request);
   Reply ShowPin(const ServiceRequest& request);
-  Reply GiveAccessToken(const ServiceRequest& request);
-  Reply TakeMedia(const ServiceRequest& request);
-  Reply Init(const ServiceRequest& request, Nonce nonce);
-  Reply Append(const ServiceRequest& request);
-  Reply Finalize(const ServiceRequest& request);
-  Reply TellStatus(const ServiceRequest& request);
-  Reply Post(const ServiceRequest& request);
+  Reply IssueAccessToken(const ServiceRequest& request);
+  Reply HandleMediaUpload(const ServiceRequest& request);
+  Reply InitMedia(const ServiceRequest& request, Nonce nonce);
+  Reply AppendSegment(const ServiceRequest& request);
+  Reply FinalizeMedia(const ServiceRequest& request);
+  Reply GetMediaStatus(const ServiceRequest& request);
+  Reply PostTweet(const ServiceRequest& request);
 
-  // Throws the refusal, after a word about it on the standard error stream, unless the signature is right.
-  OauthCheck Authenticate(const ServiceRequest& request, const Refusal& refusal,
+  // Throws the error if the signature is wrong, and logs the reason to the standard error stream.
+  OauthCheck Authenticate(const ServiceRequest& request, const ApiError& error,
                           const std::vector<std::string_view>& unsignedNames = {});
-  void RefuseRepeat(const ServiceRequest& request, const OauthCheck& check);
+  void RejectReusedNonce(const ServiceRequest& request, const OauthCheck& check);
   Media& FindMedia(const std::string& id);
-  void Assemble(const std::string& id, Media& media);
+  void AssembleSegments(const std::string& id, Media& media);
 
   Store& store_;
   std::set<std::string> requestTokens_;

@@ -1,5 +1,4 @@
-// The video service's present interface: resumable sessions, uploads into them, and changes of what they
-// made.
+// YouTube's current interface: resumable upload sessions, and updates of metadata.
 #include "services/youtube.h"
 
 #include <algorithm>
@@ -20,27 +19,27 @@ namespace json = boost::json;
 
 constexpr std::string_view kHost = "www.googleapis.com";
 constexpr std::string_view kGdataHost = "gdata.youtube.com";
-constexpr std::string_view kOwnHost = "127.0.0.1";
+constexpr std::string_view kSandboxHost = "127.0.0.1";
 constexpr std::string_view kUploadPath = "/upload/youtube/v3/videos";
 
-std::string Text(const json::object& object, std::string_view name) {
+std::string StringMember(const json::object& object, std::string_view name) {
   const json::value* const value = object.if_contains(name);
   return value && value->is_string() ? std::string(value->get_string()) : std::string();
 }
 
-json::object Member(const json::object& object, std::string_view name) {
+json::object ObjectMember(const json::object& object, std::string_view name) {
   const json::value* const value = object.if_contains(name);
   return value && value->is_object() ? value->get_object() : json::object();
 }
 
-json::object ReadJson(const Content& body) {
+json::object ParseJson(const Content& body) {
   const auto parsed = ParseLenientJson(body.Bytes());
-  Demand(parsed && parsed->is_object(), 400, "parseError", "Parse Error");
+  Require(parsed && parsed->is_object(), 400, "parseError", "Parse Error");
   return parsed->get_object();
 }
 
-// Characters of UTF-8 text: every byte that does not continue one.
-std::size_t Characters(std::string_view text) {
+// Counts the characters of UTF-8 text: all bytes except continuation bytes.
+std::size_t CountCharacters(std::string_view text) {
   return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
@@ -52,58 +51,59 @@ json::array ToJson(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-void Youtube::Enter(Routes& routes) {
-  const auto on = [&](std::string_view host, std::string_view method, std::string_view path, auto answer) {
-    routes.On(host, method, path,
-              Refusing([this, answer](const ServiceRequest& r) { return answer(*this, r); }, &ErrorReply));
+void Youtube::RegisterRoutes(Routes& routes) {
+  const auto add = [&](std::string_view host, std::string_view method, std::string_view path, auto handler) {
+    routes.Add(
+        host, method, path,
+        WithErrorReply([this, handler](const ServiceRequest& r) { return handler(*this, r); }, &ErrorReply));
   };
-  on(kHost, "POST", kUploadPath, std::mem_fn(&Youtube::Begin));
-  on(kHost, "PUT", kUploadPath, std::mem_fn(&Youtube::Upload));
-  on(kHost, "PUT", "/youtube/v3/videos", std::mem_fn(&Youtube::Update));
-  on(kGdataHost, "POST", "/action/GetUploadToken", std::mem_fn(&Youtube::GrantTicket));
-  on(kOwnHost, "POST", "/action/FormDataUpload/{ticket}", std::mem_fn(&Youtube::TakeForm));
-  routes.On(kHost, "GET", "/youtube/v3/videoCategories", Refusing(&Youtube::Category, &ErrorReply));
+  add(kHost, "POST", kUploadPath, std::mem_fn(&Youtube::StartSession));
+  add(kHost, "PUT", kUploadPath, std::mem_fn(&Youtube::UploadVideo));
+  add(kHost, "PUT", "/youtube/v3/videos", std::mem_fn(&Youtube::UpdateVideo));
+  add(kGdataHost, "POST", "/action/GetUploadToken", std::mem_fn(&Youtube::GetUploadToken));
+  add(kSandboxHost, "POST", "/action/FormDataUpload/{upload}", std::mem_fn(&Youtube::HandleFormUpload));
+  routes.Add(kHost, "GET", "/youtube/v3/videoCategories", WithErrorReply(&Youtube::GetCategory, &ErrorReply));
 }
 
-Youtube::Metadata Youtube::ReadMetadata(const json::object& body) {
+Youtube::Metadata Youtube::ParseMetadata(const json::object& body) {
   static constexpr std::string_view kPrivacies[] = {"public", "private", "unlisted"};
-  const json::object snippet = Member(body, "snippet");
-  Metadata metadata{Text(snippet, "title"),
-                    Text(snippet, "description"),
-                    Text(snippet, "categoryId"),
-                    Text(Member(body, "status"), "privacyStatus"),
+  const json::object snippet = ObjectMember(body, "snippet");
+  Metadata metadata{StringMember(snippet, "title"),
+                    StringMember(snippet, "description"),
+                    StringMember(snippet, "categoryId"),
+                    StringMember(ObjectMember(body, "status"), "privacyStatus"),
                     {}};
   std::size_t tagCharacters = 0;
   if (const json::value* const tags = snippet.if_contains("tags"); tags && tags->is_array()) {
     for (const json::value& tag : tags->get_array()) {
-      Demand(tag.is_string(), 400, "invalidTags", "The request metadata specifies invalid video keywords.");
+      Require(tag.is_string(), 400, "invalidTags", "The request metadata specifies invalid video keywords.");
       metadata.tags.emplace_back(tag.get_string());
-      tagCharacters += Characters(metadata.tags.back());
+      tagCharacters += CountCharacters(metadata.tags.back());
     }
   }
-  const std::size_t titleCharacters = Characters(metadata.title);
-  Demand(titleCharacters > 0 && titleCharacters <= 100, 400, "invalidTitle",
-         "The request metadata specifies an invalid or empty video title.");
-  Demand(metadata.description.size() <= 5000, 400, "invalidDescription",
-         "The request metadata specifies an invalid video description.");
-  Demand(AllDigits(metadata.categoryId), 400, "invalidCategoryId",
-         "The request metadata specifies an invalid category ID.");
-  Demand(std::ranges::find(kPrivacies, metadata.privacyStatus) != std::end(kPrivacies), 400,
-         "invalidVideoMetadata", "The request metadata specifies an invalid privacy status.");
-  Demand(tagCharacters <= 500, 400, "invalidTags", "The request metadata specifies invalid video keywords.");
+  const std::size_t titleCharacters = CountCharacters(metadata.title);
+  Require(titleCharacters > 0 && titleCharacters <= 100, 400, "invalidTitle",
+          "The request metadata specifies an invalid or empty video title.");
+  Require(metadata.description.size() <= 5000, 400, "invalidDescription",
+          "The request metadata specifies an invalid video description.");
+  Require(AllDigits(metadata.categoryId), 400, "invalidCategoryId",
+          "The request metadata specifies an invalid category ID.");
+  Require(std::ranges::find(kPrivacies, metadata.privacyStatus) != std::end(kPrivacies), 400,
+          "invalidVideoMetadata", "The request metadata specifies an invalid privacy status.");
+  Require(tagCharacters <= 500, 400, "invalidTags", "The request metadata specifies invalid video keywords.");
   return metadata;
 }
 
-Reply Youtube::Begin(const ServiceRequest& request) {
-  CheckToken(request);
-  Demand(request.Query("uploadType") == "resumable", 400, "badRequest", "Only resumable uploads are known.");
+Reply Youtube::StartSession(const ServiceRequest& request) {
+  RequireToken(request);
+  Require(request.Query("uploadType") == "resumable", 400, "badRequest", "Only resumable uploads are known.");
   const std::string declared = request.head.Header("X-Upload-Content-Length");
   std::uint64_t length = 0;
   const bool numeric =
       AllDigits(declared) &&
       std::from_chars(declared.data(), declared.data() + declared.size(), length).ec == std::errc();
-  Demand(numeric, 400, "badRequest", "X-Upload-Content-Length is not a number.");
-  Session session{length, ReadMetadata(ReadJson(request.received.body))};
+  Require(numeric, 400, "badRequest", "X-Upload-Content-Length is not a number.");
+  Session session{length, ParseMetadata(ParseJson(request.received.body))};
   const std::string id = RandomName(24);
   sessions_.emplace(id, std::move(session));
   return {.status = 200,
@@ -111,16 +111,16 @@ Reply Youtube::Begin(const ServiceRequest& request) {
                       "Location: https://" + std::string(kHost) + request.head.target + "&upload_id=" + id}};
 }
 
-Reply Youtube::Upload(const ServiceRequest& request) {
-  CheckToken(request);
+Reply Youtube::UploadVideo(const ServiceRequest& request) {
+  RequireToken(request);
   const auto session = sessions_.find(request.Query("upload_id"));
-  Demand(session != sessions_.end(), 404, "notFound", "The upload session does not exist.");
+  Require(session != sessions_.end(), 404, "notFound", "The upload session does not exist.");
   const Content& body = request.received.body;
-  Demand(body.Size() == session->second.length, 400, "badRequest",
-         "The upload's length differs from the one that was declared.");
+  Require(body.Size() == session->second.length, 400, "badRequest",
+          "The upload's length differs from the one that was declared.");
   const Video& video = Publish(std::move(session->second.metadata), body);
   sessions_.erase(session);
-  return JsonReply(200, Resource(video));
+  return JsonReply(200, VideoResource(video));
 }
 
 const Youtube::Video& Youtube::Publish(Metadata metadata, const Content& content) {
@@ -129,22 +129,22 @@ const Youtube::Video& Youtube::Publish(Metadata metadata, const Content& content
   return videos_.emplace_back(std::move(video));
 }
 
-// The named parts are replaced as a whole, so a body without tags removes them.
-Reply Youtube::Update(const ServiceRequest& request) {
-  CheckToken(request);
-  Demand(request.Query("part") == "snippet,status", 400, "unexpectedPart",
-         "Only snippet and status can change.");
-  Demand(request.head.Header("Content-Type").starts_with("application/json"), 400, "badRequest",
-         "The body's type is not supported.");
-  const json::object body = ReadJson(request.received.body);
-  const auto video = std::ranges::find(videos_, Text(body, "id"), &Video::id);
-  Demand(video != videos_.end(), 404, "videoNotFound",
-         "The video that you are trying to update cannot be found.");
-  video->metadata = ReadMetadata(body);
-  return JsonReply(200, Resource(*video));
+// An update replaces whole parts, so a body without tags removes the tags.
+Reply Youtube::UpdateVideo(const ServiceRequest& request) {
+  RequireToken(request);
+  Require(request.Query("part") == "snippet,status", 400, "unexpectedPart",
+          "Only snippet and status can change.");
+  Require(request.head.Header("Content-Type").starts_with("application/json"), 400, "badRequest",
+          "The body's type is not supported.");
+  const json::object body = ParseJson(request.received.body);
+  const auto video = std::ranges::find(videos_, StringMember(body, "id"), &Video::id);
+  Require(video != videos_.end(), 404, "videoNotFound",
+          "The video that you are trying to update cannot be found.");
+  video->metadata = ParseMetadata(body);
+  return JsonReply(200, VideoResource(*video));
 }
 
-json::object Youtube::Resource(const Video& video) {
+json::object Youtube::VideoResource(const Video& video) {
   const Metadata& metadata = video.metadata;
   return {{"kind", "youtube#video"},
           {"etag", '"' + video.sha256.substr(0, 16) + '"'},
@@ -180,7 +180,7 @@ json::object Youtube::State() const {
 
 void Youtube::Reset() {
   sessions_.clear();
-  tickets_.clear();
+  formUploads_.clear();
   videos_.clear();
 }
 

@@ -1,5 +1,4 @@
-// Stands in for the video service: resumable sessions and the older browser upload, the videos that they
-// make, and their metadata.
+// Simulates YouTube: resumable uploads, the older browser upload, and the metadata of the videos.
 #pragma once
 
 #include <map>
@@ -12,11 +11,11 @@ namespace velk::sandbox {
 
 class Youtube : public Service {
  public:
-  // The browser upload sends its forms to the sandbox's own address.
-  Youtube(Store& store, std::string address) : store_(store), address_(std::move(address)) {}
+  // The browser upload sends its forms to sandboxUrl.
+  Youtube(Store& store, std::string sandboxUrl) : store_(store), sandboxUrl_(std::move(sandboxUrl)) {}
 
   std::string Name() const override { return "youtube"; }
-  void Enter(Routes& routes) override;
+  void RegisterRoutes(Routes& routes) override;
   boost::json::object State() const override;
   void Reset() override;
 
@@ -35,29 +34,30 @@ class Youtube : public Service {
     std::uint64_t length;
     Metadata metadata;
   };
-  // What a form may be sent for: its address ends with the ticket, and the token has to go with it.
-  struct Ticket {
+  // A pending browser upload. The form must contain the token. The last segment of the form's URL is the
+  // map's key.
+  struct FormUpload {
     std::string token;
     Metadata metadata;
   };
 
-  Reply Begin(const ServiceRequest& request);
-  Reply Upload(const ServiceRequest& request);
-  Reply Update(const ServiceRequest& request);
-  static Metadata ReadMetadata(const boost::json::object& body);
-  static boost::json::object Resource(const Video& video);
+  Reply StartSession(const ServiceRequest& request);
+  Reply UploadVideo(const ServiceRequest& request);
+  Reply UpdateVideo(const ServiceRequest& request);
+  static Metadata ParseMetadata(const boost::json::object& body);
+  static boost::json::object VideoResource(const Video& video);
   const Video& Publish(Metadata metadata, const Content& content);
 
-  static Reply Category(const ServiceRequest& request);
+  static Reply GetCategory(const ServiceRequest& request);
 
-  Reply GrantTicket(const ServiceRequest& request);
-  Reply TakeForm(const ServiceRequest& request);
-  static Metadata ReadEntry(const Content& body);
+  Reply GetUploadToken(const ServiceRequest& request);
+  Reply HandleFormUpload(const ServiceRequest& request);
+  static Metadata ParseEntry(const Content& body);
 
   Store& store_;
-  const std::string address_;
+  const std::string sandboxUrl_;
   std::map<std::string, Session> sessions_;
-  std::map<std::string, Ticket> tickets_;
+  std::map<std::string, FormUpload> formUploads_;
   std::vector<Video> videos_;
 };
 

@@ -1,5 +1,5 @@
-// The video service's older interface: an Atom entry buys an address and a token, and a form with both brings
-// the file.
+// YouTube's older interface: the client sends an Atom entry, receives a URL and a token, and then posts a
+// form with the token and the file to that URL.
 #include <boost/property_tree/xml_parser.hpp>
 #include <sstream>
 
@@ -16,25 +16,25 @@ namespace tree = boost::property_tree;
 
 constexpr std::string_view kFormPath = "/action/FormDataUpload/";
 
-tree::ptree ReadXml(const Content& body) {
+tree::ptree ParseXml(const Content& body) {
   std::istringstream stream(body.Bytes());
   tree::ptree document;
   try {
     tree::read_xml(stream, document);
   } catch (const tree::xml_parser_error&) {
-    Demand(false, 400, "parseError", "The entry is not well-formed.");
+    Require(false, 400, "parseError", "The entry is not well-formed.");
   }
   return document;
 }
 
-void DemandAttribute(const tree::ptree& element, const std::string& name, const std::string& value) {
-  Demand(element.get("<xmlattr>." + name, "") == value, 400, "parseError",
-         "An attribute is not the right one.");
+void RequireAttribute(const tree::ptree& element, const std::string& name, const std::string& value) {
+  Require(element.get("<xmlattr>." + name, "") == value, 400, "parseError",
+          "An attribute is not the right one.");
 }
 
 std::string RequiredText(const tree::ptree& group, const std::string& name) {
   const std::string text = group.get(name, "");
-  Demand(!text.empty(), 400, "required", "The entry lacks a text.");
+  Require(!text.empty(), 400, "required", "The entry lacks a text.");
   return text;
 }
 
@@ -47,51 +47,51 @@ std::vector<std::string> SplitAtCommas(const std::string& text) {
 
 }  // namespace
 
-Youtube::Metadata Youtube::ReadEntry(const Content& body) {
-  const tree::ptree document = ReadXml(body);
+Youtube::Metadata Youtube::ParseEntry(const Content& body) {
+  const tree::ptree document = ParseXml(body);
   const auto entry = document.get_child_optional("entry");
-  Demand(entry.has_value(), 400, "parseError", "The document is no entry.");
-  DemandAttribute(*entry, "xmlns", "http://www.w3.org/2005/Atom");
-  DemandAttribute(*entry, "xmlns:media", "http://search.yahoo.com/mrss/");
-  DemandAttribute(*entry, "xmlns:yt", "http://gdata.youtube.com/schemas/2007");
+  Require(entry.has_value(), 400, "parseError", "The document is no entry.");
+  RequireAttribute(*entry, "xmlns", "http://www.w3.org/2005/Atom");
+  RequireAttribute(*entry, "xmlns:media", "http://search.yahoo.com/mrss/");
+  RequireAttribute(*entry, "xmlns:yt", "http://gdata.youtube.com/schemas/2007");
   const tree::ptree group = entry->get_child("media:group", {});
   Metadata metadata{RequiredText(group, "media:title"), RequiredText(group, "media:description"),
                     RequiredText(group, "media:category"), "public",
                     SplitAtCommas(RequiredText(group, "media:keywords"))};
-  DemandAttribute(group.get_child("media:category"), "scheme",
-                  "http://gdata.youtube.com/schemas/2007/categories.cat");
+  RequireAttribute(group.get_child("media:category"), "scheme",
+                   "http://gdata.youtube.com/schemas/2007/categories.cat");
   return metadata;
 }
 
-Reply Youtube::GrantTicket(const ServiceRequest& request) {
-  CheckToken(request);
+Reply Youtube::GetUploadToken(const ServiceRequest& request) {
+  RequireToken(request);
   const Head& head = request.head;
   const std::string key = head.Header("X-GData-Key");
-  Demand(key.starts_with("key=") && key.size() > 4, 403, "developerKey", "A developer key is required.");
-  Demand(head.Header("GData-Version") == "2", 400, "badRequest", "Only version 2 is known.");
-  Demand(head.Header("Content-Type").starts_with("application/atom+xml"), 415, "badRequest",
-         "The body is no Atom entry.");
-  Ticket ticket{RandomName(64), ReadEntry(request.received.body)};
+  Require(key.starts_with("key=") && key.size() > 4, 403, "developerKey", "A developer key is required.");
+  Require(head.Header("GData-Version") == "2", 400, "badRequest", "Only version 2 is known.");
+  Require(head.Header("Content-Type").starts_with("application/atom+xml"), 415, "badRequest",
+          "The body is no Atom entry.");
+  FormUpload upload{RandomName(64), ParseEntry(request.received.body)};
   const std::string name = RandomName(32);
-  const std::string body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><response><url>" + address_ +
-                           std::string(kFormPath) + name + "</url><token>" + ticket.token +
+  const std::string body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><response><url>" + sandboxUrl_ +
+                           std::string(kFormPath) + name + "</url><token>" + upload.token +
                            "</token></response>";
-  tickets_.emplace(name, std::move(ticket));
+  formUploads_.emplace(name, std::move(upload));
   return {.headers = {"Content-Type: application/xml; charset=UTF-8"}, .body = body};
 }
 
-Reply Youtube::TakeForm(const ServiceRequest& request) {
-  const auto ticket = tickets_.find(request.Place("ticket"));
-  Demand(ticket != tickets_.end(), 404, "notFound", "There is no such upload.");
+Reply Youtube::HandleFormUpload(const ServiceRequest& request) {
+  const auto upload = formUploads_.find(request.PathParameter("upload"));
+  Require(upload != formUploads_.end(), 404, "notFound", "There is no such upload.");
   const std::string next = request.Query("nexturl");
-  Demand(!next.empty(), 400, "badRequest", "The address to go on to is missing.");
+  Require(!next.empty(), 400, "badRequest", "The address to go on to is missing.");
   const FormPart* const token = request.Field("token");
-  Demand(token && token->content.Bytes() == ticket->second.token, 401, "authError",
-         "The token does not fit.");
+  Require(token && token->content.Bytes() == upload->second.token, 401, "authError",
+          "The token does not fit.");
   const FormPart* const file = request.Field("file");
-  Demand(file && file->content.Size() > 0, 400, "badRequest", "There is no file.");
-  const Video& video = Publish(std::move(ticket->second.metadata), file->content);
-  tickets_.erase(ticket);
+  Require(file && file->content.Size() > 0, 400, "badRequest", "There is no file.");
+  const Video& video = Publish(std::move(upload->second.metadata), file->content);
+  formUploads_.erase(upload);
   return {.status = 302, .headers = {"Location: " + next + "?status=200&id=" + video.id}};
 }
 

@@ -1,4 +1,4 @@
-// The video service's categories, under the titles that it shows in its English interface.
+// YouTube's video categories with their English titles.
 #include <algorithm>
 #include <boost/json/array.hpp>
 
@@ -49,13 +49,13 @@ constexpr NamedCategory kCategories[] = {
 
 }  // namespace
 
-Reply Youtube::Category(const ServiceRequest& request) {
+Reply Youtube::GetCategory(const ServiceRequest& request) {
   using namespace youtube;
   namespace json = boost::json;
-  CheckToken(request);
-  Demand(request.Query("part") == "snippet", 400, "unexpectedPart", "Only the snippet can be asked for.");
+  RequireToken(request);
+  Require(request.Query("part") == "snippet", 400, "unexpectedPart", "Only the snippet can be asked for.");
   const auto category = std::ranges::find(kCategories, request.Query("id"), &NamedCategory::id);
-  Demand(category != std::end(kCategories), 404, "videoCategoryNotFound", "The category cannot be found.");
+  Require(category != std::end(kCategories), 404, "videoCategoryNotFound", "The category cannot be found.");
   const json::object item{{"kind", "youtube#videoCategory"},
                           {"id", category->id},
                           {"snippet", {{"title", category->title}, {"assignable", true}}}};

@@ -1,4 +1,4 @@
-// How the stand-in video service refuses a request: a check that fails becomes the service's error reply.
+// Checks of YouTube requests. A failed check throws an error, which becomes the reply.
 #include "services/youtube_checks.h"
 
 #include <boost/json/array.hpp>
@@ -7,17 +7,17 @@ namespace velk::sandbox::youtube {
 
 namespace json = boost::json;
 
-Reply ErrorReply(const Refusal& refusal) {
-  const json::object detail{{"message", refusal.message}, {"domain", "youtube"}, {"reason", refusal.reason}};
+Reply ErrorReply(const ApiError& error) {
+  const json::object detail{{"message", error.message}, {"domain", "youtube"}, {"reason", error.reason}};
   return JsonReply(
-      refusal.status,
-      {{"error", {{"code", refusal.status}, {"message", refusal.message}, {"errors", json::array{detail}}}}});
+      error.status,
+      {{"error", {{"code", error.status}, {"message", error.message}, {"errors", json::array{detail}}}}});
 }
 
-void CheckToken(const ServiceRequest& request) {
+void RequireToken(const ServiceRequest& request) {
   const std::string token = request.BearerToken();
-  Demand(!token.empty() && token != "expired", 401, "authError", "Invalid Credentials");
-  Demand(token != "forbidden", 403, "forbidden", "The caller may not change videos of this channel.");
+  Require(!token.empty() && token != "expired", 401, "authError", "Invalid Credentials");
+  Require(token != "forbidden", 403, "forbidden", "The caller may not change videos of this channel.");
 }
 
 }  // namespace velk::sandbox::youtube

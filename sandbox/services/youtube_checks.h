@@ -1,25 +1,25 @@
-// How the stand-in video service refuses a request: a check that fails becomes the service's error reply.
+// Checks of YouTube requests. A failed check throws an error, which becomes the reply.
 #pragma once
 
 #include "kit/service.h"
 
 namespace velk::sandbox::youtube {
 
-// Thrown by a check.
-struct Refusal {
+// Thrown by a failed check.
+struct ApiError {
   int status;
   const char* reason;
   const char* message;
 };
 
-inline void Demand(bool holds, int status, const char* reason, const char* message) {
-  if (!holds) throw Refusal{status, reason, message};
+inline void Require(bool condition, int status, const char* reason, const char* message) {
+  if (!condition) throw ApiError{status, reason, message};
 }
 
-// Any bearer token will do, except two that show how a host meets refusals: "expired" is answered with 401
-// and "forbidden" with 403.
-void CheckToken(const ServiceRequest& request);
+// Accepts any bearer token. Two tokens select an error, for tests of a client's error handling: "expired"
+// selects status 401 and "forbidden" status 403.
+void RequireToken(const ServiceRequest& request);
 
-Reply ErrorReply(const Refusal& refusal);
+Reply ErrorReply(const ApiError& error);
 
 }  // namespace velk::sandbox::youtube
