@@ -19,7 +19,7 @@ if [[ $library == *.dll ]]; then
     part == "names" { print $2, address[$1] }')
   # The DLL must not require separate libraries of the compiler, libcurl or liboauth.
   foreign=$(sed -nE 's/^\tDLL Name: (.*)/\1/p' <<<"$dump" |
-    grep -viE '^(ADVAPI32|bcrypt|CRYPT32|KERNEL32|msvcrt|WLDAP32|WS2_32)\.dll$' || true)
+    grep -viE '^(ADVAPI32|bcrypt|CRYPT32|KERNEL32|msvcrt|WS2_32)\.dll$' || true)
   [[ -z $foreign ]] || { echo "imports libraries that are not part of Windows: $foreign"; exit 1; }
 else
   names=$(nm -D --defined-only "$library" | awk '{ print $3, $1 }')
