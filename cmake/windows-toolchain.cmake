@@ -7,7 +7,7 @@ set(CMAKE_C_COMPILER ${VELK_TRIPLE}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${VELK_TRIPLE}-g++-posix)
 set(CMAKE_RC_COMPILER ${VELK_TRIPLE}-windres)
 
-# The prefix that contains libcurl, liboauth and GoogleTest. It comes from -DVELK_WINDOWS_DEPS, from the
+# The prefix that contains libcurl, liboauth, OpenSSL and GoogleTest. It comes from -DVELK_WINDOWS_DEPS, from the
 # environment, or from the cache of scripts/windows-deps. The environment variable passes it on to the
 # projects of try_compile.
 if(NOT VELK_WINDOWS_DEPS)
@@ -24,10 +24,15 @@ if(NOT VELK_WINDOWS_DEPS)
   set(VELK_WINDOWS_DEPS "$ENV{VELK_WINDOWS_DEPS}")
 endif()
 
-# After a change of prefix, the paths cached from the previous prefix are stale.
+# After a change of prefix, what was found in the previous prefix is stale.
 if(DEFINED CACHE{VELK_WINDOWS_DEPS_USED} AND NOT VELK_WINDOWS_DEPS STREQUAL VELK_WINDOWS_DEPS_USED)
-  foreach(found CURL_DIR GTest_DIR OAuth_INCLUDE_DIR OAuth_LIBRARY VELK_BOOST_INCLUDE)
-    unset(${found} CACHE)
+  get_cmake_property(cached CACHE_VARIABLES)
+  list(FILTER cached EXCLUDE REGEX "^VELK_WINDOWS_DEPS")
+  foreach(name IN LISTS cached)
+    string(FIND "$CACHE{${name}}" "${VELK_WINDOWS_DEPS_USED}" position)
+    if(position EQUAL 0)
+      unset(${name} CACHE)
+    endif()
   endforeach()
 endif()
 set(VELK_WINDOWS_DEPS_USED "${VELK_WINDOWS_DEPS}" CACHE INTERNAL "")
@@ -37,6 +42,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# find_package(OpenSSL) then also links the libraries of Windows that OpenSSL requires.
+set(OPENSSL_USE_STATIC_LIBS ON)
 
 # Without the time stamp, builds are reproducible.
 set(VELK_LINK_FLAGS "-static -static-libgcc -static-libstdc++ -Wl,--no-insert-timestamp")
