@@ -1,15 +1,15 @@
-// Feeds each parser with hostile bytes. The inputs are copied to blocks of their exact size, so that the
-// sanitizers detect reads past the end.
+// Feeds the parsers of the library with hostile bytes. The inputs are copied to blocks of their exact size,
+// so that the sanitizers detect reads past the end.
 #include "fuzz/targets.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "facebook/facebook.h"
+#include "fuzz/sandbox_targets.h"
 #include "json/json.h"
 #include "twitter/twitter.h"
 #include "xml/xml.h"
@@ -17,10 +17,6 @@
 
 namespace velk::fuzz {
 namespace {
-
-void Demand(bool holds) {
-  if (!holds) std::abort();
-}
 
 // Returns the input followed by exactly one NUL, as a reply is stored in memory.
 std::vector<char> Text(std::string_view input) {
@@ -161,6 +157,12 @@ constexpr Target kTargets[] = {
     {"access_token", AccessToken},
     {"xml", Xml},
     {"token_reply", TokenReply},
+    {"sandbox_head", SandboxHead},
+    {"sandbox_body", SandboxBody},
+    {"sandbox_form", SandboxForm},
+    {"sandbox_query", SandboxQuery},
+    {"sandbox_json", SandboxJson},
+    {"sandbox_strings", SandboxStrings},
 };
 
 }  // namespace

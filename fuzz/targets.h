@@ -2,10 +2,16 @@
 // tests, which replay the corpus on every platform.
 #pragma once
 
+#include <cstdlib>
 #include <span>
 #include <string_view>
 
 namespace velk::fuzz {
+
+// Ends the program unless the condition holds, so that the fuzzer reports the input.
+inline void Demand(bool holds) {
+  if (!holds) std::abort();
+}
 
 struct Target {
   const char* name;  // also the name of its corpus folder

@@ -1,128 +1,117 @@
-// Runs the stand-in services, until told to stop or for as long as a given command runs.
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+// Runs the simulated services, until a signal ends them or for as long as a given command runs.
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
 
 #include "kit/control.h"
 #include "kit/exchange.h"
 #include "kit/options.h"
-#include "net/certificate.h"
+#include "kit/world.h"
+#include "net/platform.h"
 #include "services/all_services.h"
 
 namespace velk::sandbox {
 namespace {
 
-// The signals that the main thread waits for; no other thread ever sees them.
-sigset_t AwaitedSignals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&signals, number);
-  return signals;
+constexpr int kUsageError = 2;
+constexpr int kCannotStartCommand = 127;  // as a shell reports it
+
+class Program {
+ public:
+  explicit Program(const Options& options) : world_(context_, options) {
+    AddAllServices(world_.services, world_.store, world_.proxy.Url());
+  }
+
+  int Run();  // returns the exit status
+
+ private:
+  bool StartCommand();
+  void Announce() const;
+  void AwaitSignal();
+  void Stop(int status);
+
+  asio::io_context context_;
+  World world_;
+  asio::signal_set signals_{context_};
+  ParentWatch parent_;
+  std::optional<Command> command_;
+  int status_ = 0;
+};
+
+int Program::Run() {
+  for (const int number : EndingSignals()) signals_.add(number);
+  parent_ = EndWithParent(context_, [this] { Stop(1); });
+  // Connections that come early wait in the listeners' queues.
+  if (world_.options.command.empty())
+    Announce();
+  else if (!StartCommand())
+    return kCannotStartCommand;
+  AwaitSignal();
+  world_.proxy.Start([this](Stream& stream) { return ServeProxy(stream, world_); });
+  world_.control.Start([this](Stream& stream) { return ServeControl(stream, world_); });
+  context_.run();
+  return status_;
 }
 
-// A sandbox or a command left behind would hold its ports, so each ends with the process that started it.
-void EndWith(pid_t parent) {
-  ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-  if (::getppid() != parent) ::_exit(1);
-}
-
-[[noreturn]] void Become(char** command, const sigset_t& signals, pid_t parent) {
-  EndWith(parent);
-  ::sigprocmask(SIG_UNBLOCK, &signals, nullptr);
-  ::signal(SIGPIPE, SIG_DFL);
-  ::execvp(command[0], command);
-  std::fprintf(stderr, "velk-sandbox: %s: %s\n", command[0], std::strerror(errno));
-  ::_exit(127);
-}
-
-// Forks while there is only one thread; connections that come early wait in the listeners' queues.
-pid_t StartCommand(char** command, const World& world, const sigset_t& signals) {
-  ::setenv("VELK_SANDBOX_PROXY", world.proxy.Address().c_str(), 1);
-  ::setenv("VELK_SANDBOX_CONTROL", world.control.Address().c_str(), 1);
-  ::setenv("VELK_SANDBOX_STORE", world.store.Folder().c_str(), 1);
+bool Program::StartCommand() try {
+  const Command::Variables added{{"VELK_SANDBOX_PROXY", world_.proxy.Url()},
+                                 {"VELK_SANDBOX_CONTROL", world_.control.Url()},
+                                 {"VELK_SANDBOX_STORE", world_.store.Folder()}};
   // The machine's own proxy, or an exception from it, would lead the command past the services.
-  for (const char* name : {"http_proxy", "https_proxy", "all_proxy", "no_proxy", "HTTP_PROXY", "HTTPS_PROXY",
-                           "ALL_PROXY", "NO_PROXY"}) {
-    ::unsetenv(name);
-  }
-  const pid_t self = ::getpid();
-  const pid_t child = ::fork();
-  if (child == 0) Become(command, signals, self);
-  if (child < 0) throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
-  return child;
+  const std::vector<std::string> removed{"http_proxy", "https_proxy", "all_proxy", "no_proxy",
+                                         "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY", "NO_PROXY"};
+  command_.emplace(context_, world_.options.command, added, removed, [this](int status) { Stop(status); });
+  return true;
+} catch (const std::system_error& error) {
+  std::fprintf(stderr, "velk-sandbox: %s\n", error.what());
+  return false;
 }
 
-int AwaitCommand(pid_t child, const sigset_t& signals) {
-  for (;;) {
-    int number = 0;
-    ::sigwait(&signals, &number);
-    if (number != SIGCHLD) {
-      ::kill(child, number);
-      continue;
-    }
-    int status = 0;
-    if (::waitpid(child, &status, WNOHANG) != child) continue;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  }
-}
-
-int AwaitEnd(const sigset_t& signals) {
-  for (int number = SIGCHLD; number == SIGCHLD;) ::sigwait(&signals, &number);
-  return 0;
-}
-
-void Announce(const World& world) {
-  const boost::json::object line{{"proxy", world.proxy.Address()},
-                                 {"control", world.control.Address()},
-                                 {"store", world.store.Folder().string()}};
+void Program::Announce() const {
+  const boost::json::object line{
+      {"proxy", world_.proxy.Url()}, {"control", world_.control.Url()}, {"store", world_.store.Folder()}};
   std::printf("%s\n", boost::json::serialize(line).c_str());
   std::fflush(stdout);
 }
 
-int Run(const Options& options) {
-  const sigset_t signals = AwaitedSignals();
-  ::sigprocmask(SIG_BLOCK, &signals, nullptr);
-  ::signal(SIGPIPE, SIG_IGN);
-  EndWith(::getppid());
-  const TlsContext tls = MakeTlsContext(kServiceHosts);
-  World world{.store = {options.store, options.countOnly},
-              .proxy = Server(options.port),
-              .control = Server(options.controlPort),
-              .tls = tls.get(),
-              .verbose = options.verbose};
-  AddAllServices(world.services, world.store, world.proxy.Address());
-  const pid_t child = options.command ? StartCommand(options.command, world, signals) : 0;
-  world.proxy.Start([&](Stream& stream) { ServeProxy(stream, world); });
-  world.control.Start([&](Stream& stream) { ServeControl(stream, world); });
-  if (!child) Announce(world);
-  const int status = child ? AwaitCommand(child, signals) : AwaitEnd(signals);
-  world.control.Stop();
-  world.proxy.Stop();
-  return status;
+void Program::AwaitSignal() {
+  signals_.async_wait([this](const boost::system::error_code& error, int number) {
+    if (error) return;
+    if (!command_) return Stop(0);
+    command_->Forward(number);  // its end then ends this program
+    AwaitSignal();
+  });
+}
+
+// The context then runs out of work.
+void Program::Stop(int status) {
+  status_ = status;
+  signals_.cancel();
+  parent_.reset();
+  world_.control.Stop();
+  world_.proxy.Stop();
 }
 
 }  // namespace
 }  // namespace velk::sandbox
 
-int main(int, char** arguments) {
+int main(int count, char** values) {
   using namespace velk::sandbox;
   try {
-    const Options options = ParseOptions(arguments + 1);
-    if (!options.help) return Run(options);
-    std::fputs(kHelp, stdout);
+    const Options options = ParseOptions(Arguments(count, values));
+    if (options.help.empty()) return Program(options).Run();
+    std::fputs(options.help.c_str(), stdout);
     return 0;
-  } catch (const std::invalid_argument& error) {
-    std::fprintf(stderr, "velk-sandbox: %s\n%s", error.what(), kHelp);
-    return 2;
+  } catch (const UsageError& error) {
+    std::fprintf(stderr, "velk-sandbox: %s; --help lists the options\n", error.what());
+    return kUsageError;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "velk-sandbox: %s\n", error.what());
     return 1;

@@ -1,15 +1,12 @@
-// Bytes that arrived in a request: small ones kept in memory, large ones hashed and spooled to a file.
 #include "kit/content.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <array>
-#include <cerrno>
 #include <fstream>
 #include <iterator>
 #include <system_error>
+#include <utility>
 
+#include "net/files.h"
 #include "net/text.h"
 
 namespace velk::sandbox {
@@ -17,20 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void WriteAll(int file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(file, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) throw std::system_error(errno, std::generic_category(), "spool file");
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-}
-
-Descriptor CreateFile(const fs::path& path) {
-  Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-  if (file.Get() < 0) throw std::system_error(errno, std::generic_category(), path.string());
-  return file;
-}
+constexpr char kSpool[] = "spool";
 
 std::string Hex(const unsigned char* bytes, std::size_t size) {
   static constexpr char kDigits[] = "0123456789abcdef";
@@ -42,11 +26,14 @@ std::string Hex(const unsigned char* bytes, std::size_t size) {
   return text;
 }
 
-fs::path FreshFolder() {
-  for (;;) {
-    fs::path folder = fs::temp_directory_path() / ("velk-sandbox-" + RandomName(8));
-    if (fs::create_directory(folder)) return folder;
-  }
+fs::path TemporaryFolder() { return fs::temp_directory_path() / ("velk-sandbox-" + RandomName(12)); }
+
+// Not every file system has hard links.
+void Link(const fs::path& from, const fs::path& to) {
+  std::error_code failed;
+  fs::remove(to, failed);
+  fs::create_hard_link(from, to, failed);
+  if (failed) fs::copy_file(from, to);
 }
 
 }  // namespace
@@ -58,36 +45,58 @@ std::string Sha256Hex(std::string_view bytes) {
   return Hex(hash.data(), size);
 }
 
+SpoolFile::~SpoolFile() {
+  Close();
+  std::error_code ignored;
+  fs::remove(Path(), ignored);
+}
+
+Content::Content(Store& store, Large large) : store_(store), large_(large) {}
+
+Content::Content(Content&& other) noexcept
+    : store_(other.store_),
+      large_(other.large_),
+      size_(std::exchange(other.size_, 0)),
+      bytes_(std::exchange(other.bytes_, {})),
+      sha256_(std::move(other.sha256_)),
+      file_(std::move(other.file_)),
+      digest_(std::move(other.digest_)) {}
+
+Content::~Content() { store_.ReleaseMemory(bytes_.size()); }
+
 void Content::Append(std::string_view bytes) {
   const bool wasInMemory = InMemory();
   size_ += bytes.size();
-  if (wasInMemory && size_ <= kKeptInMemory) {
+  if (wasInMemory && size_ <= kLargestInMemory && store_.ReserveMemory(bytes.size())) {
     bytes_ += bytes;
     return;
   }
   if (wasInMemory) LeaveMemory();
+  if (size_ > kLargestInMemory) DropFile();
   Sink(bytes);
 }
 
+// A service reads small contents. So they are written to a file even where large ones are not.
 void Content::LeaveMemory() {
-  if (large_ != Large::kCountOnly) {
-    digest_.reset(EVP_MD_CTX_new());
-    EVP_DigestInit_ex(digest_.get(), EVP_sha256(), nullptr);
-  }
-  if (large_ == Large::kStore) {
-    file_ = store_->NextSpoolFile();
-    spool_ = CreateFile(file_);
-  }
+  digest_.reset(EVP_MD_CTX_new());
+  EVP_DigestInit_ex(digest_.get(), EVP_sha256(), nullptr);
+  file_ = store_.NewSpoolFile();
+  store_.ReleaseMemory(bytes_.size());
   Sink(std::exchange(bytes_, {}));
+}
+
+void Content::DropFile() {
+  if (large_ != Large::kStore) file_.reset();
+  if (large_ == Large::kCountOnly) digest_.reset();
 }
 
 void Content::Sink(std::string_view bytes) {
   if (digest_) EVP_DigestUpdate(digest_.get(), bytes.data(), bytes.size());
-  if (spool_.Get() >= 0) WriteAll(spool_.Get(), bytes);
+  if (file_) file_->Write(bytes);
 }
 
 void Content::Finish() {
-  spool_.Close();
+  if (file_) file_->Close();
   if (InMemory()) {
     sha256_ = Sha256Hex(bytes_);
   } else if (digest_) {
@@ -99,40 +108,53 @@ void Content::Finish() {
   }
 }
 
+std::string Content::File() const { return file_ ? ToUtf8(file_->Path()) : std::string(); }
+
 std::string Content::Load() const {
-  if (InMemory()) return bytes_;
-  std::ifstream file(file_, std::ios::binary);
+  if (InMemory() || !file_) return bytes_;
+  std::ifstream file(file_->Path(), std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-Store::Store(fs::path folder, bool countOnly)
-    : folder_(folder.empty() ? FreshFolder() : fs::absolute(folder)),
+std::string Content::Text() const { return size_ <= kLargestText ? Load() : std::string(); }
+
+// What a sandbox that was killed left in the spool is of no use any more.
+Store::Store(const fs::path& folder, bool countOnly)
+    : folder_(folder.empty() ? TemporaryFolder() : fs::absolute(folder)),
       temporary_(folder.empty()),
       countOnly_(countOnly) {
-  fs::create_directories(folder_ / "spool");
+  CreatePrivateFolder(folder_);
+  fs::remove_all(folder_ / kSpool);
+  CreatePrivateFolder(folder_ / kSpool);
 }
 
 Store::~Store() {
   std::error_code ignored;
-  fs::remove_all(temporary_ ? folder_ : folder_ / "spool", ignored);
+  fs::remove_all(temporary_ ? folder_ : folder_ / kSpool, ignored);
 }
 
-fs::path Store::NextSpoolFile() { return folder_ / "spool" / std::to_string(++spooled_); }
+std::string Store::Folder() const { return ToUtf8(folder_); }
 
-fs::path Store::Keep(const Content& content, const std::string& name) {
+std::unique_ptr<SpoolFile> Store::NewSpoolFile() {
+  return std::make_unique<SpoolFile>(folder_ / kSpool / std::to_string(++spooled_));
+}
+
+bool Store::ReserveMemory(std::size_t bytes) {
+  if (bytesInMemory_.fetch_add(bytes) + bytes <= kMemoryForContents) return true;
+  ReleaseMemory(bytes);
+  return false;
+}
+
+std::string Store::Keep(const Content& content, const std::string& name) {
+  if (!content.file_ && !content.InMemory()) return {};
   const fs::path path = folder_ / name;
-  if (content.InMemory()) {
-    WriteAll(CreateFile(path).Get(), content.Bytes());
-  } else if (!content.File().empty()) {
-    std::error_code noLink;
-    fs::create_hard_link(content.File(), path, noLink);
-    if (noLink) fs::copy_file(content.File(), path, fs::copy_options::overwrite_existing);
-  } else {
-    return {};
-  }
+  if (content.file_)
+    Link(content.file_->Path(), path);
+  else
+    PrivateFile(path).Write(content.Bytes());
   const std::lock_guard lock(mutex_);
   kept_.push_back(path);
-  return path;
+  return ToUtf8(path);
 }
 
 void Store::Clear() {
@@ -140,7 +162,6 @@ void Store::Clear() {
   std::error_code ignored;
   for (const fs::path& path : kept_) fs::remove(path, ignored);
   kept_.clear();
-  for (const auto& entry : fs::directory_iterator(folder_ / "spool", ignored)) fs::remove(entry, ignored);
 }
 
 }  // namespace velk::sandbox

@@ -1,4 +1,4 @@
-// Bytes that arrived in a request: small ones kept in memory, large ones hashed and spooled to a file.
+// Bytes that arrived in a request: small ones in memory, large ones hashed and written to a file.
 #pragma once
 
 #include <openssl/evp.h>
@@ -13,11 +13,14 @@
 #include <string_view>
 #include <vector>
 
-#include "net/descriptor.h"
+#include "net/private_file.h"
 
 namespace velk::sandbox {
 
-constexpr std::size_t kKeptInMemory = 256 * 1024;
+constexpr std::size_t kLargestInMemory = 64 * 1024;
+constexpr std::size_t kMemoryForContents =
+    64 * 1024 * 1024;  // beyond it, small contents are written to files too
+constexpr std::size_t kLargestText = 1024 * 1024;
 
 std::string Sha256Hex(std::string_view bytes);
 
@@ -26,60 +29,81 @@ enum class Large { kStore, kHashOnly, kCountOnly };
 
 class Store;
 
+// A file of the spool. The destructor removes it.
+class SpoolFile : public PrivateFile {
+ public:
+  using PrivateFile::PrivateFile;
+  SpoolFile(SpoolFile&&) = delete;
+  ~SpoolFile();
+};
+
 // One body, or one field of a form. It is appended to, finished once, and only read from then on.
 class Content {
  public:
-  Content(Store& store, Large large) : store_(&store), large_(large) {}
+  Content(Store& store, Large large);
+  Content(Content&& other) noexcept;
+  Content& operator=(Content&&) = delete;
+  ~Content();
 
-  void Append(std::string_view bytes);
+  void Append(std::string_view bytes);  // throws std::system_error when the file cannot be written
   void Finish();
 
   std::uint64_t Size() const { return size_; }
-  const std::string& Sha256() const { return sha256_; }        // empty for what was only counted
-  const std::string& Bytes() const { return bytes_; }          // empty for what left memory
-  const std::filesystem::path& File() const { return file_; }  // empty for what was not spooled
+  const std::string& Sha256() const { return sha256_; }  // empty for what was only counted
   bool InMemory() const { return size_ == bytes_.size(); }
-  std::string Load() const;  // all bytes, from wherever they are; empty for what was not kept
+  const std::string& Bytes() const { return bytes_; }  // empty for what is not in memory
+  std::string File() const;                            // its file's path in UTF-8; empty without a file
+  std::string Load() const;  // all bytes, from wherever they are; empty for what was only hashed or counted
+  std::string Text() const;  // the same, but empty for more than 1 MiB
 
  private:
+  friend class Store;
   struct FreeDigest {
     void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
   };
   void LeaveMemory();
+  void DropFile();
   void Sink(std::string_view bytes);
 
-  Store* store_;
-  Large large_;
+  Store& store_;
+  const Large large_;
   std::uint64_t size_ = 0;
   std::string bytes_;
   std::string sha256_;
-  std::filesystem::path file_;
-  Descriptor spool_;
+  std::unique_ptr<SpoolFile> file_;
   std::unique_ptr<EVP_MD_CTX, FreeDigest> digest_;
 };
 
-// The folder of everything that arrived: media under the names that the services gave them, and a spool.
+// The folder of everything that arrived: media under the names that the services gave them, and a spool. The
+// user alone can read it.
 class Store {
  public:
-  // An empty folder stands for a fresh temporary one, removed at the end.
-  Store(std::filesystem::path folder, bool countOnly);
+  // An empty path is a new temporary folder, removed at the end. Throws std::system_error, with the path in its
+  // message, when the folder cannot be used.
+  Store(const std::filesystem::path& folder, bool countOnly);
   ~Store();
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  const std::filesystem::path& Folder() const { return folder_; }
+  std::string Folder() const;  // in UTF-8
   Large LargeContents() const { return countOnly_ ? Large::kCountOnly : Large::kStore; }
-  std::filesystem::path NextSpoolFile();
 
-  // Puts the content into the folder under that name; an empty path when only its size is known.
-  std::filesystem::path Keep(const Content& content, const std::string& name);
-  void Clear();  // removes the spool and all that was kept
+  // Puts the content into the folder under that name. Returns the file's path in UTF-8, or an empty string when
+  // only the content's size is known.
+  std::string Keep(const Content& content, const std::string& name);
+  void Clear();  // removes all that was kept
 
  private:
+  friend class Content;
+  std::unique_ptr<SpoolFile> NewSpoolFile();
+  bool ReserveMemory(std::size_t bytes);
+  void ReleaseMemory(std::size_t bytes) { bytesInMemory_ -= bytes; }
+
   std::filesystem::path folder_;
   bool temporary_;
   bool countOnly_;
   std::atomic<unsigned> spooled_{0};
+  std::atomic<std::size_t> bytesInMemory_{0};
   std::mutex mutex_;
   std::vector<std::filesystem::path> kept_;
 };

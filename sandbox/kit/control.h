@@ -1,48 +1,54 @@
-// The control address: scripts go in, and everything that arrived at the services comes back, as JSON.
+// The control URL: scripts go in, and everything that arrived at the services comes back, as JSON.
 //
-//   POST /scripts    a script (below); answers {"id": N}
-//   GET /scripts     [{"id", "matched": requests that took it, "fired": [faults that really happened]}]
-//   GET /requests    every request since the last reset, in order of arrival: id, scheme, host, method,
-//                    target (origin form), rawHead (byte for byte), headers (lines), connectHead (of its
-//                    tunnel), connection (a number), connectionOpen (still), scripted, status (answered;
-//                    0: none yet or none at all), bodyReceived (so far), bodyComplete, and once complete:
-//                    body, bodySize, bodySha256, bodyFile and fields [{name, fileName, contentType, size,
-//                    sha256, content, file}]. Contents above 256 KiB come as a file instead; with
-//                    --count-only neither they nor their hash exist.
+//   POST /scripts    a script (below); returns {"id": N}
+//   GET /scripts     [{"id", "matched": requests that it applied to, "fired": [faults that took effect]}]
+//   GET /requests    the newest requests since the last reset (20,000 by default), in order of arrival: id (a
+//                    count), scheme, host, method, target (origin form), rawHead (byte for byte), headers (lines),
+//                    connectHead (of its tunnel), connection (a number), connectionOpen (still), scripted, status
+//                    (of the reply; 0 while there is none, or when none was sent), bodyReceived (bytes so far),
+//                    bodyComplete, and for a complete one body, bodySize, bodySha256, bodyFile and fields [{name,
+//                    fileName, contentType, size, sha256, content, file}]. A content above 64 KiB is a file
+//                    instead, and so is any other one while 64 MiB of contents are in memory. With --count-only,
+//                    neither file nor hash exists of one above 64 KiB.
+//   GET /totals      {"requests", "kept": those that GET /requests returns, "bodyBytes"} since the last reset
 //   GET /state       one member for each service
-//   GET /ca.pem      the certificate of the stand-in services, for clients that verify it
+//   GET /ca.pem      the certificate of the authority, for clients that verify the simulated services
 //   POST /sha256     {"sha256": hexadecimal hash of the posted body}
-//   POST /reset      forgets requests, scripts, service state and stored files, and drops connections that
-//                    still hang on a fault; DELETE /requests does the same
+//   POST /reset      removes requests, scripts, service state and stored files, and drops connections that a fault
+//                    keeps; DELETE /requests does the same
 //
-// Texts carry bytes: byte 0x00 to 0xFF is the code point U+0000 to U+00FF, in both directions.
+// A refused command returns {"error": why}: with status 400 for a bad script, 403 for a page of another origin, 404
+// for an unknown command, 413 for a body of more than 1 MiB.
 //
-// A script applies to the next `times` (1; 0: all) requests that match its `host`, `method` and `path`
-// (without the query; a final '*' stands for any rest). With `kept` it applies only to those that come over a
-// connection which is kept from an earlier request. Scripts are taken in the order of their arrival.
-// The reply is `status`, `reason`, `headers` (lines, in order) and `body`; Content-Length is added unless a
-// header frames the body. `passThrough` lets the service answer instead. The faults:
+// Strings are UTF-8. Other bytes are in a member NAMEBase64 beside the member NAME, in both directions.
+//
+// A script applies to the next `times` (1; 0: all) requests that match its `host`, `method` and `path` (without the
+// query; a final '*' matches any suffix). With `kept` it applies only to those over a connection that is kept from
+// an earlier request. Scripts apply in the order of their arrival. The reply is `status`, `reason`, `headers`
+// (lines, in order) and `body`, which is repeated up to `bodySize` bytes. Content-Length is added unless a header
+// frames the body. With `passThrough`, the service replies instead. The faults:
 //   delayMs           wait before the reply
-//   answerEarly       reply on the head alone (or after stopReadingAfter bytes), then swallow the body
-//   cutAfter          send so many bytes of the reply, head included, and end the connection in order for
-//                     TCP, but without TLS's closing notice
+//   answerEarly       reply after the head (or after stopReadingAfter bytes), then discard the body
+//   cutAfter          send N bytes of the reply, including the head, and end the connection: in order for TCP, but
+//                     without TLS's closing notice
 //   cutBodyAfter      the same, counted from the first byte of the body
-//   reset             break off with RST: at the cut, or instead of any reply (a passed-through request has
-//                     had its effect by then)
-//   stopReadingAfter  take so many bytes of the body, then stall; with a cut or reset, break off instead
-//   readSlowly        read the body at so many bytes a second
-//   neverAnswer       stall until the client goes away
+//   reset             send RST: at the cut, or instead of any reply (a passed-through request has taken effect by
+//                     then)
+//   stopReadingAfter  read N bytes of the body, then stall; with a cut or a reset, end there instead
+//   readSlowly        read N bytes of the body a second
+//   neverAnswer       stall until the client disconnects
 //   noContentLength   the body ends with the connection, which closes properly
-//   hangUp            end the connection after the reply, properly, but without having announced it
-//   certificateName   on a CONNECT: present a certificate for this host name alone
-//   refuseConnect     answer the CONNECT itself with this status; short for method "CONNECT" with a status.
-//                     All faults work there too.
+//   hangUp            close the connection properly after the reply, without announcing it
+//   certificateName   on a CONNECT: present a certificate of an unknown authority for this host name alone
+//   refuseConnect     reply to the CONNECT itself with this status; short for method "CONNECT" with a status. All
+//                     faults work there too.
 #pragma once
 
-#include "kit/exchange.h"
+#include "kit/world.h"
+#include "net/stream.h"
 
 namespace velk::sandbox {
 
-void ServeControl(Stream& stream, World& world);
+awaitable<void> ServeControl(Stream& stream, World& world);
 
 }  // namespace velk::sandbox

@@ -1,5 +1,9 @@
-// Every request that arrived, in order, as the control address gives it back.
 #include "kit/journal.h"
+
+#include <boost/json/array.hpp>
+#include <boost/json/serialize.hpp>
+
+#include "kit/byte_strings.h"
 
 namespace velk::sandbox {
 namespace {
@@ -19,7 +23,7 @@ json::object ToJson(const FormPart& part) {
                      {"size", part.content.Size()},
                      {"sha256", part.content.Sha256()}};
   if (part.content.InMemory()) field["content"] = part.content.Bytes();
-  if (!part.content.File().empty()) field["file"] = part.content.File().string();
+  if (!part.content.File().empty()) field["file"] = part.content.File();
   return field;
 }
 
@@ -30,7 +34,7 @@ void Entry::SetReceived(std::shared_ptr<const Received> received) {
   received_ = std::move(received);
 }
 
-json::object Entry::ToJson(std::size_t id) const {
+json::object Entry::ToJson(std::uint64_t id) const {
   const std::lock_guard lock(mutex_);
   json::object entry{{"id", id},
                      {"scheme", scheme},
@@ -51,7 +55,7 @@ json::object Entry::ToJson(std::size_t id) const {
   entry["bodySize"] = body.Size();
   entry["bodySha256"] = body.Sha256();
   if (body.InMemory()) entry["body"] = body.Bytes();
-  if (!body.File().empty()) entry["bodyFile"] = body.File().string();
+  if (!body.File().empty()) entry["bodyFile"] = body.File();
   json::array fields;
   for (const FormPart& part : received_->fields) fields.push_back(sandbox::ToJson(part));
   entry["fields"] = std::move(fields);
@@ -60,29 +64,43 @@ json::object Entry::ToJson(std::size_t id) const {
 
 void Journal::Add(std::shared_ptr<Entry> entry) {
   const std::lock_guard lock(mutex_);
+  ++total_;
   entries_.push_back(std::move(entry));
+  if (entries_.size() > limit_) entries_.pop_front();
 }
 
-json::array Journal::ToJson() const {
-  const std::lock_guard lock(mutex_);
-  json::array requests;
-  for (const auto& entry : entries_) {
-    requests.push_back(entry->ToJson(requests.size() + 1));
+// Entries are serialized one by one: all of them as one tree would take several times the memory of the text.
+std::string Journal::ToJson() const {
+  std::unique_lock lock(mutex_);
+  const auto entries = entries_;
+  std::uint64_t id = total_ - entries.size();
+  lock.unlock();
+  std::string text = "[";
+  for (const auto& entry : entries) {
+    if (text.size() > 1) text += ',';
+    text += json::serialize(ToText(entry->ToJson(++id)));
   }
-  return requests;
+  return text += ']';
+}
+
+json::object Journal::Totals() const {
+  const std::lock_guard lock(mutex_);
+  return {{"requests", total_}, {"kept", entries_.size()}, {"bodyBytes", bytes_.load()}};
 }
 
 void Journal::Clear() {
   const std::lock_guard lock(mutex_);
   entries_.clear();
+  total_ = 0;
+  bytes_ = 0;
 }
 
 // The parts of a large form are stored one by one, so its body as a whole is only hashed.
-Intake::Intake(Store& store, const Head& head) : body_(store, store.LargeContents()) {
-  const auto boundary = FormBoundary(head.Header("Content-Type"));
-  if (!boundary) return;
-  form_.emplace(store, *boundary);
-  if (store.LargeContents() == Large::kStore) body_ = Content(store, Large::kHashOnly);
+Intake::Intake(Store& store, const Head& head)
+    : boundary_(FormBoundary(head.Header("Content-Type"))),
+      body_(store,
+            boundary_ && store.LargeContents() == Large::kStore ? Large::kHashOnly : store.LargeContents()) {
+  if (boundary_) form_.emplace(store, *boundary_);
 }
 
 void Intake::Append(std::string_view bytes) {

@@ -1,12 +1,14 @@
-// Every request that arrived, in order, as the control address gives it back.
+// Every request that arrived, in order, as the control URL returns it.
 #pragma once
 
 #include <atomic>
-#include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,19 +18,19 @@
 
 namespace velk::sandbox {
 
-// A body that is complete, with its form's fields when it is a multipart form.
+// A complete body, and the fields of a multipart form.
 struct Received {
   Content body;
   std::vector<FormPart> fields;
 };
 
-// The connection that requests came over. It is open until the sandbox has seen its end.
+// The connection that carried requests. It is open until the sandbox has seen its end.
 struct Connection {
   const std::uint64_t id;
   std::atomic<bool> open{true};
 };
 
-// One request. The head never changes; the rest is filled in while the request is served.
+// One request. The head never changes. The rest is filled in while the request is served.
 class Entry {
  public:
   Entry(Head requestHead, std::string requestScheme, std::string tunnelHead,
@@ -47,22 +49,30 @@ class Entry {
   std::atomic<int> status{0};
 
   void SetReceived(std::shared_ptr<const Received> received);
-  boost::json::object ToJson(std::size_t id) const;
+  boost::json::object ToJson(std::uint64_t id) const;  // its strings may hold any bytes
 
  private:
   mutable std::mutex mutex_;
   std::shared_ptr<const Received> received_;
 };
 
+// Holds the newest exchanges, and counts all since the last reset.
 class Journal {
  public:
+  explicit Journal(std::size_t limit) : limit_(limit) {}
+
   void Add(std::shared_ptr<Entry> entry);
-  boost::json::array ToJson() const;
+  void CountBytes(std::uint64_t bytes) { bytes_ += bytes; }
+  std::string ToJson() const;  // an array, complete as text
+  boost::json::object Totals() const;
   void Clear();
 
  private:
+  const std::size_t limit_;
   mutable std::mutex mutex_;
-  std::vector<std::shared_ptr<Entry>> entries_;
+  std::deque<std::shared_ptr<Entry>> entries_;
+  std::uint64_t total_ = 0;
+  std::atomic<std::uint64_t> bytes_ = 0;
 };
 
 // Collects one body while it arrives.
@@ -73,6 +83,7 @@ class Intake {
   std::shared_ptr<const Received> Finish();  // throws BadRequest when a form ends before its last delimiter
 
  private:
+  const std::optional<std::string> boundary_;
   std::optional<MultipartParser> form_;
   Content body_;
 };

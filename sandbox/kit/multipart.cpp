@@ -10,6 +10,7 @@ namespace velk::sandbox {
 namespace {
 
 constexpr std::size_t kMaxPartHeadSize = 64 * 1024;
+constexpr std::size_t kMaxParts = 1000;  // a part needs more memory than its bytes in the request
 
 // The value of a parameter such as name="photo", which follows the first semicolon of a header. A quoted
 // value ends at the next quote, because clients send an inner quote as %22 and do not escape backslashes.
@@ -127,16 +128,15 @@ bool MultipartParser::FeedHeaders(std::string_view& bytes) {
   const std::size_t oldSize = pending_.size();
   pending_ += bytes.substr(0, kMaxPartHeadSize);
   const std::size_t end = pending_.find("\r\n\r\n", oldSize < 3 ? 0 : oldSize - 3);
-  if (end == std::string::npos) {
-    if (pending_.size() > kMaxPartHeadSize) throw BadRequest();
-    bytes = {};
-    return false;
-  }
+  if (end != std::string::npos) pending_.resize(end + 4);
+  if (pending_.size() > kMaxPartHeadSize) throw BadRequest();
+  if (end == std::string::npos) return false;
   bytes.remove_prefix(end + 4 - oldSize);
   const std::string head = pending_.substr(2, end < 2 ? 0 : end - 2);
   pending_.clear();
   state_ = State::kContent;
   const std::string_view disposition = HeaderValue(head, "Content-Disposition");
+  if (parts_.size() == kMaxParts) throw BadRequest();
   parts_.push_back({HeaderParameter(disposition, "name"), HeaderParameter(disposition, "filename"),
                     std::string(HeaderValue(head, "Content-Type")), Content(store_, store_.LargeContents())});
   return true;

@@ -1,73 +1,62 @@
-// The command line of velk-sandbox.
 #include "kit/options.h"
 
-#include <charconv>
-#include <map>
-#include <stdexcept>
-#include <string_view>
+#include <CLI/CLI.hpp>
+#include <algorithm>
 
 namespace velk::sandbox {
 namespace {
 
-std::uint16_t Port(std::string_view text) {
-  std::uint16_t port = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-  if (error != std::errc() || end != text.data() + text.size()) {
-    throw std::invalid_argument("not a port: " + std::string(text));
-  }
-  return port;
-}
+constexpr char kDescription[] =
+    R"(Simulates Facebook, Twitter and YouTube on the loopback: an HTTP proxy that serves their hosts, and a
+control URL that scripts replies and returns what arrived.)";
 
-struct Option {
-  bool takesValue;
-  void (*set)(Options& options, std::string_view value);
-};
-
-const std::map<std::string_view, Option> kOptions = {
-    {"--port", {true, [](Options& o, std::string_view v) { o.port = Port(v); }}},
-    {"--control-port", {true, [](Options& o, std::string_view v) { o.controlPort = Port(v); }}},
-    {"--store", {true, [](Options& o, std::string_view v) { o.store = v; }}},
-    {"--count-only", {false, [](Options& o, std::string_view) { o.countOnly = true; }}},
-    {"--verbose", {false, [](Options& o, std::string_view) { o.verbose = true; }}},
-    {"--help", {false, [](Options& o, std::string_view) { o.help = true; }}},
-};
+constexpr char kFooter[] =
+    R"(Without a command, it prints its URLs as one line of JSON, and runs until SIGINT, SIGTERM or the end of its
+parent. With a command, it runs the command with VELK_SANDBOX_PROXY, VELK_SANDBOX_CONTROL and VELK_SANDBOX_STORE
+in the environment, without the variables that name other proxies, and exits with the command's status.)";
 
 }  // namespace
 
-const char kHelp[] =
-    R"(usage: velk-sandbox [--port N] [--control-port N] [--store DIR] [--count-only] [--verbose]
-                    [-- COMMAND ARGS...]
-
-Stands in for the services that Velk Upload publishes to: an HTTP proxy on the loopback address that
-answers for their hosts, and a control address that scripts replies and gives back what arrived.
-
-  --port N          the proxy's port (default: any free one)
-  --control-port N  the control address's port (default: any free one)
-  --store DIR       keep uploaded media here (default: a temporary folder, removed at the end)
-  --count-only      only count contents above 256 KiB, neither hashing nor storing them
-  --verbose         tell about every request on the standard error stream
-
-Without a command it prints its addresses as one line of JSON and runs until SIGINT, SIGTERM or the end
-of its parent. With a command it runs that with VELK_SANDBOX_PROXY, VELK_SANDBOX_CONTROL and
-VELK_SANDBOX_STORE in its environment, without the names of other proxies, and exits with its status.
-)";
-
-Options ParseOptions(char** arguments) {
+Options ParseOptions(const std::vector<std::string>& arguments) {
+  const auto separator = std::ranges::find(arguments, "--");
+  const bool hasCommand = separator != arguments.end();
+  // A command reads the ports from its environment, so that several can run at the same time.
   Options options;
-  for (; *arguments; ++arguments) {
-    const std::string_view name = *arguments;
-    if (name == "--") {
-      if (!arguments[1]) throw std::invalid_argument("no command behind --");
-      options.command = arguments + 1;
-      break;
-    }
-    const auto option = kOptions.find(name);
-    if (option == kOptions.end()) throw std::invalid_argument("unknown option: " + std::string(name));
-    if (option->second.takesValue && !arguments[1]) {
-      throw std::invalid_argument(std::string(name) + " needs a value");
-    }
-    option->second.set(options, option->second.takesValue ? *++arguments : "");
+  options.port = hasCommand ? 0 : kProxyPort;
+  options.controlPort = hasCommand ? 0 : kControlPort;
+  CLI::App app(kDescription, "velk-sandbox [-- COMMAND ARGUMENTS...]");
+  app.footer(kFooter);
+  app.get_formatter()->column_width(28);
+  app.add_option("--port", options.port,
+                 "Port of the proxy; 0 is any free one (default: 8470, or any free one with a command)");
+  app.add_option(
+      "--control-port", options.controlPort,
+      "Port of the control URL; 0 is any free one (default: 8471, or any free one with a command)");
+  app.add_option("--store", options.store,
+                 "Folder that keeps what was uploaded (default: a temporary one, removed at the end)");
+  app.add_option(
+      "--ca-dir", options.caDir,
+      "Folder that keeps the authority of the certificates between starts (default: a new authority)");
+  app.add_option("--journal", options.journal, "How many of the newest requests to keep")
+      ->capture_default_str();
+  app.add_option("--slow-network", options.slowNetwork,
+                 "Read uploads at this rate in bytes a second, through the smallest receive window");
+  app.add_flag("--count-only", options.countOnly,
+               "Only count contents above 64 KiB, neither hash nor store them");
+  app.add_flag("--verbose", options.verbose, "Report every request on the standard error stream");
+
+  std::vector<std::string> own(arguments.begin(), separator);
+  std::ranges::reverse(own);  // as the parser takes them
+  try {
+    app.parse(own);
+  } catch (const CLI::CallForHelp&) {
+    options.help = app.help();
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(error.what());
   }
+  if (!hasCommand) return options;
+  options.command.assign(separator + 1, arguments.end());
+  if (options.command.empty()) throw UsageError("no command after --");
   return options;
 }
 

@@ -1,6 +1,6 @@
-// Prepared replies and faults for the next requests that match, and the account of what they did.
 #include "kit/script.h"
 
+#include <boost/system/system_error.hpp>
 #include <map>
 #include <stdexcept>
 
@@ -11,7 +11,7 @@ namespace {
 
 namespace json = boost::json;
 
-std::string Text(const json::value& value) { return BytesFromUtf8(value.as_string()); }
+std::string Text(const json::value& value) { return std::string(value.as_string()); }
 
 std::uint64_t Number(const json::value& value) { return value.to_number<std::uint64_t>(); }
 
@@ -33,6 +33,8 @@ void PresentCertificate(ScriptText& script, const json::value& name) {
   script.certificateName = Text(name);
 }
 
+constexpr std::uint64_t kLargestReply = 64 * 1024 * 1024;
+
 using Setter = void (*)(ScriptText&, const json::value&);
 
 const std::map<std::string_view, Setter> kMembers = {
@@ -45,6 +47,7 @@ const std::map<std::string_view, Setter> kMembers = {
     {"reason", [](ScriptText& s, const json::value& v) { s.reply.reason = Text(v); }},
     {"headers", [](ScriptText& s, const json::value& v) { s.reply.headers = Lines(v); }},
     {"body", [](ScriptText& s, const json::value& v) { s.reply.body = Text(v); }},
+    {"bodySize", [](ScriptText& s, const json::value& v) { s.bodySize = Number(v); }},
     {"passThrough", [](ScriptText& s, const json::value& v) { s.passThrough = v.as_bool(); }},
     {"delayMs", [](ScriptText& s, const json::value& v) { s.delayMs = Number(v); }},
     {"answerEarly", [](ScriptText& s, const json::value& v) { s.answerEarly = v.as_bool(); }},
@@ -59,6 +62,17 @@ const std::map<std::string_view, Setter> kMembers = {
     {"certificateName", PresentCertificate},
     {"refuseConnect", RefuseConnect},
 };
+
+// Repeats the body until it has the requested size.
+void Extend(std::string& body, std::uint64_t size) {
+  if (size > kLargestReply)
+    throw std::invalid_argument("bodySize: more than " + std::to_string(kLargestReply));
+  if (body.empty()) body = "x";
+  std::string extended;
+  extended.reserve(size);
+  while (extended.size() < size) extended += body.substr(0, size - extended.size());
+  body = std::move(extended);
+}
 
 bool MatchesPath(std::string_view wanted, std::string_view path) {
   if (wanted.ends_with('*')) return path.starts_with(wanted.substr(0, wanted.size() - 1));
@@ -75,10 +89,14 @@ ScriptText ParseScript(const json::object& posted) {
     if (setter == kMembers.end()) throw std::invalid_argument("unknown member: " + name);
     try {
       setter->second(script, member.value());
+    } catch (const boost::system::system_error& error) {
+      throw std::invalid_argument(name + ": " +
+                                  error.code().message());  // what() names a file of the library
     } catch (const std::exception& error) {
       throw std::invalid_argument(name + ": " + error.what());
     }
   }
+  if (script.bodySize) Extend(script.reply.body, *script.bodySize);
   if (script.passThrough && (script.answerEarly || script.stopReadingAfter)) {
     throw std::invalid_argument("passThrough needs the whole body: not with answerEarly or stopReadingAfter");
   }

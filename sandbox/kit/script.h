@@ -17,7 +17,7 @@
 
 namespace velk::sandbox {
 
-// A script as it was posted; control.h says what each member does.
+// A script as it was posted; control.h describes each member.
 struct ScriptText {
   std::string host;
   std::string method;
@@ -25,6 +25,7 @@ struct ScriptText {
   bool kept = false;
   std::uint64_t times = 1;
   Reply reply;
+  std::optional<std::uint64_t> bodySize;
   bool passThrough = false;
   std::uint64_t delayMs = 0;
   bool answerEarly = false;
@@ -53,7 +54,7 @@ class Script : public ScriptText {
   void Fired(const char* fault);
   boost::json::object Report() const;
 
-  // Whether it ends the exchange right behind the part of the body that it lets in.
+  // Whether it ends the exchange after the part of the body that it reads.
   bool BreaksOff() const { return answerEarly || reset || cutAfter || cutBodyAfter; }
 
  private:

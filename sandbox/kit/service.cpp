@@ -2,7 +2,6 @@
 #include "kit/service.h"
 
 #include <algorithm>
-#include <boost/json/serialize.hpp>
 #include <optional>
 
 namespace velk::sandbox {
@@ -34,15 +33,9 @@ std::optional<std::map<std::string, std::string>> Match(std::string_view pattern
 
 }  // namespace
 
-Reply JsonReply(int status, const json::object& body) {
-  return {.status = status,
-          .headers = {"Content-Type: application/json; charset=UTF-8"},
-          .body = json::serialize(body)};
-}
-
 const FormPart* ServiceRequest::Field(std::string_view name) const {
-  const auto found = std::ranges::find(received.fields, name, &FormPart::name);
-  return found == received.fields.end() ? nullptr : &*found;
+  const auto found = std::ranges::find(received->fields, name, &FormPart::name);
+  return found == received->fields.end() ? nullptr : &*found;
 }
 
 std::string ServiceRequest::BearerToken() const {
@@ -61,7 +54,7 @@ void Services::Add(std::unique_ptr<Service> service) {
   members_.push_back({std::move(service), std::move(routes)});
 }
 
-Reply Services::Handle(const Head& head, const Received& received) {
+Reply Services::Handle(const Head& head, std::shared_ptr<const Received> received) {
   const std::lock_guard lock(mutex_);
   const std::string path = head.Path();
   for (const Member& member : members_) {
@@ -69,7 +62,7 @@ Reply Services::Handle(const Head& head, const Received& received) {
       if (route.host != head.host || route.method != head.method) continue;
       auto parameters = Match(route.pattern, path);
       if (!parameters) continue;
-      return route.handler({head, received, ParsePairs(head.Query()), std::move(*parameters)});
+      return route.handler({head, std::move(received), ParsePairs(head.Query()), std::move(*parameters)});
     }
   }
   return JsonReply(

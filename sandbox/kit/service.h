@@ -2,6 +2,7 @@
 #pragma once
 
 #include <boost/json/object.hpp>
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,29 +12,21 @@
 #include <vector>
 
 #include "kit/journal.h"
+#include "kit/reply.h"
 #include "net/text.h"
 
 namespace velk::sandbox {
 
-struct Reply {
-  int status = 200;
-  std::string reason = {};                // empty: the standard reason phrase
-  std::vector<std::string> headers = {};  // "Name: value"; Content-Length is added if absent
-  std::string body = {};
-};
-
-Reply JsonReply(int status, const boost::json::object& body);
-
 // The input of a request handler.
 struct ServiceRequest {
   const Head& head;
-  const Received& received;
+  std::shared_ptr<const Received> received;
   Pairs query;                                        // decoded
   std::map<std::string, std::string> pathParameters;  // by their names in the pattern; decoded
 
   std::string Query(std::string_view name) const { return Find(query, name).value_or(""); }
   std::string PathParameter(const std::string& name) const { return pathParameters.at(name); }
-  Pairs Form() const { return ParsePairs(received.body.Bytes()); }  // body as form-encoded
+  Pairs Form() const { return ParsePairs(received->body.Text()); }  // body as form-encoded
   const FormPart* Field(std::string_view name) const;               // of a multipart form; null if absent
   std::string BearerToken() const;  // from "Authorization: Bearer ..."; empty if absent
 };
@@ -67,6 +60,20 @@ class Routes {
   std::vector<Route> routes_;
 };
 
+// A service remembers at most this many objects of a kind, so that the memory stays bounded.
+constexpr std::size_t kMaxObjects = 20'000;
+
+template <typename Queue>
+void KeepNewest(Queue& objects) {
+  if (objects.size() > kMaxObjects) objects.pop_front();
+}
+
+// For uploads and sign-ins that clients began and did not finish. Those of an order of age lose the oldest.
+template <typename Container>
+void LimitPending(Container& pending) {
+  if (pending.size() >= kMaxObjects) pending.erase(pending.begin());
+}
+
 // Only one thread calls a service at a time, so a service needs no mutex.
 class Service {
  public:
@@ -81,7 +88,7 @@ class Service {
 class Services {
  public:
   void Add(std::unique_ptr<Service> service);
-  Reply Handle(const Head& head, const Received& received);  // 404 without a matching route
+  Reply Handle(const Head& head, std::shared_ptr<const Received> received);  // 404 without a matching route
   boost::json::object State() const;
   void Reset();
 

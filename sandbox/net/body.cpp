@@ -1,8 +1,8 @@
-// Takes the framing off a request's body, counted or chunked, piece by piece.
 #include "net/body.h"
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 #include "net/text.h"
 
@@ -11,51 +11,61 @@ namespace {
 
 constexpr std::size_t kLongestLine = 4096;
 
+std::uint64_t ChunkSize(std::string_view line) {
+  const std::string_view digits = Trim(line.substr(0, line.find(';')));
+  const char* const end = digits.data() + digits.size();
+  std::uint64_t size = 0;
+  const auto [stop, error] = std::from_chars(digits.data(), end, size, 16);
+  if (error != std::errc() || stop != end) throw BadRequest();
+  return size;
+}
+
 }  // namespace
 
-BodyReader::BodyReader(Input& input, const Head& head)
-    : input_(input), chunked_(head.chunked), complete_(!head.HasBody()), left_(head.length.value_or(0)) {}
+BodyDecoder::BodyDecoder(const Head& head)
+    : chunked_(head.chunked),
+      place_(!head.HasBody() ? Place::kEnd
+             : chunked_      ? Place::kChunkSize
+                             : Place::kContent),
+      left_(head.length.value_or(0)) {}
 
-std::string_view BodyReader::Next(std::size_t most) {
-  if (chunked_ && left_ == 0 && !complete_) StartChunk();
-  if (complete_) return {};
-  const std::string_view piece =
-      input_.Peek(static_cast<std::size_t>(std::min<std::uint64_t>(most, chunked_ ? most : left_)));
-  if (piece.empty()) throw ConnectionGone();
-  const std::string_view content =
-      piece.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(left_, piece.size())));
-  input_.Consume(content.size());
-  left_ -= content.size();
-  complete_ = !chunked_ && left_ == 0;
+std::string_view BodyDecoder::Decode(std::string_view& input) {
+  while (!input.empty() && place_ != Place::kEnd) {
+    if (place_ == Place::kContent) return DecodeContent(input);
+    if (CompleteLine(input)) EndLine();
+  }
+  return {};
+}
+
+std::string_view BodyDecoder::DecodeContent(std::string_view& input) {
+  const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(left_, input.size()));
+  const std::string_view content = input.substr(0, size);
+  input.remove_prefix(size);
+  left_ -= size;
+  if (left_ == 0) place_ = chunked_ ? Place::kAfterChunk : Place::kEnd;
   return content;
 }
 
-std::string BodyReader::Line() {
-  std::string line;
-  while (!line.ends_with("\r\n")) {
-    const std::string_view piece = input_.Peek(kLongestLine);
-    if (piece.empty()) throw ConnectionGone();
-    const std::size_t taken = std::min(piece.find('\n'), piece.size() - 1) + 1;
-    line += piece.substr(0, taken);
-    input_.Consume(taken);
-    if (line.size() > kLongestLine || (line.ends_with('\n') && !line.ends_with("\r\n"))) throw BadRequest();
-  }
-  line.resize(line.size() - 2);
-  return line;
+bool BodyDecoder::CompleteLine(std::string_view& input) {
+  const std::size_t taken = std::min(input.find('\n'), input.size() - 1) + 1;
+  line_ += input.substr(0, taken);
+  input.remove_prefix(taken);
+  if (line_.size() > kLongestLine || (line_.ends_with('\n') && !line_.ends_with("\r\n"))) throw BadRequest();
+  return line_.ends_with('\n');
 }
 
-void BodyReader::StartChunk() {
-  if (insideChunks_ && !Line().empty()) throw BadRequest();  // a chunk's data ends with a line end
-  insideChunks_ = true;
-  const std::string line = Line();
-  const std::string_view size = Trim(std::string_view(line).substr(0, line.find(';')));
-  const char* const end = size.data() + size.size();
-  const auto [stop, error] = std::from_chars(size.data(), end, left_, 16);
-  if (error != std::errc() || stop != end) throw BadRequest();
-  if (left_ > 0) return;
-  while (!Line().empty()) {  // trailers carry nothing that a service here reads
+void BodyDecoder::EndLine() {
+  const std::string line = std::exchange(line_, {});
+  const std::string_view text = std::string_view(line).substr(0, line.size() - 2);
+  if (place_ == Place::kChunkSize) {
+    left_ = ChunkSize(text);
+    place_ = left_ > 0 ? Place::kContent : Place::kTrailers;
+  } else if (place_ == Place::kAfterChunk) {
+    if (!text.empty()) throw BadRequest();
+    place_ = Place::kChunkSize;
+  } else if (text.empty()) {  // trailers carry nothing that a service here reads
+    place_ = Place::kEnd;
   }
-  complete_ = true;
 }
 
 }  // namespace velk::sandbox

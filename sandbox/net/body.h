@@ -1,34 +1,35 @@
-// Takes the framing off a request's body, counted or chunked, piece by piece.
+// Removes the framing from a request's body, counted or chunked, while it arrives.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "net/head.h"
-#include "net/stream.h"
 
 namespace velk::sandbox {
 
-class BodyReader {
+class BodyDecoder {
  public:
-  BodyReader(Input& input, const Head& head);
+  explicit BodyDecoder(const Head& head);
 
-  bool Complete() const { return complete_; }
-  // The next bytes of content, at most so many; empty once the body is complete. They stay valid until the
-  // next call. Throws BadRequest on broken framing and ConnectionGone when the sender stopped.
-  std::string_view Next(std::size_t most);
+  bool Complete() const { return place_ == Place::kEnd; }
+
+  // Takes bytes from the front of the input, up to the end of the next piece of content, and returns that
+  // piece. Returns an empty one when the input ends before it, or the body. Throws BadRequest on broken framing.
+  std::string_view Decode(std::string_view& input);
 
  private:
-  std::string Line();
-  void StartChunk();
+  enum class Place { kContent, kAfterChunk, kChunkSize, kTrailers, kEnd };
 
-  Input& input_;
-  bool chunked_;
-  bool insideChunks_ = false;
-  bool complete_;
-  std::uint64_t left_;  // of the body, or of the chunk in hand
+  std::string_view DecodeContent(std::string_view& input);
+  bool CompleteLine(std::string_view& input);
+  void EndLine();
+
+  const bool chunked_;
+  Place place_;
+  std::uint64_t left_;  // of the body, or of the current chunk
+  std::string line_;    // of the framing, as far as it has arrived
 };
 
 }  // namespace velk::sandbox

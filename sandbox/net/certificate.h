@@ -1,8 +1,11 @@
-// The TLS side of the stand-in services: certificates made on the spot.
+// The TLS side of the simulated services: the sandbox's own authority, and the certificates that it issues.
 #pragma once
 
-#include <openssl/ssl.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
 
+#include <boost/asio/ssl/context.hpp>
+#include <filesystem>
 #include <memory>
 #include <span>
 #include <string>
@@ -10,15 +13,35 @@
 
 namespace velk::sandbox {
 
-struct FreeTlsContext {
-  void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
+struct FreeOpenSsl {
+  void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+  void operator()(X509* certificate) const { X509_free(certificate); }
 };
-using TlsContext = std::unique_ptr<SSL_CTX, FreeTlsContext>;
 
-// With a new certificate for these host names. Throws std::runtime_error when OpenSSL refuses a step.
-TlsContext MakeTlsContext(std::span<const std::string_view> hosts);
+// Every function throws std::runtime_error when OpenSSL refuses a step.
+class Authority {
+ public:
+  Authority();  // a new one
 
-// The certificate in PEM form, for clients that are to trust it.
-std::string CertificatePem(const SSL_CTX& context);
+  // The one that the folder keeps in ca.pem and ca-key.pem. Makes both for a folder that has neither. Throws
+  // std::runtime_error or std::system_error, with the name of the file, when they cannot be used.
+  explicit Authority(const std::filesystem::path& folder);
+
+  std::string Pem() const;  // its certificate, for clients that are to trust it
+
+  // For a server with a new certificate for these host names.
+  boost::asio::ssl::context MakeContext(std::span<const std::string_view> hosts) const;
+
+ private:
+  using Key = std::unique_ptr<EVP_PKEY, FreeOpenSsl>;
+  using Certificate = std::unique_ptr<X509, FreeOpenSsl>;
+
+  void Create();
+  void Load(const std::filesystem::path& folder);
+  void Save(const std::filesystem::path& folder) const;
+
+  Key key_;
+  Certificate certificate_;
+};
 
 }  // namespace velk::sandbox

@@ -123,23 +123,15 @@ Head ParseHead(std::string raw) {
   return head;
 }
 
-std::optional<Head> ReadHead(Input& input) {
-  std::string raw;
-  for (;;) {
-    const std::string_view piece = input.Peek(16 * 1024);
-    if (piece.empty() && raw.empty()) return std::nullopt;
-    Require(!piece.empty() && IsTokenChar(raw.empty() ? piece.front() : raw.front()));
-    const std::size_t before = raw.size();
-    raw += piece;
-    const std::size_t end = raw.find("\r\n\r\n", before < 3 ? 0 : before - 3);
-    if (end != std::string::npos) {
-      input.Consume(end + 4 - before);
-      raw.resize(end + 4);
-      return ParseHead(std::move(raw));
-    }
-    input.Consume(piece.size());
-    if (raw.size() > kMaxHeadSize) throw BadRequest{431};
-  }
+// The first byte alone can show that this is no HTTP, so that its sender need not wait for the end of a head.
+void HeadReader::Read(std::string_view& input) {
+  const std::size_t before = raw_.size();
+  raw_ += input;
+  Require(raw_.empty() || IsTokenChar(raw_.front()));
+  const std::size_t end = raw_.find("\r\n\r\n", before < 3 ? 0 : before - 3);
+  if (end != std::string::npos) raw_.resize(end + 4);
+  if (raw_.size() > kMaxHeadSize) throw BadRequest{431, "the head is too large"};
+  input.remove_prefix(raw_.size() - before);
 }
 
 }  // namespace velk::sandbox

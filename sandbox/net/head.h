@@ -5,15 +5,15 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
-
-#include "net/stream.h"
 
 namespace velk::sandbox {
 
 // Thrown for a malformed request. The sandbox replies with this status and closes the connection.
 struct BadRequest {
   int status = 400;
+  std::string message = "malformed HTTP request";
 };
 
 struct Head {
@@ -33,7 +33,18 @@ struct Head {
   std::string Query() const;  // not decoded
 };
 
-Head ParseHead(std::string raw);             // throws BadRequest
-std::optional<Head> ReadHead(Input& input);  // none if the peer closed the connection first
+Head ParseHead(std::string raw);  // throws BadRequest
+
+// Collects a head that arrives in pieces.
+class HeadReader {
+ public:
+  bool Started() const { return !raw_.empty(); }
+  bool Complete() const { return raw_.ends_with("\r\n\r\n"); }
+  void Read(std::string_view& input);  // takes what belongs to the head; throws BadRequest
+  Head Parse() { return ParseHead(std::move(raw_)); }
+
+ private:
+  std::string raw_;
+};
 
 }  // namespace velk::sandbox

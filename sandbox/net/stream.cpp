@@ -1,112 +1,109 @@
-// One accepted connection, plain or under TLS, with every way to end it that a fault needs.
 #include "net/stream.h"
 
-#include <linux/sockios.h>
-#include <openssl/err.h>
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
+#include <boost/asio/experimental/awaitable_operators.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/system/system_error.hpp>
+#include <vector>
 
-#include <algorithm>
-#include <cerrno>
-#include <chrono>
-#include <thread>
+#include "net/platform.h"
 
 namespace velk::sandbox {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
+using asio::use_awaitable;
+using boost::system::error_code;
+using namespace std::chrono_literals;
 
-// Closing with unread bytes would turn into a reset and could destroy the reply on its way, so an orderly
-// end reads on for as long as the peer keeps sending, within reason.
-void LingerUntilEnd(int socket) {
-  ::shutdown(socket, SHUT_WR);
-  char discarded[16 * 1024];
-  for (const auto limit = Clock::now() + 10s; Clock::now() < limit;) {
-    pollfd readable{socket, POLLIN, 0};
-    if (::poll(&readable, 1, 1000) > 0 && ::recv(socket, discarded, sizeof discarded, 0) <= 0) return;
-  }
-}
+constexpr auto kLongestLinger = 10s;
+constexpr auto kLongestFlight = 2s;
 
 }  // namespace
 
-void Stream::AcceptTls(SSL_CTX& context) {
-  tls_.reset(SSL_new(&context));
-  SSL_set_fd(tls_.get(), socket_.Get());
-  ERR_clear_error();
-  if (SSL_accept(tls_.get()) != 1) throw ConnectionGone();
+void EndConnection() { throw boost::system::system_error(asio::error::connection_aborted); }
+
+Stream::Stream(asio::ip::tcp::socket socket, std::uint64_t rate)
+    : transport_(std::move(socket), rate), timer_(transport_.get_executor()) {}
+
+awaitable<void> Stream::AcceptTls(asio::ssl::context& context) {
+  tls_.emplace(transport_, context);
+  co_await tls_->async_handshake(asio::ssl::stream_base::server, use_awaitable);
 }
 
-std::size_t Stream::Read(char* to, std::size_t room) {
-  if (!tls_) {
-    ssize_t count = 0;
-    do count = ::recv(socket_.Get(), to, room, 0);
-    while (count < 0 && errno == EINTR);
-    if (count < 0) throw ConnectionGone();
-    return static_cast<std::size_t>(count);
+awaitable<std::size_t> Stream::Read(std::span<char> to) {
+  error_code error;
+  const auto buffer = asio::buffer(to.data(), to.size());
+  auto token = asio::redirect_error(use_awaitable, error);
+  const std::size_t count = tls_ ? co_await tls_->async_read_some(buffer, token)
+                                 : co_await transport_.async_read_some(buffer, token);
+  if (error && error != asio::error::eof) throw boost::system::system_error(error);
+  co_return count;
+}
+
+awaitable<void> Stream::Write(std::string_view bytes) {
+  const auto buffer = asio::buffer(bytes);
+  if (tls_)
+    co_await asio::async_write(*tls_, buffer, use_awaitable);
+  else
+    co_await asio::async_write(transport_, buffer, use_awaitable);
+}
+
+awaitable<void> Stream::Sleep(Clock::duration time) {
+  if (!Socket().is_open()) EndConnection();
+  timer_.expires_after(time);
+  co_await timer_.async_wait(use_awaitable);
+}
+
+awaitable<void> Stream::End() {
+  error_code ignored;
+  if (tls_) {
+    // Otherwise the shutdown would also wait for the peer's notice. Not every client sends one.
+    SSL_set_shutdown(tls_->native_handle(), SSL_RECEIVED_SHUTDOWN);
+    co_await tls_->async_shutdown(asio::redirect_error(use_awaitable, ignored));
   }
-  ERR_clear_error();
-  std::size_t count = 0;
-  if (SSL_read_ex(tls_.get(), to, room, &count) == 1) return count;
-  if (SSL_get_error(tls_.get(), 0) == SSL_ERROR_ZERO_RETURN) return 0;
-  throw ConnectionGone();
+  co_await Cut();
 }
 
-void Stream::Write(std::string_view bytes) {
-  while (!bytes.empty()) {
-    std::size_t written = 0;
-    if (tls_) {
-      ERR_clear_error();
-      if (SSL_write_ex(tls_.get(), bytes.data(), bytes.size(), &written) != 1) throw ConnectionGone();
-    } else {
-      const ssize_t count = ::send(socket_.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-      if (count < 0 && errno == EINTR) continue;
-      if (count < 0) throw ConnectionGone();
-      written = static_cast<std::size_t>(count);
-    }
-    bytes.remove_prefix(written);
-  }
+// Closing with unread bytes would send RST, and that could destroy the reply on its way. So an orderly end
+// reads on for as long as the peer keeps sending, within reason.
+awaitable<void> Stream::Cut() {
+  using namespace asio::experimental::awaitable_operators;
+  error_code ignored;
+  Socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+  co_await (DiscardUntilEnd() || Sleep(kLongestLinger));
 }
 
-void Stream::End() {
-  ERR_clear_error();
-  if (tls_) SSL_shutdown(tls_.get());
-  LingerUntilEnd(socket_.Get());
-}
-
-void Stream::Cut() { LingerUntilEnd(socket_.Get()); }
-
-void Stream::Reset() {
-  int unsent = 0;
-  for (const auto limit = Clock::now() + 2s; Clock::now() < limit; std::this_thread::sleep_for(1ms)) {
-    if (::ioctl(socket_.Get(), SIOCOUTQ, &unsent) != 0 || unsent == 0) break;
-  }
-  const linger discard{1, 0};
-  ::setsockopt(socket_.Get(), SOL_SOCKET, SO_LINGER, &discard, sizeof discard);
-  throw ConnectionGone();
-}
-
-void Stream::WaitUntilGone() {
-  pollfd end{socket_.Get(), POLLRDHUP, 0};
-  while (::poll(&end, 1, -1) < 0 && errno == EINTR) {
+awaitable<void> Stream::DiscardUntilEnd() {
+  std::vector<char> discarded(16 * 1024);
+  for (error_code error; !error;) {
+    co_await Socket().async_read_some(asio::buffer(discarded), asio::redirect_error(use_awaitable, error));
   }
 }
 
-void Stream::ShrinkWindow() {
-  const int bytes = 64 * 1024;
-  ::setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
+awaitable<void> Stream::Reset() {
+  for (const auto limit = Clock::now() + kLongestFlight; Clock::now() < limit; co_await Sleep(1ms)) {
+    if (BytesInFlight(Socket().native_handle()) == 0) break;
+  }
+  Socket().set_option(asio::socket_base::linger(true, 0));
+  Socket().close();
+  EndConnection();
 }
 
-void Stream::Drop() noexcept { ::shutdown(socket_.Get(), SHUT_RDWR); }
+awaitable<void> Stream::WaitUntilGone() {
+  while (!PeerHasGone(Socket().native_handle())) co_await Sleep(20ms);
+}
 
-std::string_view Input::Peek(std::size_t most) {
-  if (begin_ == end_) {
-    begin_ = 0;
-    end_ = stream_.Read(buffer_.data(), std::min(most, buffer_.size()));
-  }
-  return {buffer_.data() + begin_, std::min(end_ - begin_, most)};
+void Stream::ShrinkWindow() { Socket().set_option(asio::socket_base::receive_buffer_size(64 * 1024)); }
+
+void Stream::Drop() {
+  asio::post(Socket().get_executor(), [self = shared_from_this()] {
+    error_code ignored;
+    self->Socket().close(ignored);
+    self->timer_.cancel();
+  });
 }
 
 }  // namespace velk::sandbox

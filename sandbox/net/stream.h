@@ -1,61 +1,55 @@
 // One accepted connection, plain or under TLS, with every way to end it that a fault needs.
 #pragma once
 
-#include <openssl/ssl.h>
-
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <boost/asio/ssl/stream.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
-#include <string>
+#include <optional>
+#include <span>
 #include <string_view>
-#include <vector>
 
-#include "net/descriptor.h"
+#include "net/paced_socket.h"
 
 namespace velk::sandbox {
 
-// Thrown when the peer has gone, or when the sandbox drops the connection: nobody is left to answer.
-struct ConnectionGone {};
+using asio::awaitable;
 
-// Works on the descriptor itself: TLS records are read straight into our buffers, and an end without TLS's
-// closing notice, or a reset, is exactly that on the wire.
-class Stream {
+// Throws what ends a connection's coroutine when there is nobody left to reply to.
+[[noreturn]] void EndConnection();
+
+// Its functions run on the socket's executor, which has one thread. They throw boost::system::system_error
+// when the connection fails or is dropped.
+class Stream : public std::enable_shared_from_this<Stream> {
  public:
-  explicit Stream(Descriptor socket) : socket_(std::move(socket)) {}
+  // Reads at most `rate` bytes a second. 0 is no limit.
+  Stream(asio::ip::tcp::socket socket, std::uint64_t rate);
 
-  void AcceptTls(SSL_CTX& context);
-  bool UnderTls() const { return tls_ != nullptr; }
-  std::size_t Read(char* to, std::size_t room);  // 0 at the peer's end
-  void Write(std::string_view bytes);
+  awaitable<void> AcceptTls(asio::ssl::context& context);
+  awaitable<std::size_t> Read(std::span<char> to);  // returns 0 at the peer's orderly end
+  awaitable<void> Write(std::string_view bytes);
+  awaitable<void> Sleep(std::chrono::steady_clock::duration time);
 
-  void End();            // with TLS's closing notice, as a well-behaved server does
-  void Cut();            // orderly for TCP, but without the notice
-  void Reset();          // RST, once what was written has arrived
-  void WaitUntilGone();  // returns when the peer or the sandbox ends the connection
-  void ShrinkWindow();   // so that an unread body soon holds the sender up
-  void Drop() noexcept;  // from another thread: every call in progress ends
+  awaitable<void> End();            // with TLS's closing notice, as a well-behaved server does
+  awaitable<void> Cut();            // orderly for TCP, but without the notice
+  awaitable<void> Reset();          // RST, once what was written has arrived
+  awaitable<void> WaitUntilGone();  // reads nothing; returns when the peer ends the connection
+  void ShrinkWindow();              // so that an unread body soon stops the sender
+  void Drop();                      // ends every call in progress; callable from any thread
 
  private:
-  struct FreeTls {
-    void operator()(SSL* tls) const { SSL_free(tls); }
-  };
-  Descriptor socket_;
-  std::unique_ptr<SSL, FreeTls> tls_;
-};
+  awaitable<void> DiscardUntilEnd();
 
-// Reads a stream through a buffer, so that a head can end anywhere in what was read.
-class Input {
- public:
-  explicit Input(Stream& stream) : stream_(stream), buffer_(512 * 1024) {}
+  asio::ip::tcp::socket& Socket() { return transport_.lowest_layer(); }
 
-  // The bytes not consumed yet; when there are none, at most so many fresh ones. Empty at the end.
-  std::string_view Peek(std::size_t most);
-  void Consume(std::size_t count) { begin_ += count; }
-
- private:
-  Stream& stream_;
-  std::vector<char> buffer_;
-  std::size_t begin_ = 0;
-  std::size_t end_ = 0;
+  PacedSocket transport_;
+  asio::steady_timer timer_;
+  std::optional<asio::ssl::stream<PacedSocket&>> tls_;
 };
 
 }  // namespace velk::sandbox

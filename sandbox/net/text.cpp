@@ -1,4 +1,4 @@
-// String helpers that the services share: header names, query strings, and bytes as code points.
+// String helpers that the services share: header names and query strings.
 #include "net/text.h"
 
 #include <openssl/rand.h>
@@ -39,6 +39,11 @@ bool AllDigits(std::string_view text) {
   return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
 }
 
+// Every byte counts that does not continue a character.
+std::size_t CountCharacters(std::string_view utf8) {
+  return static_cast<std::size_t>(std::ranges::count_if(utf8, [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
 std::string PercentDecode(std::string_view text, bool plusIsSpace) {
   std::string decoded;
   decoded.reserve(text.size());
@@ -72,38 +77,6 @@ std::optional<std::string> Find(const Pairs& pairs, std::string_view name) {
   const auto found = std::ranges::find(pairs, name, &Pairs::value_type::first);
   if (found == pairs.end()) return std::nullopt;
   return found->second;
-}
-
-std::string Utf8FromBytes(std::string_view bytes) {
-  std::string text;
-  text.reserve(bytes.size() + bytes.size() / 2);
-  for (const char c : bytes) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x80) {
-      text += c;
-    } else {
-      text += static_cast<char>(0xC0 | (byte >> 6));
-      text += static_cast<char>(0x80 | (byte & 0x3F));
-    }
-  }
-  return text;
-}
-
-std::string BytesFromUtf8(std::string_view text) {
-  std::string bytes;
-  bytes.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if (byte < 0x80) {
-      bytes += text[i];
-      continue;
-    }
-    if ((byte != 0xC2 && byte != 0xC3) || i + 1 >= text.size()) {
-      throw std::invalid_argument("text holds a character above U+00FF: give bytes as U+0000 to U+00FF");
-    }
-    bytes += static_cast<char>((byte & 0x03) << 6 | (text[++i] & 0x3F));
-  }
-  return bytes;
 }
 
 std::string RandomName(std::size_t length) {

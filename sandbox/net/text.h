@@ -1,4 +1,4 @@
-// String helpers that the services share: header names, query strings, and bytes as code points.
+// String helpers that the services share: header names and query strings.
 #pragma once
 
 #include <cstddef>
@@ -17,16 +17,14 @@ std::string Lower(std::string_view text);
 std::string_view Trim(std::string_view text);  // removes spaces and tabs at both ends
 bool AllDigits(std::string_view text);         // false for an empty string
 
+std::size_t CountCharacters(std::string_view utf8);
+
 // "%41" becomes "A". A percent sign without two hexadecimal digits is unchanged.
 std::string PercentDecode(std::string_view text, bool plusIsSpace);
 
 // The decoded name=value pairs of a query string or a form-encoded body, in their order.
 Pairs ParsePairs(std::string_view text);
 std::optional<std::string> Find(const Pairs& pairs, std::string_view name);  // the first match
-
-// JSON strings carry each byte as one code point from U+0000 to U+00FF, because raw bytes need not be UTF-8.
-std::string Utf8FromBytes(std::string_view bytes);
-std::string BytesFromUtf8(std::string_view text);  // throws std::invalid_argument above U+00FF
 
 // Letters, digits, '-' and '_' from the cryptographic random generator.
 std::string RandomName(std::size_t length);

@@ -99,7 +99,7 @@ std::string PrivacyValue(std::string_view text) {
 
 std::string FieldText(const ServiceRequest& request, std::string_view field) {
   const FormPart* const part = request.Field(field);
-  return part ? part->content.Load() : std::string();
+  return part ? part->content.Text() : std::string();
 }
 
 }  // namespace
@@ -122,6 +122,11 @@ void Facebook::RegisterRoutes(Routes& routes) {
 
 // ---- Publishing ----
 
+void Facebook::Publish(Object object) {
+  objects_.push_back(std::move(object));
+  KeepNewest(objects_);
+}
+
 Facebook::Object Facebook::NewObject(std::string kind, const std::string& node) {
   Object object;
   object.id = std::to_string(kFirstObjectNumber + objectCount_++);
@@ -136,7 +141,7 @@ void Facebook::StoreFile(const ServiceRequest& request, Object& object) {
   const Content& content = request.Field("file")->content;
   object.size = content.Size();
   object.sha256 = content.Sha256();
-  object.file = store_.Keep(content, object.kind + '-' + object.id).string();
+  object.file = store_.Keep(content, object.kind + '-' + object.id);
 }
 
 Reply Facebook::PublishVideo(const ServiceRequest& request) {
@@ -151,7 +156,7 @@ Reply Facebook::PublishVideo(const ServiceRequest& request) {
   video.privacy = privacy;
   video.source = "https://video.velk.example/" + video.id + ".mp4";
   StoreFile(request, video);
-  objects_.push_back(video);
+  Publish(video);
   return JsonReply(200, {{"id", video.id}});
 }
 
@@ -170,8 +175,8 @@ Reply Facebook::PublishPhoto(const ServiceRequest& request) {
   story.message = photo.message;
   story.link = photo.link;
   story.photoId = photo.id;
-  objects_.push_back(photo);
-  objects_.push_back(story);
+  Publish(photo);
+  Publish(story);
   return JsonReply(200, {{"id", photo.id}, {"post_id", story.id}});
 }
 
@@ -185,7 +190,7 @@ Reply Facebook::PublishPost(const ServiceRequest& request) {
   story.link = Find(form, "link").value_or("");
   story.privacy = privacy;
   Require(!story.message.empty() || !story.link.empty(), kNothingToPost);
-  objects_.push_back(story);
+  Publish(story);
   return JsonReply(200, {{"id", story.id}});
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,13 +44,14 @@ class Facebook : public Service {
   Reply GetObject(const ServiceRequest& request);
   Reply UpdateObject(const ServiceRequest& request);
 
+  void Publish(Object object);
   Object NewObject(std::string kind, const std::string& node);
   void StoreFile(const ServiceRequest& request, Object& object);
   Object& FindObject(const std::string& id, const char* method);
 
   Store& store_;
   std::uint64_t objectCount_ = 0;
-  std::vector<Object> objects_;
+  std::deque<Object> objects_;
 };
 
 }  // namespace velk::sandbox

@@ -1,7 +1,9 @@
 // Parses JSON as leniently as YouTube: strings can have single quotes and can contain raw control bytes.
 #include "services/lenient_json.h"
 
+#include <algorithm>
 #include <boost/json/parse.hpp>
+#include <cmath>
 #include <string>
 #include <system_error>
 
@@ -95,20 +97,23 @@ class LenientParser {
     const char c = ReadByte();
     if (const auto index = kEscapes.find(c); index != kEscapes.npos) return {kCharacters[index]};
     if (c != 'u') return {c};
-    std::size_t length = 6;
     position_ -= 2;
-    if (text_.substr(position_ + 6, 2) == "\\u" && text_.substr(position_ + 2, 1).find_first_of("dD") == 0)
-      length = 12;
-    const std::string quoted = '"' + std::string(text_.substr(position_, length)) + '"';
-    position_ = std::min(position_ + length, text_.size());
-    return std::string(ParseStrict(quoted).as_string());
+    const std::string_view rest = text_.substr(position_);
+    const bool startsPair = rest.size() > 3 && (rest[2] == 'd' || rest[2] == 'D') &&
+                            std::string_view("89abAB").find(rest[3]) != std::string_view::npos;
+    const std::string escape(rest.substr(0, startsPair ? 12 : 6));
+    position_ += escape.size();
+    return std::string(ParseStrict('"' + escape + '"').as_string());
   }
 
   json::value ParseLiteral() {
     const std::size_t end = std::min(text_.find_first_of(" \t\r\n,]}", position_), text_.size());
     const std::string_view literal = text_.substr(position_, end - position_);
     position_ = end;
-    return ParseStrict(literal);
+    json::value value = ParseStrict(literal);
+    // JSON cannot hold the infinity that a number beyond the range becomes.
+    if (value.is_double() && !std::isfinite(value.get_double())) throw SyntaxError();
+    return value;
   }
 
   static json::value ParseStrict(std::string_view text) {

@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "kit/byte_strings.h"
+
 namespace velk::sandbox {
 namespace {
 
@@ -67,15 +69,14 @@ std::string HmacSha1Base64(const std::string& key, const std::string& text) {
   unsigned size = 0;
   HMAC(EVP_sha1(), key.data(), static_cast<int>(key.size()),
        reinterpret_cast<const unsigned char*>(text.data()), text.size(), digest.data(), &size);
-  std::array<unsigned char, 2UL * EVP_MAX_MD_SIZE> base64{};
-  const int length = EVP_EncodeBlock(base64.data(), digest.data(), static_cast<int>(size));
-  return {reinterpret_cast<const char*>(base64.data()), static_cast<std::size_t>(length)};
+  return Base64({reinterpret_cast<const char*>(digest.data()), size});
 }
 
 bool IsTimestampValid(const std::string& timestamp) {
   long long seconds = 0;
   std::from_chars(timestamp.data(), timestamp.data() + timestamp.size(), seconds);
-  return AllDigits(timestamp) && std::abs(seconds - std::time(nullptr)) <= kClockTolerance;
+  return AllDigits(timestamp) && !timestamp.starts_with('0') &&
+         std::abs(seconds - std::time(nullptr)) <= kClockTolerance;
 }
 
 }  // namespace

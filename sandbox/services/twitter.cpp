@@ -56,9 +56,10 @@ bool IsMediaUpload(const ServiceRequest& request) {
   return request.head.host == kUploadHost && request.head.method == "POST";
 }
 
+// Every text field is short. A field too large for memory has no bytes here, so it is never loaded from disk.
 std::string FieldText(const ServiceRequest& request, std::string_view name) {
   const FormPart* const part = request.Field(name);
-  return part ? part->content.Load() : std::string();
+  return part ? part->content.Text() : std::string();
 }
 
 template <typename Number>
@@ -76,11 +77,6 @@ std::vector<std::string> SplitIds(std::string_view ids) {
     ids.remove_prefix(std::min(split.back().size() + 1, ids.size()));
   }
   return split;
-}
-
-// Counts the characters of UTF-8 text: all bytes except continuation bytes.
-std::size_t CountCharacters(std::string_view text) {
-  return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
 // The base string lets a developer compare the received request with what the client signed.
@@ -145,6 +141,7 @@ void Twitter::RejectReusedNonce(const ServiceRequest& request, const OauthCheck&
 Reply Twitter::IssueRequestToken(const ServiceRequest& request) {
   Authenticate(request, kNoToken);
   const std::string token = RandomName(27);
+  LimitPending(requestTokens_);
   requestTokens_.insert(token);
   return FormReply("oauth_token=" + token + "&oauth_token_secret=" + RandomName(32) +
                    "&oauth_callback_confirmed=true");
@@ -186,6 +183,7 @@ Reply Twitter::InitMedia(const ServiceRequest& request, Nonce nonce) {
   Require(media.type.starts_with("image/"), {400, 324, "The media type is not supported."});
   Require(media.totalBytes <= kMaxImageSize, {400, 324, "Image file size must be <= 5242880 bytes"});
   const std::string id = std::to_string(++lastId_);
+  LimitPending(media_);
   media_.emplace(id, std::move(media));
   return JsonReply(202, {{"media_id", lastId_}, {"media_id_string", id}, {"expires_after_secs", 86400}});
 }
@@ -203,7 +201,7 @@ Reply Twitter::AppendSegment(const ServiceRequest& request) {
   const FormPart* const part = request.Field("media");
   Require(part && part->content.Size() > 0, {400, 38, "media parameter is missing."});
   Require(!media.complete, {400, 324, "The media was finalized before."});
-  media.segments[index] = {part->content.Size(), part->content.Load()};
+  media.segments[index] = {request.received, &part->content};
   return {.status = 204};
 }
 
@@ -214,7 +212,7 @@ Reply Twitter::FinalizeMedia(const ServiceRequest& request) {
   int next = 0;
   for (const auto& [index, segment] : media.segments) {
     Require(index == next++, {400, 324, "A segment is missing."});
-    size += segment.size;
+    size += segment.content->Size();
   }
   Require(size == media.totalBytes, {400, 324, "Segments do not add up to provided total file size."});
   AssembleSegments(id, media);
@@ -228,13 +226,13 @@ Reply Twitter::FinalizeMedia(const ServiceRequest& request) {
 // If the sandbox only counts large contents, the bytes are missing and hash and file remain empty.
 void Twitter::AssembleSegments(const std::string& id, Media& media) {
   Content whole(store_, store_.LargeContents());
-  for (const auto& [index, segment] : media.segments) whole.Append(segment.bytes);
+  for (const auto& [index, segment] : media.segments) whole.Append(segment.content->Load());
   whole.Finish();
   media.complete = true;
   media.segments.clear();
   if (whole.Size() != media.totalBytes) return;
   media.sha256 = whole.Sha256();
-  media.file = store_.Keep(whole, id).string();
+  media.file = store_.Keep(whole, id);
 }
 
 Reply Twitter::GetMediaStatus(const ServiceRequest& request) {
@@ -263,6 +261,7 @@ Reply Twitter::PostTweet(const ServiceRequest& request) {
           {403, 187, "Status is a duplicate."});
   tweet.id = std::to_string(++lastId_);
   tweets_.push_back(tweet);
+  KeepNewest(tweets_);
   return JsonReply(200, {{"id", lastId_},
                          {"id_str", tweet.id},
                          {"text", tweet.text},

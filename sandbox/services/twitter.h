@@ -2,6 +2,7 @@
 #pragma once
 
 #include <compare>
+#include <deque>
 #include <map>
 #include <set>
 #include <string>
@@ -34,8 +35,8 @@ class Twitter : public Service {
 
  private:
   struct Segment {
-    std::uint64_t size;
-    std::string bytes;  // empty for large contents if the sandbox only counts them
+    std::shared_ptr<const Received> owner;
+    const Content* content;
   };
   // Must be unique for each request. The timestamp is first, so that a set is in order of age.
   struct Nonce {
@@ -75,7 +76,7 @@ class Twitter : public Service {
   Store& store_;
   std::set<std::string> requestTokens_;
   std::map<std::string, Media> media_;
-  std::vector<Tweet> tweets_;
+  std::deque<Tweet> tweets_;
   std::uint64_t lastId_ = 710511363345354752;
 
   std::set<Nonce> nonces_;

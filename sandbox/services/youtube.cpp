@@ -33,14 +33,9 @@ json::object ObjectMember(const json::object& object, std::string_view name) {
 }
 
 json::object ParseJson(const Content& body) {
-  const auto parsed = ParseLenientJson(body.Bytes());
+  const auto parsed = ParseLenientJson(body.Text());
   Require(parsed && parsed->is_object(), 400, "parseError", "Parse Error");
   return parsed->get_object();
-}
-
-// Counts the characters of UTF-8 text: all bytes except continuation bytes.
-std::size_t CountCharacters(std::string_view text) {
-  return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
 json::array ToJson(const std::vector<std::string>& texts) {
@@ -103,8 +98,9 @@ Reply Youtube::StartSession(const ServiceRequest& request) {
       AllDigits(declared) &&
       std::from_chars(declared.data(), declared.data() + declared.size(), length).ec == std::errc();
   Require(numeric, 400, "badRequest", "X-Upload-Content-Length is not a number.");
-  Session session{length, ParseMetadata(ParseJson(request.received.body))};
+  Session session{length, ParseMetadata(ParseJson(request.received->body))};
   const std::string id = RandomName(24);
+  LimitPending(sessions_);
   sessions_.emplace(id, std::move(session));
   return {.status = 200,
           .headers = {"X-GUploader-UploadID: " + id,
@@ -115,18 +111,20 @@ Reply Youtube::UploadVideo(const ServiceRequest& request) {
   RequireToken(request);
   const auto session = sessions_.find(request.Query("upload_id"));
   Require(session != sessions_.end(), 404, "notFound", "The upload session does not exist.");
-  const Content& body = request.received.body;
+  const Content& body = request.received->body;
   Require(body.Size() == session->second.length, 400, "badRequest",
           "The upload's length differs from the one that was declared.");
-  const Video& video = Publish(std::move(session->second.metadata), body);
+  const Video& video = Publish(session->second.metadata, body);
   sessions_.erase(session);
   return JsonReply(200, VideoResource(video));
 }
 
 const Youtube::Video& Youtube::Publish(Metadata metadata, const Content& content) {
   Video video{RandomName(11), std::move(metadata), content.Size(), content.Sha256(), {}};
-  video.file = store_.Keep(content, video.id).string();
-  return videos_.emplace_back(std::move(video));
+  video.file = store_.Keep(content, video.id);
+  videos_.push_back(std::move(video));
+  KeepNewest(videos_);
+  return videos_.back();
 }
 
 // An update replaces whole parts, so a body without tags removes the tags.
@@ -136,7 +134,7 @@ Reply Youtube::UpdateVideo(const ServiceRequest& request) {
           "Only snippet and status can change.");
   Require(request.head.Header("Content-Type").starts_with("application/json"), 400, "badRequest",
           "The body's type is not supported.");
-  const json::object body = ParseJson(request.received.body);
+  const json::object body = ParseJson(request.received->body);
   const auto video = std::ranges::find(videos_, StringMember(body, "id"), &Video::id);
   Require(video != videos_.end(), 404, "videoNotFound",
           "The video that you are trying to update cannot be found.");

@@ -1,6 +1,7 @@
 // Simulates YouTube: resumable uploads, the older browser upload, and the metadata of the videos.
 #pragma once
 
+#include <deque>
 #include <map>
 #include <string>
 #include <vector>
@@ -58,7 +59,7 @@ class Youtube : public Service {
   const std::string sandboxUrl_;
   std::map<std::string, Session> sessions_;
   std::map<std::string, FormUpload> formUploads_;
-  std::vector<Video> videos_;
+  std::deque<Video> videos_;
 };
 
 }  // namespace velk::sandbox

@@ -1,5 +1,6 @@
 // YouTube's older interface: the client sends an Atom entry, receives a URL and a token, and then posts a
 // form with the token and the file to that URL.
+#include <algorithm>
 #include <boost/property_tree/xml_parser.hpp>
 #include <sstream>
 
@@ -15,9 +16,20 @@ namespace {
 namespace tree = boost::property_tree;
 
 constexpr std::string_view kFormPath = "/action/FormDataUpload/";
+constexpr std::ptrdiff_t kMaxElements = 1000;
+
+// read_xml is recursive. Without a limit, deeply nested elements would overflow the stack.
+bool HasTooManyElements(std::string_view xml) {
+  std::ptrdiff_t elements = 0;
+  for (std::size_t at = xml.find('<'); at != xml.npos && elements <= kMaxElements; at = xml.find('<', at + 1))
+    elements += xml.substr(at + 1).starts_with('/') ? 0 : 1;
+  return elements > kMaxElements;
+}
 
 tree::ptree ParseXml(const Content& body) {
-  std::istringstream stream(body.Bytes());
+  const std::string text = body.Text();
+  Require(!HasTooManyElements(text), 400, "parseError", "The entry is not well-formed.");
+  std::istringstream stream(text);
   tree::ptree document;
   try {
     tree::read_xml(stream, document);
@@ -71,11 +83,12 @@ Reply Youtube::GetUploadToken(const ServiceRequest& request) {
   Require(head.Header("GData-Version") == "2", 400, "badRequest", "Only version 2 is known.");
   Require(head.Header("Content-Type").starts_with("application/atom+xml"), 415, "badRequest",
           "The body is no Atom entry.");
-  FormUpload upload{RandomName(64), ParseEntry(request.received.body)};
+  FormUpload upload{RandomName(64), ParseEntry(request.received->body)};
   const std::string name = RandomName(32);
   const std::string body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><response><url>" + sandboxUrl_ +
                            std::string(kFormPath) + name + "</url><token>" + upload.token +
                            "</token></response>";
+  LimitPending(formUploads_);
   formUploads_.emplace(name, std::move(upload));
   return {.headers = {"Content-Type: application/xml; charset=UTF-8"}, .body = body};
 }
@@ -85,12 +98,15 @@ Reply Youtube::HandleFormUpload(const ServiceRequest& request) {
   Require(upload != formUploads_.end(), 404, "notFound", "There is no such upload.");
   const std::string next = request.Query("nexturl");
   Require(!next.empty(), 400, "badRequest", "The address to go on to is missing.");
+  // A decoded line end would end the Location header and let the client write the rest of the reply.
+  Require(std::ranges::none_of(next, [](unsigned char c) { return c < 0x20 || c == 0x7F; }), 400,
+          "badRequest", "nexturl contains a control character.");
   const FormPart* const token = request.Field("token");
-  Require(token && token->content.Bytes() == upload->second.token, 401, "authError",
+  Require(token && token->content.Text() == upload->second.token, 401, "authError",
           "The token does not fit.");
   const FormPart* const file = request.Field("file");
   Require(file && file->content.Size() > 0, 400, "badRequest", "There is no file.");
-  const Video& video = Publish(std::move(upload->second.metadata), file->content);
+  const Video& video = Publish(upload->second.metadata, file->content);
   formUploads_.erase(upload);
   return {.status = 302, .headers = {"Location: " + next + "?status=200&id=" + video.id}};
 }

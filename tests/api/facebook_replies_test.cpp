@@ -218,16 +218,16 @@ TEST_F(FacebookReplies, PairsPageIdsAndNamesByOrder) {
   EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_BUFFER_TOO_SMALL);
   EXPECT_EQ(count, -7);
   EXPECT_EQ(pages, &marker);
-  sandbox.Add({.body = Repeat(' ', 1 << 20)});
+  sandbox.Add({.body = " ", .bodySize = 1 << 20});
   EXPECT_EQ(GetFacebookUserPagesList("t", &pages, &count), VELK_BUFFER_TOO_SMALL);
-  EXPECT_EQ(GetFacebookUserPagesList("t", nullptr, &count), VELK_OK) << "from the stand-in service";
+  EXPECT_EQ(GetFacebookUserPagesList("t", nullptr, &count), VELK_OK) << "from the simulated service";
   EXPECT_EQ(count, 4) << "two pages and one category of each";
 }
 
 TEST_F(FacebookReplies, MayHaveFourMebibytes) {
   constexpr size_t kLimit = 4 << 20;
-  sandbox.Add({.body = Repeat(' ', kLimit)});
-  sandbox.Add({.body = Repeat(' ', kLimit + 1)});
+  sandbox.Add({.body = " ", .bodySize = kLimit});
+  sandbox.Add({.body = " ", .bodySize = kLimit + 1});
   EXPECT_EQ(GetFacebookPhotoUrl("t", "12", text, nullptr), VELK_OK);
   EXPECT_EQ(GetFacebookPhotoUrl("t", "12", text, nullptr), VELK_TRANSFER_FAILED);
 }

@@ -90,7 +90,7 @@ TEST_F(FacebookUpload, UploadsFilesOfAnyNameAndSize) {
       const FormField* sent = request.Field("file");
       ASSERT_NE(sent, nullptr);
       EXPECT_EQ(sent->fileName, Announced(media.Path()));
-      EXPECT_EQ(sent->sha256, sandbox.Sha256(row.content));
+      EXPECT_EQ(sent->sha256, Sha256(row.content));
       EXPECT_EQ(sent->size, row.content.size());
       EXPECT_TRUE(Deletable(media));
       if (row.content.empty()) continue;

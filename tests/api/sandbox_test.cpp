@@ -87,6 +87,12 @@ std::string WithLength(std::string_view type, std::string_view body) {
       body);
 }
 
+std::string ManyParts() {
+  std::string parts;
+  for (int i = 0; i < 1001; ++i) parts += "--b\r\n\r\n\r\n";
+  return parts;
+}
+
 TEST(SandboxMalformedInput, IsRejectedWithoutHarm) {
   struct Row {
     const char* name;
@@ -113,6 +119,7 @@ TEST(SandboxMalformedInput, IsRejectedWithoutHarm) {
        Post("Content-Length: 1\r\nTransfer-Encoding: chunked\r\n", "1\r\na\r\n0\r\n\r\n")},
       {"chunk longer than its size", Post("Transfer-Encoding: chunked\r\n", "1\r\nab\r\n0\r\n\r\n")},
       {"form without a boundary", WithLength("multipart/form-data", "a")},
+      {"form with too many parts", WithLength("multipart/form-data; boundary=b", ManyParts() + "--b--")},
       {"unterminated form", WithLength("multipart/form-data; boundary=b", "--b\r\n\r\ntext")},
       {"form with a malformed delimiter",
        WithLength("multipart/form-data; boundary=b", "--bc\r\n\r\n\r\n--b--")},
@@ -291,16 +298,64 @@ TEST(SandboxRecord, SplitsFormsExactly) {
     EXPECT_TRUE(wire.Read(1, true).bytes.starts_with("HTTP/1.1 404 "));
     const Request request = sandbox.Only();
     EXPECT_EQ(request.body, form);
-    EXPECT_EQ(request.bodySha256, sandbox.Sha256(form));
+    EXPECT_EQ(request.bodySha256, Sha256(form));
     ASSERT_EQ(request.fields.size(), 3u);
     EXPECT_EQ(request.fields[0].name, "t");
     EXPECT_EQ(request.fields[0].content, tricky);
-    EXPECT_EQ(request.fields[0].sha256, sandbox.Sha256(tricky));
+    EXPECT_EQ(request.fields[0].sha256, Sha256(tricky));
     EXPECT_EQ(request.fields[1].fileName, "C:\\d\\x;%22.mp4");
     EXPECT_EQ(request.fields[1].contentType, "video/mp4");
     EXPECT_EQ(request.fields[1].size, 0u);
     EXPECT_EQ(request.fields[2].name + request.fields[2].content, "bare");
   }
+}
+
+TEST(SandboxControl, RefusesBadInputWithAReason) {
+  const struct {
+    const char* name;
+    const char* path;
+    std::string body;
+    long status;
+    const char* reason;
+  } rows[] = {
+      {"unknown command", "/nonsense", "", 404, "/nonsense"},
+      {"not JSON", "/scripts", "{", 400, "not JSON"},
+      {"not an object", "/scripts", "[]", 400, "object"},
+      {"unknown member", "/scripts", R"({"wait": 1})", 400, "wait"},
+      {"member of the wrong type", "/scripts", R"({"delayMs": "1"})", 400, "delayMs"},
+      {"negative number", "/scripts", R"({"cutAfter": -1})", 400, "cutAfter"},
+      {"not base64", "/scripts", R"({"bodyBase64": "abc"})", 400, "bodyBase64"},
+      {"large reply", "/scripts", R"({"bodySize": 99999999999})", 400, "bodySize"},
+      {"faults that exclude each other", "/scripts", R"({"passThrough": true, "answerEarly": true})", 400,
+       "passThrough"},
+      {"large body", "/scripts", std::string((1 << 20) + 1, ' '), 413, "1048576"},
+  };
+  Sandbox sandbox;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    std::string reply;
+    EXPECT_EQ(sandbox.Control("POST", row.path, row.body, reply), row.status);
+    EXPECT_TRUE(reply.starts_with(R"({"error":")") && reply.find(row.reason) != std::string::npos) << reply;
+    EXPECT_EQ(reply.find("/boost/"), std::string::npos) << reply;
+  }
+  std::string reply;
+  EXPECT_EQ(sandbox.Control("POST", "/scripts", "{}" + std::string((1 << 20) - 2, ' '), reply), 200)
+      << "a body of the largest size";
+}
+
+TEST(SandboxControl, CarriesUtf8AsItIsAndOtherBytesInBase64) {
+  Sandbox sandbox;
+  std::string json;
+  ASSERT_EQ(sandbox.Control("POST", "/scripts", "{\"reason\": \"Grüße\", \"bodyBase64\": \"/wA=\"}", json),
+            200);
+  Wire wire(sandbox);
+  wire.Send(Post("X-Text: 日本\r\nContent-Length: 5\r\n", "a\xff\xc3\xa4\xe6"));
+  EXPECT_EQ(wire.Read(1, true).bytes,
+            "HTTP/1.1 200 Grüße\r\nContent-Length: 2\r\n\r\n" + std::string("\xff\0", 2));
+  ASSERT_EQ(sandbox.Control("GET", "/requests", {}, json), 200);
+  EXPECT_NE(json.find("\"X-Text: 日本\""), std::string::npos) << json;
+  EXPECT_NE(json.find("\"body\":\"a\uFFFDä\uFFFD\""), std::string::npos) << json;
+  EXPECT_NE(json.find("\"bodyBase64\":\"Yf/DpOY=\""), std::string::npos) << json;
 }
 
 std::string Metadata(const std::string& title, const std::string& tags = "",
@@ -376,6 +431,8 @@ TEST(SandboxYoutube, RejectsWhatTheServiceRejects) {
       {"expired token", "expired", "5", Metadata("a"), "401"},
       {"forbidden", "forbidden", "5", Metadata("a"), "403"},
       {"non-numeric length", "t", "five", Metadata("a"), "400"},
+      {"escapes of one character and of a pair", "t", "5", Metadata(R"(\ud55c\ud83d\ude00)"), "200"},
+      {"truncated escape", "t", "5", "{'a':'\\u", "400"},
       {"quote in a string", "t", "5", Metadata("it's"), "400"},
       {"truncated", "t", "5", Metadata("a").substr(0, 60), "400"},
       {"trailing data", "t", "5", Metadata("a") + "x", "400"},

@@ -131,7 +131,7 @@ TEST_F(TwitterPhoto, PublishesFilesOfEverySize) {
       segments.push_back(media->size);
     }
     EXPECT_EQ(segments, row.segments);
-    EXPECT_EQ(All("media", "sha256"), std::vector<std::string>{sandbox.Sha256(content)});
+    EXPECT_EQ(All("media", "sha256"), std::vector<std::string>{Sha256(content)});
     EXPECT_EQ(All("tweets", "mediaIds"), All("media", "id"));
     ExpectVerified(row.segments.size() + 3);
     EXPECT_TRUE(Deletable(photo));

@@ -1,4 +1,4 @@
-// The common fixture of the Twitter tests: a consumer and a user that the stand-in service knows.
+// The common fixture of the Twitter tests: a consumer and a user that the simulated service knows.
 #pragma once
 
 #include "api/service_test.h"

@@ -29,7 +29,7 @@ class YoutubeUpload : public ServiceTest {
   int32_t Start() { return StartYoutubeUploadFile(uploader, "token", &info, videoId); }
 
   // Scripts the replies to the session request and to the PUT. The session reply names an upload URL of the
-  // stand-in service.
+  // simulated service.
   void ScriptReplies(Script session, Script put) {
     session.method = "POST";
     session.headers.push_back("Location: https://www.googleapis.com/upload/youtube/v3/videos?upload_id=1");
@@ -91,7 +91,7 @@ TEST_F(YoutubeUpload, PublishesFilesOfAnyNameAndSize) {
     const auto requests = sandbox.Requests();
     ASSERT_EQ(requests.size(), 2U);
     EXPECT_EQ(requests[1].bodySize, row.content.size());
-    EXPECT_EQ(requests[1].bodySha256, sandbox.Sha256(row.content));
+    EXPECT_EQ(requests[1].bodySha256, Sha256(row.content));
     EXPECT_NE(boost::json::serialize(sandbox.State()).find('"' + std::string(videoId) + '"'),
               std::string::npos);
 

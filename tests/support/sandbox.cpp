@@ -1,10 +1,12 @@
-// Lets a test script the replies of the stand-in services and inspect the requests that they received.
+// Lets a test script the replies of the simulated services and inspect the requests that they received.
 #include "sandbox.h"
 
 #include <curl/curl.h>
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 
 #include <algorithm>
+#include <array>
 #include <boost/json.hpp>
 #include <cctype>
 #include <cstdlib>
@@ -29,25 +31,20 @@ std::string FromEnvironment(const char* name) {
                            "\"velk-sandbox -- ./api_tests\"");
 }
 
-// The control URL transfers each byte as a code point from U+0000 to U+00FF.
-std::string CodePoints(std::string_view bytes) {
-  std::string text;
-  for (const char c : bytes) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x80) text += static_cast<char>(0xC0 | (byte >> 6));
-    text += byte >= 0x80 ? static_cast<char>(0x80 | (byte & 0x3F)) : c;
-  }
+std::string Base64(std::string_view bytes) {
+  std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
+  text.resize(static_cast<std::size_t>(EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
+                                                       reinterpret_cast<const unsigned char*>(bytes.data()),
+                                                       static_cast<int>(bytes.size()))));
   return text;
 }
 
-std::string Bytes(std::string_view text) {
-  std::string bytes;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const bool pair = byte >= 0x80 && i + 1 < text.size();
-    bytes += pair ? static_cast<char>((byte & 0x03) << 6 | (text[i + 1] & 0x3F)) : text[i];
-    if (pair) ++i;
-  }
+std::string FromBase64(std::string_view text) {
+  std::string bytes(text.size() / 4 * 3, '\0');
+  EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
+                  reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
+  // The padding decodes to NUL bytes.
+  bytes.resize(bytes.size() - static_cast<std::size_t>(std::ranges::count(text, '=')));
   return bytes;
 }
 
@@ -56,38 +53,43 @@ std::size_t Collect(const char* bytes, std::size_t, std::size_t count, void* to)
   return count;
 }
 
-// Sends one request to the control URL. It bypasses any proxy that the environment configures.
-std::string Exchange(const char* method, const std::string& url, std::string_view body) {
-  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), curl_easy_cleanup);
-  std::string reply;
-  long status = 0;
-  curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
-  curl_easy_setopt(curl.get(), CURLOPT_PROXY, "");
-  curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 60L);
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, Collect);
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &reply);
-  if (std::string_view(method) == "POST") {
-    curl_easy_setopt(curl.get(), CURLOPT_POST, 1L);
-    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body.data());
-  }
-  const CURLcode result = curl_easy_perform(curl.get());
-  curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
-  if (result != CURLE_OK || status != 200) {
-    throw std::runtime_error(std::string(method) + " " + url + ": " + curl_easy_strerror(result) +
-                             ", status " + std::to_string(status) + " " + reply);
-  }
-  return reply;
-}
-
+// Returns a string's exact bytes. What is not UTF-8 is given in base64, in a member beside it.
 std::string Text(const json::object& from, std::string_view name) {
+  const json::value* const bytes = from.if_contains(std::string(name) + "Base64");
+  if (bytes) return FromBase64(bytes->as_string());
   const json::value* const value = from.if_contains(name);
   return value ? std::string(value->as_string()) : std::string();
+}
+
+std::vector<std::string> Lines(const json::object& from, std::string_view name) {
+  std::vector<std::string> lines;
+  const json::value* const bytes = from.if_contains(std::string(name) + "Base64");
+  for (const json::value& line : bytes ? bytes->as_array() : from.at(name).as_array())
+    lines.push_back(bytes ? FromBase64(line.as_string()) : std::string(line.as_string()));
+  return lines;
 }
 
 std::uint64_t Count(const json::object& from, std::string_view name) {
   const json::value* const value = from.if_contains(name);
   return value ? value->to_number<std::uint64_t>() : 0;
+}
+
+// Puts the exact bytes of strings in the place of their readable form.
+json::value WithBytes(const json::value& value) {
+  if (value.is_array()) {
+    json::array array;
+    for (const json::value& element : value.get_array()) array.push_back(WithBytes(element));
+    return array;
+  }
+  if (!value.is_object()) return value;
+  json::object object;
+  for (const auto& [name, member] : value.get_object()) {
+    if (member.is_string())
+      object[name] = Text(value.get_object(), name);
+    else
+      object[name] = WithBytes(member);
+  }
+  return object;
 }
 
 FormField FieldFrom(const json::object& from) {
@@ -112,8 +114,7 @@ Request RequestFrom(const json::object& from) {
                   .connectionOpen = from.at("connectionOpen").as_bool(),
                   .scripted = from.at("scripted").as_bool(),
                   .status = from.at("status").to_number<int>()};
-  for (const json::value& line : from.at("headers").as_array())
-    request.headers.emplace_back(line.as_string());
+  request.headers = Lines(from, "headers");
   if (const json::value* const fields = from.if_contains("fields")) {
     for (const json::value& field : fields->as_array())
       request.fields.push_back(FieldFrom(field.as_object()));
@@ -122,15 +123,17 @@ Request RequestFrom(const json::object& from) {
 }
 
 json::object ToJson(const Script& script) {
+  json::array headers;
+  for (const std::string& line : script.headers) headers.emplace_back(Base64(line));
   json::object text{{"host", script.host},
                     {"method", script.method},
                     {"path", script.path},
                     {"kept", script.kept},
                     {"times", script.times},
                     {"status", script.status},
-                    {"reason", script.reason},
-                    {"headers", json::value_from(script.headers)},
-                    {"body", script.body},
+                    {"reasonBase64", Base64(script.reason)},
+                    {"headersBase64", std::move(headers)},
+                    {"bodyBase64", Base64(script.body)},
                     {"passThrough", script.passThrough},
                     {"delayMs", script.delayMs},
                     {"answerEarly", script.answerEarly},
@@ -139,6 +142,7 @@ json::object ToJson(const Script& script) {
                     {"neverAnswer", script.neverAnswer},
                     {"noContentLength", script.noContentLength},
                     {"hangUp", script.hangUp}};
+  if (script.bodySize) text["bodySize"] = *script.bodySize;
   if (script.cutAfter) text["cutAfter"] = *script.cutAfter;
   if (script.cutBodyAfter) text["cutBodyAfter"] = *script.cutBodyAfter;
   if (script.stopReadingAfter) text["stopReadingAfter"] = *script.stopReadingAfter;
@@ -197,14 +201,45 @@ Sandbox::Sandbox()
 
 void Sandbox::Reset() { Call("POST", "/reset"); }
 
+// Bypasses any proxy that the environment configures.
+long Sandbox::Control(const char* method, std::string_view path, std::string_view body, std::string& reply) {
+  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), curl_easy_cleanup);
+  const std::string url = control_ + std::string(path);
+  reply.clear();
+  curl_easy_setopt(curl.get(), CURLOPT_URL, url.c_str());
+  curl_easy_setopt(curl.get(), CURLOPT_PROXY, "");
+  curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 60L);
+  curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, Collect);
+  curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &reply);
+  if (std::string_view(method) == "POST") {
+    curl_easy_setopt(curl.get(), CURLOPT_POST, 1L);
+    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body.data());
+  }
+  const CURLcode result = curl_easy_perform(curl.get());
+  if (result != CURLE_OK) {
+    throw std::runtime_error(std::string(method) + " " + url + ": " + curl_easy_strerror(result));
+  }
+  long status = 0;
+  curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
+  return status;
+}
+
+std::string Sandbox::Send(const char* method, std::string_view path, std::string_view body) {
+  std::string reply;
+  if (const long status = Control(method, path, body, reply); status != 200) {
+    throw std::runtime_error(std::string(method) + " " + std::string(path) + ": status " +
+                             std::to_string(status) + " " + reply);
+  }
+  return reply;
+}
+
 json::value Sandbox::Call(const char* method, std::string_view path, std::string_view body) {
-  json::parse_options options;
-  options.allow_invalid_utf8 = true;
-  return json::parse(Bytes(Exchange(method, control_ + std::string(path), body)), {}, options);
+  return json::parse(Send(method, path, body));
 }
 
 int Sandbox::Add(const Script& script) {
-  return Call("POST", "/scripts", CodePoints(json::serialize(ToJson(script)))).at("id").to_number<int>();
+  return Call("POST", "/scripts", json::serialize(ToJson(script))).at("id").to_number<int>();
 }
 
 ScriptReport Sandbox::Report(int scriptId) {
@@ -255,13 +290,9 @@ bool Sandbox::WaitForBody(std::size_t requestIndex, std::uint64_t bytes, std::ch
       limit);
 }
 
-std::string Sandbox::Sha256(std::string_view bytes) {
-  return std::string(Call("POST", "/sha256", bytes).at("sha256").as_string());
-}
+std::string Sandbox::Certificate() { return Send("GET", "/ca.pem"); }
 
-std::string Sandbox::Certificate() { return Exchange("GET", control_ + "/ca.pem", {}); }
-
-json::value Sandbox::State() { return Call("GET", "/state"); }
+json::value Sandbox::State() { return WithBytes(Call("GET", "/state")); }
 
 TempFile::TempFile(std::string_view utf8Name, std::string_view content)
     : path_(FreshFolder() / FromUtf8(utf8Name)) {
@@ -286,6 +317,17 @@ TempFile::~TempFile() {
 std::string TempFile::Path() const {
   const std::u8string text = path_.u8string();
   return {text.begin(), text.end()};
+}
+
+std::string Sha256(std::string_view bytes) {
+  std::array<unsigned char, 32> hash{};
+  EVP_Q_digest(nullptr, "SHA256", nullptr, bytes.data(), bytes.size(), hash.data(), nullptr);
+  std::string text;
+  for (const unsigned char byte : hash) {
+    text += "0123456789abcdef"[byte >> 4];
+    text += "0123456789abcdef"[byte & 15];
+  }
+  return text;
 }
 
 std::string RandomBytes(std::size_t size, std::uint32_t seed) {

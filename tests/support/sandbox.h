@@ -1,4 +1,4 @@
-// Lets a test script the replies of the stand-in services and inspect the requests that they received.
+// Lets a test script the replies of the simulated services and inspect the requests that they received.
 #pragma once
 
 #include <boost/json/value.hpp>
@@ -21,7 +21,7 @@ struct FormField {
   std::string name;
   std::string fileName;     // the characters between the quotes, not unescaped
   std::string contentType;  // empty when the part has none
-  std::string content;      // empty when the sandbox stored it in a file (more than 256 KiB)
+  std::string content;      // empty when the sandbox stored it in a file (more than 64 KiB)
   std::string sha256;       // lower-case hexadecimal
   std::uint64_t size = 0;
 };
@@ -35,7 +35,7 @@ struct Request {
   std::string target;                     // path and query, as on the wire
   std::string head;                       // request line, headers and the empty line, byte for byte
   std::vector<std::string> headers = {};  // lines in order, without line endings
-  std::string body;                       // empty when the sandbox stored it in a file (more than 256 KiB)
+  std::string body;                       // empty when the sandbox stored it in a file (more than 64 KiB)
   std::uint64_t bodySize = 0;             // size of the complete body; 0 until bodyComplete
   std::uint64_t bodyReceived = 0;         // bytes received so far
   bool bodyComplete = false;
@@ -69,7 +69,8 @@ struct Script {
   std::string reason = {};                // empty: the standard one
   std::vector<std::string> headers = {};  // "Name: value" lines; Content-Length is added when missing
   std::string body = {};
-  bool passThrough = false;  // the service replies; the script adds only the faults below
+  std::optional<std::uint64_t> bodySize = {};  // repeat the body up to this size
+  bool passThrough = false;                    // the service replies; the script adds only the faults below
 
   int delayMs = 0;                             // wait before the reply
   bool answerEarly = false;                    // reply after the head, then discard the body
@@ -81,7 +82,7 @@ struct Script {
   bool neverAnswer = false;                            // stall until the client disconnects
   bool noContentLength = false;                        // closing the connection ends the reply's body
   bool hangUp = false;               // close the connection properly after the reply, without announcing it
-  std::string certificateName = {};  // on CONNECT: present a certificate for this host name only
+  std::string certificateName = {};  // on CONNECT: an unknown authority's certificate for this host
   int refuseConnect = 0;             // reply to the CONNECT itself with this status
 };
 
@@ -115,11 +116,13 @@ class Sandbox {
   bool WaitForBody(std::size_t requestIndex, std::uint64_t bytes,
                    std::chrono::milliseconds limit = kPatience);
 
-  std::string Sha256(std::string_view bytes);  // lower-case hexadecimal
-  std::string Certificate();                   // of the stand-in services, in PEM format
-  boost::json::value State();  // one member per service, such as "youtube"; its strings hold raw bytes
+  // Sends a request to the control URL. Returns its status, and stores the reply.
+  long Control(const char* method, std::string_view path, std::string_view body, std::string& reply);
+  std::string Certificate();   // of the authority, in PEM format
+  boost::json::value State();  // one member per service, such as "youtube"; strings may hold any bytes
 
  private:
+  std::string Send(const char* method, std::string_view path, std::string_view body = {});  // throws
   boost::json::value Call(const char* method, std::string_view path, std::string_view body = {});
 
   std::string proxy_;
@@ -141,6 +144,8 @@ class TempFile {
  private:
   std::filesystem::path path_;
 };
+
+std::string Sha256(std::string_view bytes);  // lower-case hexadecimal
 
 // Pseudo-random bytes. The same seed gives the same bytes on every platform.
 std::string RandomBytes(std::size_t size, std::uint32_t seed);

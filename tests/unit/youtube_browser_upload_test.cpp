@@ -448,7 +448,7 @@ TEST_F(BrowserForm, PublishesInThreeSteps) {
   EXPECT_EQ(video.at("description").as_string(), "about it");
   EXPECT_EQ(video.at("categoryId").as_string(), "Games");
   EXPECT_EQ(video.at("tags"), (boost::json::array{"a", "b"}));
-  EXPECT_EQ(video.at("sha256").as_string(), sandbox.Sha256(content));
+  EXPECT_EQ(video.at("sha256").as_string(), test::Sha256(content));
 }
 
 }  // namespace

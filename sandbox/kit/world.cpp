@@ -1,0 +1,33 @@
+#include "kit/world.h"
+
+#include <algorithm>
+#include <boost/system/system_error.hpp>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "net/files.h"
+
+namespace velk::sandbox {
+namespace {
+
+Server Listen(asio::io_context& context, const char* option, unsigned threads, std::uint16_t port,
+              std::uint64_t rate) try {
+  return Server(context, threads, port, rate);
+} catch (const boost::system::system_error& error) {
+  throw std::runtime_error(std::string(option) + " " + std::to_string(port) + ": " + error.code().message());
+}
+
+}  // namespace
+
+World::World(asio::io_context& context, const Options& given)
+    : options(given),
+      store(FromUtf8(given.store), given.countOnly),
+      authority(given.caDir.empty() ? Authority() : Authority(FromUtf8(given.caDir))),
+      tls(authority.MakeContext(kServiceHosts)),
+      journal(given.journal),
+      proxy(Listen(context, "--port", std::max(2U, std::thread::hardware_concurrency()), given.port,
+                   given.slowNetwork)),
+      control(Listen(context, "--control-port", 1, given.controlPort, 0)) {}
+
+}  // namespace velk::sandbox

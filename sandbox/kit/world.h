@@ -1,0 +1,36 @@
+// What all connections share.
+#pragma once
+
+#include <atomic>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <cstdint>
+
+#include "kit/content.h"
+#include "kit/journal.h"
+#include "kit/options.h"
+#include "kit/script.h"
+#include "kit/service.h"
+#include "net/certificate.h"
+#include "net/server.h"
+
+namespace velk::sandbox {
+
+struct World {
+  // Throws std::runtime_error, which names the option, when a port, a folder or a file cannot be used.
+  World(asio::io_context& context, const Options& given);
+
+  const Options options;
+  Store store;
+  Authority authority;
+  asio::ssl::context tls;
+  Journal journal;
+  Scripts scripts;
+  Services services;
+  std::atomic<std::uint64_t> connections = 0;
+  // Last, since their threads use the rest.
+  Server proxy;
+  Server control;
+};
+
+}  // namespace velk::sandbox
