@@ -1,10 +1,11 @@
 # Common settings of all targets: the language, the warnings, the sanitizers and the list of exports.
 
-# velk_settings(<target>): C++20 and C99 without extensions, with warnings as errors.
+# velk_settings(<target>): C++20 and C99 without extensions. Warnings are errors in our own builds alone.
 function(velk_settings target)
   target_compile_features(${target} PRIVATE cxx_std_20 c_std_99)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_EXTENSIONS OFF)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+                                           $<$<BOOL:${VELK_DEVELOPER}>:-Werror;-g1>
                                            -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
     # GCC 12 warns falsely of an overlap inside std::string when text is prepended to a string.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
@@ -12,6 +13,9 @@ function(velk_settings target)
     target_compile_options(${target} PRIVATE -fsanitize=${VELK_SANITIZE} -fno-omit-frame-pointer
                                              -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${VELK_SANITIZE})
+  endif()
+  if(VELK_WINDOWS_DEPS)
+    target_compile_options(${target} PRIVATE -ffile-prefix-map=${VELK_WINDOWS_DEPS}/=)
   endif()
   if(WIN32)
     # Static run-time libraries avoid extra DLLs. Without a time stamp, builds are reproducible.
@@ -45,7 +49,5 @@ function(velk_exports target list)
     file(CONFIGURE OUTPUT ${file} CONTENT "{\nglobal:\n${globals}local:\n  *;\n};\n" @ONLY)
     target_link_options(${target} PRIVATE -Wl,--version-script=${file})
   endif()
-  set_target_properties(${target} PROPERTIES LINK_DEPENDS ${file} LINKER_LANGUAGE CXX
-    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}
-    ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS ${file} LINKER_LANGUAGE CXX)
 endfunction()
