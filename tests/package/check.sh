@@ -422,6 +422,17 @@ versions() {
   done
 }
 
+# bill_fits FOLDER: the bill of materials lists the packed binaries with their checksums.
+bill_fits() {
+  local sums
+  sums=$(jq -r '.files[] | "\(.checksums[] | select(.algorithm == "SHA256").checksumValue)  \(.fileName)"' \
+    "$dist/${1##*/}.spdx.json")
+  cd "$1"
+  sha256sum --check --strict --quiet <<<"$sums" || fail 'a checksum does not fit the packed file'
+  same_lines 'the files that the bill lists' "$(sed -E 's/^[0-9a-f]+ +//' <<<"$sums")" \
+    "$(find ./bin ./lib ./verified -type f \( -name '*.dll' -o -name '*.so*' -o -name '*.exe' -o -path './bin/*' \))"
+}
+
 # build_paths: names the files that contain a path of the machine that built them. The steps about symbols have
 # copied them without compression. A page shows the folder of a sandbox, /tmp/velk-sandbox-NAME.
 build_paths() {
@@ -435,6 +446,8 @@ build_paths() {
 }
 
 step 'everything states the same version' versions
+step 'Windows: the bill of materials fits' bill_fits "$windows"
+step 'Linux: the bill of materials fits' bill_fits "$linux"
 step 'no file contains a path of the build' build_paths
 
 # --- Publishing to the sandbox
