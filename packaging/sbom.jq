@@ -45,7 +45,7 @@ def notice($title):
         name: .name,
         versionInfo: $version,
         supplier: "Organization: Debian",
-        downloadLocation: "https://snapshot.debian.org/package/\($package)/\($version | @uri)/",
+        downloadLocation: "NOASSERTION",
         filesAnalyzed: false,
         licenseConcluded: .licence,
         licenseDeclared: .licence,

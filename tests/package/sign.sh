@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Signs copies of a Windows binary through packaging/sign with a certificate of its own, and tests what is refused.
+# Signs copies of a Windows binary through packaging/sign with a certificate of its own, and tests refusals.
 # Usage: sign.sh EXE
 set -euo pipefail
 sign=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../packaging" && pwd)/sign
