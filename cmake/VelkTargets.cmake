@@ -2,11 +2,15 @@
 
 # velk_settings(<target>): C++20 and C99 without extensions. Warnings are errors in our own builds alone.
 function(velk_settings target)
+  # Names of sources in the symbols do not depend on where the checkout is, nor on a compiler cache, which passes the
+  # compiler relative paths.
+  file(RELATIVE_PATH to_sources ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR})
   target_compile_features(${target} PRIVATE cxx_std_20 c_std_99)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
                                            $<$<BOOL:${VELK_DEVELOPER}>:-Werror;-g1>
                                            -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+                                           -ffile-prefix-map=${to_sources}=
     # GCC 12 warns falsely of an overlap inside std::string when text is prepended to a string.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
   if(VELK_SANITIZE)
