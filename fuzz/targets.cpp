@@ -73,15 +73,15 @@ void QuotedToken(std::string_view input) {
 }
 
 void LocationHeader(std::string_view input) {
-  const std::string address = FindLocationHeader(input);
-  Demand(address.find_first_of("\r\n") == std::string::npos);
+  const std::string url = youtube::FindLocationHeader(input);
+  Demand(url.find_first_of("\r\n") == std::string::npos);
 }
 
 void Pages(std::string_view input) {
   const std::vector<char> text = Text(input);
   FacebookPage* pages = nullptr;
   int32_t count = -1;
-  const int32_t result = ListPages({text.data(), input.size()}, &pages, count);
+  const int32_t result = facebook::ListPages({text.data(), input.size()}, &pages, count);
   Demand(result == VELK_OK ? pages && count > 0 : !pages);
   for (int32_t page = 0; pages && page < count; ++page)
     Demand(std::memchr(pages[page].id, '\0', sizeof pages->id) &&
@@ -93,14 +93,14 @@ void Pages(std::string_view input) {
 void RequestToken(std::string_view input) {
   std::string_view token;
   int32_t needed = -1;
-  const int32_t result = ReadRequestToken(input, token, needed);
+  const int32_t result = twitter::ReadRequestToken(input, token, needed);
   Demand(result == VELK_OK || result == VELK_NO_IDENTIFIER);
   Demand(token.size() <= input.size());
 }
 
 void AccessToken(std::string_view input) {
   TwitterAccessToken token{};
-  const int32_t result = ReadAccessToken(input, token);
+  const int32_t result = twitter::ReadAccessToken(input, token);
   Demand(result == VELK_OK || result == VELK_NO_IDENTIFIER);
   Demand(std::memchr(token.screenName, '\0', sizeof token.screenName) != nullptr);
 }
@@ -134,7 +134,7 @@ void TokenReply(std::string_view input) {
   const std::vector<char> text = Text(input);
   std::string url;
   std::string token;
-  const int32_t result = ParseUploadTokenReply(text.data(), input.size(), &url, &token);
+  const int32_t result = youtube::ParseUploadTokenReply(text.data(), input.size(), &url, &token);
   Demand(result == VELK_OK || result == VELK_UNEXPECTED_REPLY ||
          (input.empty() && result == VELK_MISSING_ARGUMENT));
 }

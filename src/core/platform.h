@@ -38,6 +38,6 @@ bool FillWithRandomBytes(std::span<unsigned char> bytes) noexcept;
 // Locks liboauth; hold the lock during every call into it. On Linux it is not thread-safe: it calls strtok,
 // and its first signature initializes the cryptography without a lock. On Windows strtok keeps its position
 // per thread and nothing needs initialization, so the lock is empty.
-std::unique_lock<std::mutex> TurnWithLiboauth();
+std::unique_lock<std::mutex> LockLiboauth();
 
 }  // namespace velk

@@ -39,7 +39,7 @@ bool FillWithRandomBytes(std::span<unsigned char> bytes) noexcept {
   return true;
 }
 
-std::unique_lock<std::mutex> TurnWithLiboauth() {
+std::unique_lock<std::mutex> LockLiboauth() {
   static std::mutex mutex;
   return std::unique_lock(mutex);
 }

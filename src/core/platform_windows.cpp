@@ -47,6 +47,6 @@ bool FillWithRandomBytes(std::span<unsigned char> bytes) noexcept {
                          BCRYPT_USE_SYSTEM_PREFERRED_RNG) == 0;
 }
 
-std::unique_lock<std::mutex> TurnWithLiboauth() { return {}; }
+std::unique_lock<std::mutex> LockLiboauth() { return {}; }
 
 }  // namespace velk

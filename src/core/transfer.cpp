@@ -36,12 +36,12 @@ Transfer::Transfer(TransferSetup setup)
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   // A handle serves one request, so there is hardly a TLS session to resume.
   Set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
-  if (setup.connections) Note(setup.connections->Admit(curl_.get()));
+  if (setup.connections) KeepFirstError(setup.connections->Admit(curl_.get()));
   // Hosts call from several threads, where timeouts by signal are unsafe.
   Set(CURLOPT_NOSIGNAL, 1L);
 }
 
-Transfer& Transfer::Note(CURLcode outcome) {
+Transfer& Transfer::KeepFirstError(CURLcode outcome) {
   if (outcome == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
   if (refusal_ == CURLE_OK) refusal_ = outcome;
   return *this;
@@ -49,7 +49,7 @@ Transfer& Transfer::Note(CURLcode outcome) {
 
 Transfer& Transfer::Header(const std::string& line) {
   // libcurl sends the line unchanged. A line break in a token would start another header or another request.
-  if (line.find_first_of("\r\n") != std::string::npos) return Note(CURLE_BAD_FUNCTION_ARGUMENT);
+  if (line.find_first_of("\r\n") != std::string::npos) return KeepFirstError(CURLE_BAD_FUNCTION_ARGUMENT);
   curl_slist* longer = curl_slist_append(headers_.get(), line.c_str());
   if (!longer) throw std::bad_alloc();
   // curl_slist_append returns the same first node, or the new node if the list was empty.
@@ -84,7 +84,7 @@ Transfer& Transfer::AddFormPart(Options... options) {
   const CURLFORMcode outcome = curl_formadd(&first, &lastPart_, options..., CURLFORM_END);
   form_.reset(first);
   if (outcome == CURL_FORMADD_MEMORY) throw std::bad_alloc();
-  return Note(outcome == CURL_FORMADD_OK ? CURLE_OK : CURLE_BAD_FUNCTION_ARGUMENT);
+  return KeepFirstError(outcome == CURL_FORMADD_OK ? CURLE_OK : CURLE_BAD_FUNCTION_ARGUMENT);
 }
 
 Transfer& Transfer::AddFormText(CURLformoption contents, const char* name, std::string_view text) {
@@ -155,7 +155,9 @@ std::string_view Transfer::EffectiveUrl() const noexcept {
   return url ? url : "";
 }
 
-bool Transfer::Says(const char* text) const noexcept { return std::strstr(reply_.Text(), text) != nullptr; }
+bool Transfer::ReplyContains(const char* text) const noexcept {
+  return std::strstr(reply_.Text(), text) != nullptr;
+}
 
 void Transfer::Abandon() noexcept {
   curl_easy_setopt(curl_.get(), CURLOPT_SHARE, nullptr);

@@ -80,7 +80,7 @@ class Transfer {
   const ResponseBuffer& Reply() const noexcept { return reply_; }
   ResponseBuffer& Reply() noexcept { return reply_; }
   // Whether the body contains the string. The search stops at the first NUL.
-  bool Says(const char* text) const noexcept;
+  bool ReplyContains(const char* text) const noexcept;
 
   // Gives up the handle and the reply without releasing them. Both stay allocated until the process exits;
   // the connection stays with the call. Use it only where the public header documents the leak. No other
@@ -97,12 +97,12 @@ class Transfer {
 
   template <typename Value>
   Transfer& Set(CURLoption option, Value value) {
-    return Note(curl_easy_setopt(curl_.get(), option, value));
+    return KeepFirstError(curl_easy_setopt(curl_.get(), option, value));
   }
   Transfer& SetLong(CURLoption option, std::chrono::seconds::rep value) {
     return Set(option, static_cast<long>(value));
   }
-  Transfer& Note(CURLcode outcome);
+  Transfer& KeepFirstError(CURLcode outcome);
   bool KeptConnectionDied(CURLcode failure) const noexcept;
   template <typename... Options>
   Transfer& AddFormPart(Options... options);

@@ -18,13 +18,13 @@ void FreeUploader(FileUploader* uploader) noexcept { delete uploader; }
 int UploadProgressCallback(void* clientData, double, double, double uploadTotal, double uploadNow) noexcept {
   auto* uploader = static_cast<FileUploader*>(clientData);
   if (!uploader) return kAbort;
-  if (Load(uploader->cancelRequested) != 0) {
-    Store(uploader->state, kIdle);
+  if (AtomicLoad(uploader->cancelRequested) != 0) {
+    AtomicStore(uploader->state, kIdle);
     return kAbort;
   }
-  Store(uploader->totalBytes, uploadTotal);
-  Store(uploader->state, kReported);
-  Store(uploader->uploadedBytes, uploadNow);
+  AtomicStore(uploader->totalBytes, uploadTotal);
+  AtomicStore(uploader->state, kReported);
+  AtomicStore(uploader->uploadedBytes, uploadNow);
   return 0;
 }
 
@@ -37,21 +37,21 @@ FileUploader* InitFacebookFileUploder() noexcept { return velk::NewUploader(); }
 int32_t GetFacebookUploadFileProgress(const FileUploader* uploader, double* outUploaded,
                                       double* outTotal) noexcept {
   if (!uploader || !outUploaded || !outTotal) return VELK_MISSING_ARGUMENT;
-  if (velk::Load(uploader->state) == velk::kIdle) return VELK_UNEXPECTED_REPLY;
-  *outUploaded = velk::Load(uploader->uploadedBytes);
-  *outTotal = velk::Load(uploader->totalBytes);
+  if (velk::AtomicLoad(uploader->state) == velk::kIdle) return VELK_UNEXPECTED_REPLY;
+  *outUploaded = velk::AtomicLoad(uploader->uploadedBytes);
+  *outTotal = velk::AtomicLoad(uploader->totalBytes);
   return VELK_OK;
 }
 
 int32_t CancelFacebookUploadFile(FileUploader* uploader) noexcept {
   if (!uploader) return VELK_MISSING_ARGUMENT;
-  velk::Store(uploader->cancelRequested, uint32_t{1});
+  velk::AtomicStore(uploader->cancelRequested, uint32_t{1});
   return VELK_OK;
 }
 
 int32_t UninitFacebookFileUploder(FileUploader* uploader) noexcept {
   if (!uploader) return VELK_MISSING_ARGUMENT;
-  if (velk::Load(uploader->state) != velk::kIdle) return VELK_BUSY;
+  if (velk::AtomicLoad(uploader->state) != velk::kIdle) return VELK_BUSY;
   velk::FreeUploader(uploader);
   return VELK_OK;
 }

@@ -10,12 +10,12 @@ namespace velk {
 // The host's threads share the fields of a handle with the uploading thread. They are plain memory, so each
 // access is a relaxed atomic one. It compiles to a plain load or store without being a data race.
 template <typename Value>
-Value Load(const Value& field) noexcept {
+Value AtomicLoad(const Value& field) noexcept {
   return std::atomic_ref<Value>(const_cast<Value&>(field)).load(std::memory_order_relaxed);
 }
 
 template <typename Value>
-void Store(Value& field, Value value) noexcept {
+void AtomicStore(Value& field, Value value) noexcept {
   std::atomic_ref<Value>(field).store(value, std::memory_order_relaxed);
 }
 

@@ -7,18 +7,18 @@
 
 #include "core/core.h"
 
-namespace velk {
+namespace velk::facebook {
 
 inline constexpr std::string_view kGraphApi = "https://graph.facebook.com/";
 inline constexpr std::string_view kGraphVideo = "https://graph-video.facebook.com/";
 inline constexpr std::string_view kFacebookWeb = "https://www.facebook.com/";
 
 // The size of the host's buffer for a value from a reply, including the terminator.
-inline constexpr size_t kValueRoom = 1024;
+inline constexpr size_t kValueCapacity = 1024;
 
 // The node to publish to. It is targetId if that begins with a number other than 0, so never for "NULL".
 // Otherwise it is the user's own node, "me".
-std::string_view NodeOf(const FacebookUploadInfo& info) noexcept;
+std::string_view TargetNode(const FacebookUploadInfo& info) noexcept;
 
 std::string ObjectUrl(std::string_view objectId, std::string_view accessToken);
 
@@ -26,7 +26,7 @@ std::string ObjectUrl(std::string_view objectId, std::string_view accessToken);
 int32_t GraphResult(const Transfer& request, CURLcode failure) noexcept;
 
 // Each performs one small request and returns its result. After VELK_OK the transfer holds the reply.
-int32_t GetObject(Transfer& request, std::string_view objectId, std::string_view accessToken);
+int32_t FetchObject(Transfer& request, std::string_view objectId, std::string_view accessToken);
 int32_t PostForm(Transfer& request, const std::string& url, std::string body);
 
 // Sets the privacy of a published object to info.privacy, over a connection of the call. Returns a result
@@ -40,9 +40,9 @@ int32_t ListPages(std::string_view reply, FacebookPage** outPages, int32_t& coun
 
 // Whether a string and its terminator fit the host's buffer size. Both sizes are compared as unsigned 64-bit
 // numbers, so a negative size counts as very large. A null size means no limit.
-bool Fits(size_t length, const int32_t* size) noexcept;
+bool FitsHostBuffer(size_t length, const int32_t* size) noexcept;
 
 // Reports the size that a string needs, including the terminator. Does nothing if `size` is null.
-void TellSize(size_t length, int32_t* size) noexcept;
+void ReportSize(size_t length, int32_t* size) noexcept;
 
-}  // namespace velk
+}  // namespace velk::facebook

@@ -1,6 +1,6 @@
 #include "facebook/facebook.h"
 
-namespace velk {
+namespace velk::facebook {
 namespace {
 
 using namespace std::chrono_literals;
@@ -15,7 +15,7 @@ bool BeginsWithNonZeroNumber(std::string_view text) noexcept {
 
 }  // namespace
 
-std::string_view NodeOf(const FacebookUploadInfo& info) noexcept {
+std::string_view TargetNode(const FacebookUploadInfo& info) noexcept {
   const std::string_view target = Field(info.targetId);
   return BeginsWithNonZeroNumber(target) ? target : "me";
 }
@@ -28,11 +28,11 @@ int32_t GraphResult(const Transfer& request, CURLcode failure) noexcept {
   if (failure != CURLE_OK) return FromTransfer(failure);
   const long status = request.Status();
   if (status == 200) return VELK_OK;
-  const bool rejected = status == 400 && request.Says("Error validating access token");
+  const bool rejected = status == 400 && request.ReplyContains("Error validating access token");
   return rejected ? VELK_TOKEN_REJECTED : VELK_UNEXPECTED_REPLY;
 }
 
-int32_t GetObject(Transfer& request, std::string_view objectId, std::string_view accessToken) {
+int32_t FetchObject(Transfer& request, std::string_view objectId, std::string_view accessToken) {
   request.Url(ObjectUrl(objectId, accessToken)).ConnectTimeout(5s);
   return GraphResult(request, request.Perform());
 }
@@ -42,12 +42,12 @@ int32_t PostForm(Transfer& request, const std::string& url, std::string body) {
   return GraphResult(request, request.Perform());
 }
 
-bool Fits(size_t length, const int32_t* size) noexcept {
+bool FitsHostBuffer(size_t length, const int32_t* size) noexcept {
   return !size || static_cast<uint64_t>(int64_t{*size}) >= uint64_t{length} + 1;
 }
 
-void TellSize(size_t length, int32_t* size) noexcept {
+void ReportSize(size_t length, int32_t* size) noexcept {
   if (size) *size = static_cast<int32_t>(length + 1);
 }
 
-}  // namespace velk
+}  // namespace velk::facebook

@@ -5,32 +5,35 @@
 #include "facebook/facebook.h"
 #include "json/json.h"
 
-namespace velk {
+namespace velk::facebook {
 namespace {
 
 using namespace std::chrono_literals;
 
 // Reads the lifetime, if the reply has one, into the host's unsigned number.
 void ReadLifetime(const ResponseBuffer& reply, uint32_t* outExpiresIn) noexcept {
-  char digits[kValueRoom] = "";
+  char digits[kValueCapacity] = "";
   if (!outExpiresIn || JsonGetExpiresIn(reply.Bytes(), nullptr, digits) != 0) return;
   *outExpiresIn = static_cast<uint32_t>(std::strtoll(digits, nullptr, 10));
 }
 
 // The result if neither value was readable. If even an empty value does not fit, reports both required sizes.
 int32_t NothingRead(std::string_view name, int32_t* nameSize, std::string_view email, int32_t* emailSize) {
-  if (Fits(name.size(), nameSize) && Fits(email.size(), emailSize)) return VELK_UNEXPECTED_REPLY;
-  TellSize(name.size(), nameSize);
-  TellSize(email.size(), emailSize);
+  if (FitsHostBuffer(name.size(), nameSize) && FitsHostBuffer(email.size(), emailSize))
+    return VELK_UNEXPECTED_REPLY;
+  ReportSize(name.size(), nameSize);
+  ReportSize(email.size(), emailSize);
   return VELK_BUFFER_TOO_SMALL;
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::facebook
+
+using namespace velk;
+using namespace velk::facebook;
 
 int32_t ExangeFacebookAccessToken(const char* appId, const char* appSecret, const char* exchangeToken,
                                   char* outToken, uint32_t* outTokenLength, uint32_t* outExpiresIn) noexcept {
-  using namespace velk;
   if (!appId || !appSecret || !exchangeToken || !outToken || !outTokenLength) return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
     Transfer exchange;
@@ -46,10 +49,10 @@ int32_t ExangeFacebookAccessToken(const char* appId, const char* appSecret, cons
     // QuotedTokenAfter modifies its input, and the lifetime must still be read from the reply. So it gets a
     // copy.
     std::string pieces = exchange.Reply().Text();
-    char token[kValueRoom] = "";
+    char token[kValueCapacity] = "";
     QuotedTokenAfter(pieces.data(), "access_token", token);
     ReadLifetime(exchange.Reply(), outExpiresIn);
-    CopyText(token, {outToken, kValueRoom});
+    CopyText(token, {outToken, kValueCapacity});
     *outTokenLength = static_cast<uint32_t>(std::strlen(token));
     return VELK_OK;
   });
@@ -57,7 +60,6 @@ int32_t ExangeFacebookAccessToken(const char* appId, const char* appSecret, cons
 
 int32_t CheckFacebookAccessTokenValid(const char* appId, const char* accessToken,
                                       uint32_t* outValid) noexcept {
-  using namespace velk;
   if (!appId || !accessToken || !outValid) return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
     const Connections connections;
@@ -75,7 +77,7 @@ int32_t CheckFacebookAccessTokenValid(const char* appId, const char* accessToken
       return VELK_OK;
     }
     *outValid = 0;
-    char type[kValueRoom] = "";
+    char type[kValueCapacity] = "";
     JsonGetStringValue(check.Reply().Bytes(), "type", type);
     return std::strcmp(type, "OAuthException") == 0 ? VELK_OK : VELK_UNEXPECTED_REPLY;
   });
@@ -83,24 +85,23 @@ int32_t CheckFacebookAccessTokenValid(const char* appId, const char* accessToken
 
 int32_t GetFacebookUserNameEmail(const char* accessToken, char* outName, int32_t* inOutNameSize,
                                  char* outEmail, int32_t* inOutEmailSize) noexcept {
-  using namespace velk;
   if (!accessToken || !outName || !outEmail) return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
     Transfer query;
     if (!query) return VELK_NO_HANDLE;
-    const int32_t result = GetObject(query, "me", accessToken);
+    const int32_t result = FetchObject(query, "me", accessToken);
     if (result != VELK_OK) return result;
 
-    char name[kValueRoom] = "";
-    char email[kValueRoom] = "";
+    char name[kValueCapacity] = "";
+    char email[kValueCapacity] = "";
     ResponseBuffer& reply = query.Reply();
     const bool named = QuotedTokenAfter(reply.data, "name", name) == 0;
     // Reading the name replaced the first quote in the reply with a NUL. The tokenizer stops there, so the
     // e-mail address is always empty.
     const bool mailed = JsonGetEmail(reply.Bytes(), nullptr, email) == 0;
     if (!named && !mailed) return NothingRead(name, inOutNameSize, email, inOutEmailSize);
-    CopyText(name, {outName, kValueRoom});
-    CopyText(email, {outEmail, kValueRoom});
+    CopyText(name, {outName, kValueCapacity});
+    CopyText(email, {outEmail, kValueCapacity});
     return VELK_OK;
   });
 }

@@ -7,7 +7,7 @@
 #include "facebook/facebook.h"
 #include "json/json.h"
 
-namespace velk {
+namespace velk::facebook {
 namespace {
 
 using namespace std::chrono_literals;
@@ -88,11 +88,13 @@ int32_t ListPages(std::string_view reply, FacebookPage** outPages, int32_t& coun
   *outPages = pages.release();
   return VELK_OK;
 }
-}  // namespace velk
+}  // namespace velk::facebook
+
+using namespace velk;
+using namespace velk::facebook;
 
 int32_t GetFacebookUserPagesList(const char* accessToken, FacebookPage** outPages,
                                  int32_t* outCount) noexcept {
-  using namespace velk;
   if (!accessToken || !outCount) return VELK_MISSING_ARGUMENT;
   const int32_t result = Guarded([&]() -> int32_t {
     Transfer fetch;
@@ -100,8 +102,8 @@ int32_t GetFacebookUserPagesList(const char* accessToken, FacebookPage** outPage
     return fetched == VELK_OK ? ListPages(fetch.Reply().Text(), outPages, *outCount) : fetched;
   });
   // The host gets the results that concern the reply. All other failures get the same code.
-  const bool told = result >= 0 || result == VELK_BUFFER_TOO_SMALL || result == VELK_TRANSFER_FAILED;
-  return told ? result : VELK_UNEXPECTED_REPLY;
+  const bool reported = result >= 0 || result == VELK_BUFFER_TOO_SMALL || result == VELK_TRANSFER_FAILED;
+  return reported ? result : VELK_UNEXPECTED_REPLY;
 }
 
 int32_t FreeFacebookUserPagesList(FacebookPage** pages) noexcept {

@@ -2,18 +2,18 @@
 #include "facebook/facebook.h"
 #include "json/json.h"
 
-namespace velk {
+namespace velk::facebook {
 namespace {
 
 using namespace std::chrono_literals;
 
-bool LacksText(const char* accessToken, const FacebookUploadInfo& info) noexcept {
+bool IsPhotoIncomplete(const char* accessToken, const FacebookUploadInfo& info) noexcept {
   return *accessToken == '\0' || *info.filePath == '\0' || *info.description == '\0' || *info.privacy == '\0';
 }
 
 int32_t SendPhoto(Transfer& upload, FileUploader* uploader, const char* accessToken,
                   const FacebookUploadInfo& info, const NativePath& path, UploadFile& file) {
-  upload.Url(Concat({kGraphApi, NodeOf(info), "/photos?access_token=", accessToken}))
+  upload.Url(Concat({kGraphApi, TargetNode(info), "/photos?access_token=", accessToken}))
       .ConnectTimeout(5s)
       .Post()
       .Progress(&UploadProgressCallback, uploader)
@@ -25,13 +25,15 @@ int32_t SendPhoto(Transfer& upload, FileUploader* uploader, const char* accessTo
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::facebook
+
+using namespace velk;
+using namespace velk::facebook;
 
 int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken,
                                  const FacebookUploadInfo* info, char* outPostId) noexcept {
-  using namespace velk;
   if (!uploader || !accessToken || !info || !outPostId) return VELK_MISSING_ARGUMENT;
-  if (LacksText(accessToken, *info)) return VELK_MISSING_ARGUMENT;
+  if (IsPhotoIncomplete(accessToken, *info)) return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
     const NativePath path = WidenPath(Field(info->filePath));
     UploadFile file(path);
@@ -43,7 +45,7 @@ int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken
     if (result != VELK_OK) return result;
 
     const std::string_view reply = upload.Reply().Bytes();
-    char photoId[kValueRoom] = "";
+    char photoId[kValueCapacity] = "";
     const bool identified = JsonGetStringValue(reply, "id", photoId) == 0;
     if (identified && UpdatePrivacy(connections, accessToken, *info, photoId) != VELK_OK) {
       // The photo is published. Only the upload's handle and reply stay allocated.
@@ -51,7 +53,7 @@ int32_t StartFacebookUploadPhoto(FileUploader* uploader, const char* accessToken
       return VELK_PRIVACY_NOT_UPDATED;
     }
     // Without a story identifier in the reply, the host's buffer is unchanged.
-    JsonGetStringValue(reply, "post_id", {outPostId, kValueRoom});
+    JsonGetStringValue(reply, "post_id", {outPostId, kValueCapacity});
     return VELK_OK;
   });
 }

@@ -2,7 +2,7 @@
 #include "facebook/facebook.h"
 #include "json/json.h"
 
-namespace velk {
+namespace velk::facebook {
 namespace {
 
 // Hosts write "NULL" into an unused field.
@@ -20,21 +20,23 @@ std::string ComposeBody(const FacebookUploadInfo& info) {
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::facebook
+
+using namespace velk;
+using namespace velk::facebook;
 
 int32_t PostFacebookComment(const char* accessToken, const FacebookUploadInfo* info,
                             char* outPostId) noexcept {
-  using namespace velk;
   if (!accessToken || !info || !outPostId) return VELK_MISSING_ARGUMENT;
   if (*info->description == '\0' && *info->link == '\0') return VELK_MISSING_ARGUMENT;
   if (*accessToken == '\0') return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
     Transfer post;
     if (!post) return VELK_NO_HANDLE;
-    const std::string url = Concat({kGraphApi, NodeOf(*info), "/feed?access_token=", accessToken});
+    const std::string url = Concat({kGraphApi, TargetNode(*info), "/feed?access_token=", accessToken});
     const int32_t result = PostForm(post, url, ComposeBody(*info));
     if (result != VELK_OK) return result;
-    const bool found = JsonGetStringValue(post.Reply().Bytes(), "id", {outPostId, kValueRoom}) == 0;
+    const bool found = JsonGetStringValue(post.Reply().Bytes(), "id", {outPostId, kValueCapacity}) == 0;
     return found ? VELK_OK : VELK_NO_IDENTIFIER;
   });
 }

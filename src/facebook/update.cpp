@@ -2,7 +2,7 @@
 #include "facebook/facebook.h"
 #include "json/json.h"
 
-namespace velk {
+namespace velk::facebook {
 namespace {
 
 int32_t ChangeObject(const Connections& connections, const char* accessToken, const char* objectId,
@@ -33,9 +33,9 @@ int32_t UpdateObjectPrivacy(const Connections& connections, const char* accessTo
   return Guarded([&]() -> int32_t {
     Transfer lookup({.connections = &connections});
     if (!lookup) return VELK_NO_HANDLE;
-    const int32_t result = GetObject(lookup, storyId, accessToken);
+    const int32_t result = FetchObject(lookup, storyId, accessToken);
     if (result != VELK_OK) return result;
-    char objectId[kValueRoom] = "";
+    char objectId[kValueCapacity] = "";
     if (JsonGetStringValue(lookup.Reply().Bytes(), "object_id", objectId) != 0) return VELK_OK;
     if (UpdatePrivacy(connections, accessToken, info, objectId) == VELK_OK) return VELK_OK;
     // Nothing was changed. Only the lookup's handle and reply stay allocated.
@@ -45,14 +45,14 @@ int32_t UpdateObjectPrivacy(const Connections& connections, const char* accessTo
 }
 
 // The steps of each kind of update in order, with the result reported if the step fails.
-struct Step {
+struct UpdateStep {
   int32_t (*run)(const Connections& connections, const char* accessToken, const char* objectId,
                  const FacebookUploadInfo& info) noexcept;
   uint32_t updateKind;
   int32_t failure;
 };
 
-constexpr Step kSteps[] = {
+constexpr UpdateStep kUpdateSteps[] = {
     {&UpdateMessage, 0, VELK_MESSAGE_NOT_UPDATED},
     {&UpdateObjectPrivacy, 1, VELK_PRIVACY_NOT_UPDATED},
     {&UpdateMessage, 1, VELK_TEXT_NOT_UPDATED},
@@ -67,15 +67,17 @@ int32_t UpdatePrivacy(const Connections& connections, const char* accessToken, c
   return ChangeObject(connections, accessToken, objectId, {"privacy={'value':'", Field(info.privacy), "'}"});
 }
 
-}  // namespace velk
+}  // namespace velk::facebook
+
+using namespace velk;
+using namespace velk::facebook;
 
 int32_t SetFacebookUpdateInfo(const char* accessToken, const char* objectId,
                               const FacebookUploadInfo* info) noexcept {
-  using namespace velk;
   if (!info) return VELK_MISSING_ARGUMENT;
   const Connections connections;
   int32_t result = VELK_UNEXPECTED_REPLY;
-  for (const Step& step : kSteps) {
+  for (const UpdateStep& step : kUpdateSteps) {
     if (step.updateKind != info->updateKind) continue;
     if (step.run(connections, accessToken, objectId, *info) != VELK_OK) return step.failure;
     result = VELK_OK;

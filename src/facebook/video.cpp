@@ -2,7 +2,7 @@
 #include "facebook/facebook.h"
 #include "json/json.h"
 
-namespace velk {
+namespace velk::facebook {
 namespace {
 
 using namespace std::chrono_literals;
@@ -18,23 +18,24 @@ constexpr VideoRoute kLargeFileRoute{kGraphVideo, true};
 
 constexpr int32_t kLargeFileMebibytes = 50;
 
-bool LacksText(const char* accessToken, const FacebookUploadInfo& info) noexcept {
+bool IsVideoIncomplete(const char* accessToken, const FacebookUploadInfo& info) noexcept {
   return *accessToken == '\0' || *info.filePath == '\0' || *info.title == '\0' || *info.description == '\0';
 }
 
 int32_t ReadVideoId(const ResponseBuffer& reply, char* outVideoId) noexcept {
-  const bool found = JsonGetStringValue(reply.Bytes(), "id", {outVideoId, kValueRoom}) == 0;
+  const bool found = JsonGetStringValue(reply.Bytes(), "id", {outVideoId, kValueCapacity}) == 0;
   return found ? VELK_OK : VELK_NO_IDENTIFIER;
 }
 
-int32_t JudgeVideo(const VideoRoute& route, const Transfer& upload, CURLcode failure,
-                   char* outVideoId) noexcept {
+int32_t VideoResult(const VideoRoute& route, const Transfer& upload, CURLcode failure,
+                    char* outVideoId) noexcept {
   // The server may have accepted the video and replied before the connection broke.
   if (failure == CURLE_RECV_ERROR) return ReadVideoId(upload.Reply(), outVideoId);
   const int32_t result = GraphResult(upload, failure);
   if (result == VELK_OK) return ReadVideoId(upload.Reply(), outVideoId);
   if (failure != CURLE_OK || upload.Status() != 500 || !route.explainsServerError) return result;
-  const bool retry = upload.Says("An unexpected error has occurred. Please retry your request later.");
+  const bool retry =
+      upload.ReplyContains("An unexpected error has occurred. Please retry your request later.");
   return retry ? VELK_TOKEN_REJECTED : VELK_SERVER_ERROR;
 }
 
@@ -42,13 +43,13 @@ int32_t JudgeVideo(const VideoRoute& route, const Transfer& upload, CURLcode fai
 int32_t UploadVideo(const VideoRoute& route, FileUploader* uploader, const char* accessToken,
                     const FacebookUploadInfo& info, char* outVideoId, const NativePath& path) noexcept {
   return Guarded([&]() -> int32_t {
-    if (LacksText(accessToken, info)) return VELK_MISSING_ARGUMENT;
+    if (IsVideoIncomplete(accessToken, info)) return VELK_MISSING_ARGUMENT;
     UploadFile file(path);
     if (!file) return VELK_FILE_NOT_OPENED;
     Transfer upload;
     if (!upload) return VELK_NO_HANDLE;
     upload
-        .Url(Concat({route.host, NodeOf(info), "/videos/uploaded?privacy={'value':'", Field(info.privacy),
+        .Url(Concat({route.host, TargetNode(info), "/videos/uploaded?privacy={'value':'", Field(info.privacy),
                      "'}&access_token=", accessToken}))
         .ConnectTimeout(5s)
         .Post()
@@ -58,7 +59,7 @@ int32_t UploadVideo(const VideoRoute& route, FileUploader* uploader, const char*
         .FormFile(file, NarrowPath(path));
     const CURLcode failure = upload.Perform();
     file.Close();
-    return JudgeVideo(route, upload, failure, outVideoId);
+    return VideoResult(route, upload, failure, outVideoId);
   });
 }
 
@@ -66,13 +67,15 @@ int32_t UploadVideo(const VideoRoute& route, FileUploader* uploader, const char*
 int32_t Mebibytes(int64_t size) noexcept { return static_cast<int32_t>(size / 1024 / 1024); }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::facebook
+
+using namespace velk;
+using namespace velk::facebook;
 
 int32_t StartFacebookUploadVideo(FileUploader* uploader, const char* accessToken,
                                  const FacebookUploadInfo* info, char* outVideoId) noexcept {
-  using namespace velk;
   if (!uploader || !accessToken || !info || !outVideoId) return VELK_MISSING_ARGUMENT;
-  if (LacksText(accessToken, *info)) return VELK_MISSING_ARGUMENT;
+  if (IsVideoIncomplete(accessToken, *info)) return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
     const NativePath path = WidenPath(Field(info->filePath));
     UploadFile file(path);

@@ -6,7 +6,7 @@
 #include "json/json.h"
 #include "twitter/twitter.h"
 
-namespace velk {
+namespace velk::twitter {
 namespace {
 
 using namespace std::chrono_literals;
@@ -38,15 +38,16 @@ bool ReadString(const Transfer& transfer, const char* key, std::string& value) {
   return found;
 }
 
-// Identifiers are never truncated. If one does not fit, `room` receives the required size.
-bool Fits(const std::string& text, int32_t* room) noexcept {
-  const auto needed = static_cast<int32_t>(text.size() + 1);
-  if (*room >= needed) return true;
-  *room = needed;
-  return false;
+// Copies an identifier, which is never truncated. If it does not fit, only writes the required size to `size`.
+bool CopyWhole(const std::string& identifier, char* out, int32_t* size) noexcept {
+  const size_t needed = identifier.size() + 1;
+  if (*size < static_cast<int32_t>(needed)) {
+    *size = static_cast<int32_t>(needed);
+    return false;
+  }
+  CopyText(identifier, {out, needed});
+  return true;
 }
-
-void Copy(const std::string& text, char* out) noexcept { CopyText(text, {out, text.size() + 1}); }
 
 }  // namespace
 
@@ -56,7 +57,7 @@ std::string MediaExtension(std::string_view fileName) {
   return std::string(pieces.substr(pieces.rfind('.') + 1, kExtensionLength));
 }
 
-int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
+int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t* mediaIdSize,
                          const char* authParams, const NativePath& path, const char* extension) {
   if (!mediaId || path.empty()) return VELK_MISSING_ARGUMENT;
   UploadFile file(path);
@@ -80,9 +81,7 @@ int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t*
 
   std::string id;
   if (!ReadString(init, "media_id_string", id)) return VELK_OK;
-  if (!Fits(id, mediaIdRoom)) return VELK_BUFFER_TOO_SMALL;
-  Copy(id, mediaId);
-  return VELK_OK;
+  return CopyWhole(id, mediaId, mediaIdSize) ? VELK_OK : VELK_BUFFER_TOO_SMALL;
 }
 
 int32_t TwitterMediaAppendFile(const Connections& connections, const char* mediaId, FileUploader* uploader,
@@ -128,7 +127,7 @@ int32_t TwitterMediaAppend(const Connections& connections, const char* mediaId, 
   return Succeeded(append, {200, 204}) ? VELK_OK : TwitterFailure(append);
 }
 
-int32_t TwitterMediaFinalize(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
+int32_t TwitterMediaFinalize(const Connections& connections, char* mediaId, int32_t* mediaIdSize,
                              const char* authParams, int32_t* processing) {
   if (!mediaId || !authParams) return VELK_MISSING_ARGUMENT;
   Transfer finalize({.connections = &connections});
@@ -146,10 +145,9 @@ int32_t TwitterMediaFinalize(const Connections& connections, char* mediaId, int3
 
   std::string state;
   if (!ReadString(finalize, "state", state)) return VELK_OK;
-  if (!Fits(state, mediaIdRoom)) return VELK_BUFFER_TOO_SMALL;
-  if (!state.empty() && state != "success") *processing = 1;
   // From here on the state replaces the media id, in the status query and in the tweet.
-  Copy(state, mediaId);
+  if (!CopyWhole(state, mediaId, mediaIdSize)) return VELK_BUFFER_TOO_SMALL;
+  if (!state.empty() && state != "success") *processing = 1;
   return VELK_OK;
 }
 
@@ -166,7 +164,7 @@ int32_t TwitterMediaStatus(const Connections& connections, const TwitterConsumer
   if (!Succeeded(status, {200, 201})) return TwitterFailure(status);
 
   std::string state;
-  const bool tooLong = ReadString(status, "state", state) && state.size() >= size_t{kMediaIdRoom};
+  const bool tooLong = ReadString(status, "state", state) && state.size() >= size_t{kMediaIdCapacity};
   return tooLong ? VELK_BUFFER_TOO_SMALL : VELK_OK;
 }
 
@@ -174,18 +172,18 @@ namespace {
 
 // Uploads the file; `mediaId` receives the identifier for the tweet.
 int32_t UploadMedia(FileUploader* uploader, const TwitterConsumer& consumer, const TwitterAccessToken& token,
-                    const NativePath& path, const std::string& extension, char (&mediaId)[kMediaIdRoom]) {
+                    const NativePath& path, const std::string& extension, char (&mediaId)[kMediaIdCapacity]) {
   // INIT, every APPEND and FINALIZE share this header, since multipart forms are not signed.
   const std::string authParams =
       SignRequest(kUploadUrl, {}, "POST", UserKeys(consumer, token), OauthForm::kQuotedHeader);
   const Connections connections;
-  int32_t room = kMediaIdRoom;
+  int32_t size = kMediaIdCapacity;
   int32_t processing = 0;
-  int32_t result = TwitterMediaInit(connections, mediaId, &room, authParams.c_str(), path, extension.c_str());
+  int32_t result = TwitterMediaInit(connections, mediaId, &size, authParams.c_str(), path, extension.c_str());
   if (result == VELK_OK)
     result = TwitterMediaAppendFile(connections, mediaId, uploader, authParams.c_str(), path);
   if (result == VELK_OK)
-    result = TwitterMediaFinalize(connections, mediaId, &room, authParams.c_str(), &processing);
+    result = TwitterMediaFinalize(connections, mediaId, &size, authParams.c_str(), &processing);
   if (result != VELK_OK || processing == 0) return result;
 
   // The status is queried once, after a second. The tweet is posted whatever the result.
@@ -203,14 +201,17 @@ int32_t PublishPhoto(FileUploader* uploader, const TwitterConsumer& consumer, co
     if (!file) return VELK_FILE_NOT_OPENED;
     if (file.Size() > kLargestPhoto) return VELK_TOO_LARGE;
   }
-  char mediaId[kMediaIdRoom] = "";
+  char mediaId[kMediaIdCapacity] = "";
   const int32_t uploaded = UploadMedia(uploader, consumer, token, path, MediaExtension(fileName), mediaId);
   if (uploaded != VELK_OK) return uploaded;
   return PostStatus(consumer, token, std::string(Field(upload.statusText)), mediaId);
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::twitter
+
+using namespace velk;
+using namespace velk::twitter;
 
 int32_t StartTwitterUploadPhoto(FileUploader* uploader, const TwitterConsumer* consumer,
                                 const TwitterAccessToken* token, const TwitterUploadFile* file) noexcept {
@@ -218,5 +219,5 @@ int32_t StartTwitterUploadPhoto(FileUploader* uploader, const TwitterConsumer* c
   for (const char* required : {consumer->consumerKey, consumer->consumerSecret, token->oauthToken,
                                token->oauthTokenSecret, token->userId, token->screenName, file->statusText})
     if (*required == '\0') return VELK_MISSING_ARGUMENT;
-  return velk::Guarded([&] { return velk::PublishPhoto(uploader, *consumer, *token, *file); });
+  return Guarded([&] { return PublishPhoto(uploader, *consumer, *token, *file); });
 }

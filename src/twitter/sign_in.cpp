@@ -4,7 +4,7 @@
 
 #include "twitter/twitter.h"
 
-namespace velk {
+namespace velk::twitter {
 namespace {
 
 using namespace std::chrono_literals;
@@ -32,7 +32,7 @@ std::string_view Between(std::string_view reply, std::string_view prefix, std::s
 }
 
 // The next field between ampersands, or an empty string after the last. Adjacent ampersands count as one.
-std::string_view TakeField(std::string_view& rest) noexcept {
+std::string_view NextField(std::string_view& rest) noexcept {
   rest.remove_prefix(std::min(rest.find_first_not_of('&'), rest.size()));
   const std::string_view field = rest.substr(0, rest.find('&'));
   rest.remove_prefix(field.size());
@@ -54,8 +54,8 @@ int32_t ReadRequestToken(std::string_view reply, std::string_view& token, int32_
     return VELK_NO_IDENTIFIER;
   }
   // The size is that of the reply, not of the URL: everything after the prefix, and a terminator.
-  const size_t room = reply.size() - prefix.size() + 1;
-  needed = static_cast<int32_t>(std::min<size_t>(room, std::numeric_limits<int32_t>::max()));
+  const size_t size = reply.size() - prefix.size() + 1;
+  needed = static_cast<int32_t>(std::min<size_t>(size, std::numeric_limits<int32_t>::max()));
   token = token.substr(0, kLongestToken);
   return VELK_OK;
 }
@@ -73,18 +73,20 @@ int32_t ReadAccessToken(std::string_view reply, TwitterAccessToken& token) noexc
   };
   if (!reply.starts_with(kTokenPrefix)) return VELK_NO_IDENTIFIER;
   for (const Target& target : targets) {
-    const std::string_view field = TakeField(reply);
+    const std::string_view field = NextField(reply);
     if (field.empty()) break;
     CopyText(field.substr(std::min(target.prefixLength, field.size())), target.field);
   }
   return VELK_OK;
 }
 
-}  // namespace velk
+}  // namespace velk::twitter
+
+using namespace velk;
+using namespace velk::twitter;
 
 int32_t GetTwitterOauthUrl(const char* consumerKey, const char* consumerSecret, int32_t* urlSize,
                            char* url) noexcept {
-  using namespace velk;
   if (!consumerKey || !consumerSecret || !url || *consumerKey == '\0' || *consumerSecret == '\0')
     return VELK_MISSING_ARGUMENT;
   return Guarded([&] {
@@ -101,14 +103,13 @@ int32_t GetTwitterOauthUrl(const char* consumerKey, const char* consumerSecret, 
       *urlSize = needed;
       return int32_t{VELK_BUFFER_TOO_SMALL};
     }
-    const std::string address = Concat({kTwitterApi, "/oauth/authorize?oauth_token=", token});
-    CopyText(address, {url, address.size() + 1});
+    const std::string authorizeUrl = Concat({kTwitterApi, "/oauth/authorize?oauth_token=", token});
+    CopyText(authorizeUrl, {url, authorizeUrl.size() + 1});
     return int32_t{VELK_OK};
   });
 }
 
 int32_t GetTwitterAccessToken(const TwitterAccessRequest* request, TwitterAccessToken* token) noexcept {
-  using namespace velk;
   if (!request || !token || *request->consumerKey == '\0' || *request->consumerSecret == '\0' ||
       *request->requestToken == '\0' || *request->verifier == '\0')
     return VELK_MISSING_ARGUMENT;

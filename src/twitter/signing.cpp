@@ -15,7 +15,7 @@
 
 #include "core/platform.h"
 
-namespace velk {
+namespace velk::twitter {
 namespace {
 
 // The flags of oauth_serialize_url_sep.
@@ -119,7 +119,7 @@ std::string Write(const Arguments& arguments, OauthForm form) {
 
 std::string SignRequest(const std::string& url, std::span<const std::string> postArguments,
                         const char* method, const OauthKeys& keys, OauthForm form) {
-  const auto turn = TurnWithLiboauth();
+  const auto turn = LockLiboauth();
   Arguments arguments(url);
   if (!postArguments.empty() && !postArguments.front().empty()) {
     for (const std::string& parameter :
@@ -131,4 +131,4 @@ std::string SignRequest(const std::string& url, std::span<const std::string> pos
   return Write(arguments, form);
 }
 
-}  // namespace velk
+}  // namespace velk::twitter

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-namespace velk {
+namespace velk::twitter {
 
 // The keys for a signature. A missing token key is not sent; an empty one is sent empty. A missing token
 // secret signs like an empty one. Only the first 1004 bytes of the consumer key and 1011 of the token key are
@@ -31,4 +31,4 @@ enum class OauthForm {
 std::string SignRequest(const std::string& url, std::span<const std::string> postArguments,
                         const char* method, const OauthKeys& keys, OauthForm form);
 
-}  // namespace velk
+}  // namespace velk::twitter

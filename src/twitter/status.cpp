@@ -3,7 +3,7 @@
 
 #include "twitter/twitter.h"
 
-namespace velk {
+namespace velk::twitter {
 namespace {
 
 using namespace std::chrono_literals;
@@ -21,12 +21,12 @@ std::string OauthHeader(std::string_view authParams) { return Concat({"Authoriza
 
 bool RefusesSignature(const Transfer& transfer, const char* words) noexcept {
   const long status = transfer.Status();
-  return (status == 400 || status == 401) && transfer.Says(words);
+  return (status == 400 || status == 401) && transfer.ReplyContains(words);
 }
 
 int32_t TwitterFailure(const Transfer& transfer) noexcept {
   if (RefusesSignature(transfer, "Could not authenticate you")) return VELK_CREDENTIALS_REFUSED;
-  const bool duplicate = transfer.Status() == 403 && transfer.Says("Status is a duplicate.");
+  const bool duplicate = transfer.Status() == 403 && transfer.ReplyContains("Status is a duplicate.");
   return duplicate ? VELK_DUPLICATE_STATUS : VELK_UNEXPECTED_REPLY;
 }
 
@@ -52,12 +52,15 @@ int32_t PostStatus(const TwitterConsumer& consumer, const TwitterAccessToken& to
   return post.Status() == 200 ? VELK_OK : TwitterFailure(post);
 }
 
-}  // namespace velk
+}  // namespace velk::twitter
+
+using namespace velk;
+using namespace velk::twitter;
 
 int32_t PostTwitterComment(const TwitterConsumer* consumer, const TwitterAccessToken* token,
                            const char* statusText, const char* mediaIds) noexcept {
   if (!consumer || !token || !statusText || !mediaIds || *consumer->consumerKey == '\0' ||
       *consumer->consumerSecret == '\0')
     return VELK_MISSING_ARGUMENT;
-  return velk::Guarded([&] { return velk::PostStatus(*consumer, *token, statusText, mediaIds); });
+  return Guarded([&] { return PostStatus(*consumer, *token, statusText, mediaIds); });
 }

@@ -7,13 +7,13 @@
 #include "core/core.h"
 #include "twitter/signing.h"
 
-namespace velk {
+namespace velk::twitter {
 
 constexpr const char* kTwitterApi = "https://api.twitter.com";
 constexpr const char* kTwitterApiHostHeader = "Host: api.twitter.com";
 
 // The capacity of a media id buffer, including the terminator.
-constexpr int32_t kMediaIdRoom = 1024;
+constexpr int32_t kMediaIdCapacity = 1024;
 
 OauthKeys UserKeys(const TwitterConsumer& consumer, const TwitterAccessToken& token);
 
@@ -47,9 +47,9 @@ int32_t ReadAccessToken(std::string_view reply, TwitterAccessToken& token) noexc
 // means "png".
 //
 // A null argument or an empty path gives VELK_MISSING_ARGUMENT. Some arguments are not checked and must not
-// be null: `mediaIdRoom`, `processing`, the `authParams` of INIT and the `mediaId` of APPEND.
+// be null: `mediaIdSize`, `processing`, the `authParams` of INIT and the `mediaId` of APPEND.
 //
-// On entry `mediaIdRoom` is the size of `mediaId`. If the reply's identifier does not fit, it receives the
+// On entry `mediaIdSize` is the size of `mediaId`. If the reply's identifier does not fit, it receives the
 // required size, and `mediaId` is unchanged. FINALIZE replaces `mediaId` with the state in the reply, if any.
 // It sets `processing` to 1 unless the state is empty or "success".
 
@@ -57,16 +57,16 @@ int32_t ReadAccessToken(std::string_view reply, TwitterAccessToken& token) noexc
 // name without a dot counts as an extension.
 std::string MediaExtension(std::string_view fileName);
 
-int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
+int32_t TwitterMediaInit(const Connections& connections, char* mediaId, int32_t* mediaIdSize,
                          const char* authParams, const NativePath& path, const char* extension);
 int32_t TwitterMediaAppendFile(const Connections& connections, const char* mediaId, FileUploader* uploader,
                                const char* authParams, const NativePath& path);
 int32_t TwitterMediaAppend(const Connections& connections, const char* mediaId, FileUploader* uploader,
                            const char* authParams, const char* bytes, int32_t count,
                            const char* segmentIndex);
-int32_t TwitterMediaFinalize(const Connections& connections, char* mediaId, int32_t* mediaIdRoom,
+int32_t TwitterMediaFinalize(const Connections& connections, char* mediaId, int32_t* mediaIdSize,
                              const char* authParams, int32_t* processing);
 int32_t TwitterMediaStatus(const Connections& connections, const TwitterConsumer* consumer,
                            const TwitterAccessToken* token, const char* mediaId);
 
-}  // namespace velk
+}  // namespace velk::twitter

@@ -5,7 +5,7 @@
 #include "xml/xml.h"
 #include "youtube/youtube.h"
 
-namespace velk {
+namespace velk::youtube {
 namespace {
 
 using namespace std::chrono_literals;
@@ -49,12 +49,12 @@ bool ReadChild(const XmlNode* parent, const char* name, std::string& out) {
   return child != nullptr;
 }
 
-bool Fits(const std::string& text, int32_t capacity) noexcept {
+bool FitsWithTerminator(const std::string& text, int32_t capacity) noexcept {
   return capacity > 0 && text.size() < static_cast<size_t>(capacity);
 }
 
 // Copies a string that fits, and replaces the capacity with its length.
-void Give(const std::string& text, char* out, int32_t& inOutLength) noexcept {
+void CopyWithLength(const std::string& text, char* out, int32_t& inOutLength) noexcept {
   CopyText(text, {out, static_cast<size_t>(inOutLength)});
   inOutLength = static_cast<int32_t>(text.size());
 }
@@ -75,7 +75,7 @@ int32_t BuildAtomEntry(const YoutubeUploadInfo* info, char* outXml, int32_t* inO
   return Guarded([&]() -> int32_t {
     const std::string entry = ComposeAtomEntry(*info, category);
     const auto length = static_cast<int32_t>(entry.size());
-    const bool fits = Fits(entry, *inOutLength);
+    const bool fits = FitsWithTerminator(entry, *inOutLength);
     *inOutLength = fits ? length : length + 1;
     if (!fits) return VELK_BUFFER_TOO_SMALL;
     entry.copy(outXml, entry.size());
@@ -108,9 +108,10 @@ int32_t RequestUploadToken(const char* accessToken, const void* /*ignored*/, con
     std::string token;
     if (ParseUploadTokenReply(reply.data(), reply.size(), &url, &token) != VELK_OK)
       return VELK_UNEXPECTED_REPLY;
-    if (!Fits(url, *inOutUrlLength) || !Fits(token, *inOutTokenLength)) return VELK_BUFFER_TOO_SMALL;
-    Give(url, outUrl, *inOutUrlLength);
-    Give(token, outToken, *inOutTokenLength);
+    if (!FitsWithTerminator(url, *inOutUrlLength) || !FitsWithTerminator(token, *inOutTokenLength))
+      return VELK_BUFFER_TOO_SMALL;
+    CopyWithLength(url, outUrl, *inOutUrlLength);
+    CopyWithLength(token, outToken, *inOutTokenLength);
     return VELK_OK;
   });
 }
@@ -140,13 +141,13 @@ int32_t PostBrowserUploadForm(FileUploader* uploader, const char* accessToken, c
         .FormFileAt(filePath)
         .FormField("token", uploadToken)
         .Verbose();
-    Store(uploader->state, uint32_t{kYoutubeUploading});
+    AtomicStore(uploader->state, uint32_t{kYoutubeUploading});
     if (const CURLcode failure = form.Perform(); failure != CURLE_OK) return FromTransfer(failure);
 
     const int32_t result = FromStatus(form.Status(), kFormResults, VELK_UNEXPECTED_REPLY);
-    if (result == VELK_OK) CopyText(IdentifierIn(form.EffectiveUrl()), {outVideoId, kBrowserVideoIdRoom});
+    if (result == VELK_OK) CopyText(IdentifierIn(form.EffectiveUrl()), {outVideoId, kBrowserVideoIdCapacity});
     return result;
   });
 }
 
-}  // namespace velk
+}  // namespace velk::youtube

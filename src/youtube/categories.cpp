@@ -4,7 +4,7 @@
 #include "json/json.h"
 #include "youtube/youtube.h"
 
-namespace velk {
+namespace velk::youtube {
 namespace {
 
 using namespace std::chrono_literals;
@@ -59,13 +59,13 @@ constexpr CategoryTerm kTerms[] = {
     {"44", "Trailers"},
 };
 static_assert(std::ranges::all_of(kTerms, [](const CategoryTerm& row) {
-  return row.term.size() < kCategoryTermRoom;
+  return row.term.size() < kCategoryTermCapacity;
 }));
 
 }  // namespace
 
 int32_t GetYoutubeCategoryTitle(const char* accessToken, const char* categoryId,
-                                std::span<char, kCategoryTitleRoom> outTitle) noexcept {
+                                std::span<char, kCategoryTitleCapacity> outTitle) noexcept {
   if (!accessToken || !categoryId || *accessToken == '\0' || *categoryId == '\0')
     return VELK_MISSING_ARGUMENT;
   return Guarded([&]() -> int32_t {
@@ -75,7 +75,7 @@ int32_t GetYoutubeCategoryTitle(const char* accessToken, const char* categoryId,
     if (lookup.Perform() != CURLE_OK) return VELK_TRANSFER_FAILED;
     const int32_t result = FromStatus(lookup.Status(), kTitleResults, VELK_NO_HANDLE);
     if (result != VELK_OK) return result;
-    char title[kCategoryTitleRoom] = "";
+    char title[kCategoryTitleCapacity] = "";
     if (JsonGetStringValue(lookup.Reply().Bytes(), "title", title) != 0) return VELK_NO_TITLE;
     // The legacy upload uses "Games" for this category.
     CopyText(std::string_view(title) == "Gaming" ? "Games" : title, outTitle);
@@ -83,11 +83,12 @@ int32_t GetYoutubeCategoryTitle(const char* accessToken, const char* categoryId,
   });
 }
 
-int YoutubeCategoryTermFromId(std::string_view idText, std::span<char, kCategoryTermRoom> outTerm) noexcept {
+int YoutubeCategoryTermFromId(std::string_view idText,
+                              std::span<char, kCategoryTermCapacity> outTerm) noexcept {
   const auto row = std::ranges::find(kTerms, idText, &CategoryTerm::id);
   if (row == std::end(kTerms)) return -1;
   CopyText(row->term, outTerm);
   return 0;
 }
 
-}  // namespace velk
+}  // namespace velk::youtube

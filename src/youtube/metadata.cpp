@@ -5,7 +5,7 @@
 
 #include "youtube/youtube.h"
 
-namespace velk {
+namespace velk::youtube {
 namespace {
 
 // The letter after the backslash, or NUL for a byte that is not escaped.
@@ -70,4 +70,4 @@ std::string ComposeVideoBody(YoutubeUploadInfo& info, std::string_view videoId) 
                  "'}}"});
 }
 
-}  // namespace velk
+}  // namespace velk::youtube

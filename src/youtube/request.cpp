@@ -2,7 +2,7 @@
 // describes a video.
 #include "youtube/youtube.h"
 
-namespace velk {
+namespace velk::youtube {
 namespace {
 
 constexpr StatusResult kDescriptionResults[] = {
@@ -17,7 +17,7 @@ std::string BearerHeader(std::string_view accessToken) {
   return Concat({"Authorization: Bearer ", accessToken});
 }
 
-bool LacksText(const char* accessToken, const YoutubeUploadInfo& info) noexcept {
+bool IsDescriptionIncomplete(const char* accessToken, const YoutubeUploadInfo& info) noexcept {
   return *accessToken == '\0' || *info.description == '\0' || *info.title == '\0' ||
          *info.privacyStatus == '\0' || *info.categoryId == '\0';
 }
@@ -26,4 +26,4 @@ int32_t FromDescriptionStatus(long status) noexcept {
   return FromStatus(status, kDescriptionResults, VELK_UNEXPECTED_REPLY);
 }
 
-}  // namespace velk
+}  // namespace velk::youtube

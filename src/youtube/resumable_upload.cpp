@@ -2,7 +2,7 @@
 #include "json/json.h"
 #include "youtube/youtube.h"
 
-namespace velk {
+namespace velk::youtube {
 namespace {
 
 using namespace std::chrono_literals;
@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 constexpr const char* kSessionUrl =
     "https://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable&part=snippet%2Cstatus";
 
-constexpr size_t kVideoIdRoom = 256;
+constexpr size_t kVideoIdCapacity = 256;
 
 constexpr StatusResult kPutResults[] = {
     {200, VELK_OK},
@@ -37,7 +37,7 @@ std::string FindLocationHeader(std::string_view text) {
 
 int32_t CreateResumableUpload(const char* accessToken, YoutubeUploadInfo* info, std::string& outUploadUrl,
                               const NativePath& path) {
-  if (!info || LacksText(accessToken, *info)) return VELK_MISSING_ARGUMENT;
+  if (!info || IsDescriptionIncomplete(accessToken, *info)) return VELK_MISSING_ARGUMENT;
   UploadFile file(path);
   if (!file) return VELK_FILE_NOT_OPENED;
   file.Close();
@@ -74,22 +74,24 @@ int32_t UploadFileContent(FileUploader* uploader, const char* accessToken, const
       .Header(BearerHeader(accessToken))
       .Header("Content-Type: application/octet-stream")
       .Header("Content-Length: " + std::to_string(file.Size()));
-  Store(uploader->state, uint32_t{kYoutubeUploading});
+  AtomicStore(uploader->state, uint32_t{kYoutubeUploading});
   const CURLcode failure = upload.Perform();
   file.Close();
   if (failure != CURLE_OK) return FromTransfer(failure);
 
   const int32_t result = FromStatus(upload.Status(), kPutResults, VELK_NO_HANDLE);
   if (result != VELK_OK) return result;
-  const bool found = JsonGetStringValue(upload.Reply().Bytes(), "id", {outVideoId, kVideoIdRoom}) == 0;
+  const bool found = JsonGetStringValue(upload.Reply().Bytes(), "id", {outVideoId, kVideoIdCapacity}) == 0;
   return found ? VELK_OK : VELK_NO_IDENTIFIER;
 }
 
-}  // namespace velk
+}  // namespace velk::youtube
+
+using namespace velk;
+using namespace velk::youtube;
 
 int32_t StartYoutubeUploadFile(FileUploader* uploader, const char* accessToken, YoutubeUploadInfo* info,
                                char* outVideoId) noexcept {
-  using namespace velk;
   return Guarded([&]() -> int32_t {
     const NativePath path = info ? WidenPath(Field(info->filePath)) : NativePath();
     if (!accessToken) return VELK_MISSING_ARGUMENT;

@@ -7,11 +7,11 @@
 
 #include "core/core.h"
 
-namespace velk {
+namespace velk::youtube {
 
 // ---- Handle --------------------------------------------------------------------------------------------
 
-enum YoutubeState : uint32_t { kYoutubeIdle = 0, kYoutubeUploading = 2, kYoutubeCancelAsked = 4 };
+enum YoutubeState : uint32_t { kYoutubeIdle = 0, kYoutubeUploading = 2, kYoutubeCancelRequested = 4 };
 
 // The CURLOPT_PROGRESSFUNCTION of YouTube uploads; `clientData` is the FileUploader. Aborts the transfer if
 // the handle is null or not in the uploading state.
@@ -38,7 +38,7 @@ std::string ComposeVideoBody(YoutubeUploadInfo& info, std::string_view videoId =
 std::string BearerHeader(std::string_view accessToken);
 
 // Whether a string is empty that every request with a video's description requires.
-bool LacksText(const char* accessToken, const YoutubeUploadInfo& info) noexcept;
+bool IsDescriptionIncomplete(const char* accessToken, const YoutubeUploadInfo& info) noexcept;
 
 // The result code of a reply to a request with a video's description.
 int32_t FromDescriptionStatus(long status) noexcept;
@@ -62,8 +62,8 @@ int32_t UploadFileContent(FileUploader* uploader, const char* accessToken, const
 
 // ---- Categories ----------------------------------------------------------------------------------------
 
-inline constexpr size_t kCategoryTitleRoom = 256;
-inline constexpr size_t kCategoryTermRoom = 24;
+inline constexpr size_t kCategoryTitleCapacity = 256;
+inline constexpr size_t kCategoryTermCapacity = 24;
 
 // Gets the title of a category from YouTube, such as "Music" for "10". "Gaming" becomes "Games". A title of
 // 256 bytes or more is cut. The identifier is put into the URL unescaped. Unless the result is VELK_OK,
@@ -77,18 +77,19 @@ inline constexpr size_t kCategoryTermRoom = 24;
 // VELK_NO_HANDLE          no HTTP handle could be created, or another status
 // VELK_OUT_OF_MEMORY      a memory allocation failed
 int32_t GetYoutubeCategoryTitle(const char* accessToken, const char* categoryId,
-                                std::span<char, kCategoryTitleRoom> outTitle) noexcept;
+                                std::span<char, kCategoryTitleCapacity> outTitle) noexcept;
 
 // Gets the term of a category in the legacy upload, for BuildAtomEntry. Returns 0. Returns -1, with outTerm
 // unchanged, if the identifier has no term.
-int YoutubeCategoryTermFromId(std::string_view idText, std::span<char, kCategoryTermRoom> outTerm) noexcept;
+int YoutubeCategoryTermFromId(std::string_view idText,
+                              std::span<char, kCategoryTermCapacity> outTerm) noexcept;
 
 // ---- Browser upload ------------------------------------------------------------------------------------
 //
 // The legacy upload. Its steps are BuildAtomEntry, RequestUploadToken and PostBrowserUploadForm; each uses
 // the output of the previous one. These three also return VELK_OUT_OF_MEMORY.
 
-inline constexpr size_t kBrowserVideoIdRoom = 101;
+inline constexpr size_t kBrowserVideoIdCapacity = 101;
 
 // Describes a video in an Atom entry. Nothing is escaped: markup in a string becomes markup of the entry.
 //
@@ -131,7 +132,7 @@ int32_t ParseUploadTokenReply(const char* text, size_t length, std::string* outU
 // It uses the handle like the resumable upload.
 //
 //   filePath     in   as passed to fopen, so on Windows in the ANSI code page
-//   outVideoId   out  kBrowserVideoIdRoom bytes: the text after the last "id=" of the requested URL, cut at
+//   outVideoId   out  kBrowserVideoIdCapacity bytes: the text after the last "id=" of the requested URL, cut at
 //                     100 bytes; empty if the URL has none. Written only with VELK_OK
 //
 // VELK_OK                 status 200 or 302
@@ -143,4 +144,4 @@ int32_t ParseUploadTokenReply(const char* text, size_t length, std::string* outU
 int32_t PostBrowserUploadForm(FileUploader* uploader, const char* accessToken, const char* filePath,
                               char* outVideoId, const char* uploadUrl, const char* uploadToken) noexcept;
 
-}  // namespace velk
+}  // namespace velk::youtube

@@ -9,6 +9,8 @@
 namespace velk::test {
 namespace {
 
+using namespace velk::youtube;
+
 class AllocationFailures : public AllocationTest {
  protected:
   std::vector<Operation> Operations();
@@ -22,8 +24,8 @@ std::vector<Operation> AllocationFailures::Operations() {
   const Operation internal[] = {
       {"GetYoutubeCategoryTitle",
        [this] {
-         return GetYoutubeCategoryTitle("t", "20",
-                                        std::span<char, kCategoryTitleRoom>(text, kCategoryTitleRoom));
+         return GetYoutubeCategoryTitle(
+             "t", "20", std::span<char, kCategoryTitleCapacity>(text, kCategoryTitleCapacity));
        },
        {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY, VELK_NO_TITLE}},
       {"BuildAtomEntry",

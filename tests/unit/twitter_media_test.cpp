@@ -2,7 +2,7 @@
 #include "api/service_test.h"
 #include "twitter/twitter.h"
 
-namespace velk {
+namespace velk::twitter {
 namespace {
 
 using test::Script;
@@ -10,8 +10,8 @@ using test::Script;
 class TwitterMedia : public test::ServiceTest {
  protected:
   const Connections connections;
-  char mediaId[kMediaIdRoom] = "9";
-  int32_t capacity = kMediaIdRoom;
+  char mediaId[kMediaIdCapacity] = "9";
+  int32_t capacity = kMediaIdCapacity;
   int32_t processing = 0;
   FileUploader uploader{};
   TwitterConsumer consumer{"ck", "ck-secret"};
@@ -104,4 +104,4 @@ TEST(MediaExtension, FollowsTheLastDot) {
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::twitter

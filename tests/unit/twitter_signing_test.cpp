@@ -10,7 +10,7 @@
 
 #include "twitter/signing.h"
 
-namespace velk {
+namespace velk::twitter {
 namespace {
 
 // Returns everything after a parameter's name, up to the next separator.
@@ -185,4 +185,4 @@ TEST(SignRequest, SignsOnConcurrentThreads) {
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::twitter

@@ -8,7 +8,7 @@
 #include "api/service_test.h"
 #include "youtube/youtube.h"
 
-namespace velk {
+namespace velk::youtube {
 namespace {
 
 using test::Fill;
@@ -282,7 +282,7 @@ TEST_F(UploadToken, ReturnsTheCodeOfEachOutcome) {
 
 TEST_F(UploadToken, TimesOutLikeTheCategoryLookup) {
   sandbox.Add({.times = 0, .neverAnswer = true});
-  char title[kCategoryTitleRoom];
+  char title[kCategoryTitleCapacity];
   std::thread category(
       [&] { test::ExpectTenSecondLimit([&] { return GetYoutubeCategoryTitle("token", "1", title); }); });
   test::ExpectTenSecondLimit([this] { return RequestToken(); });
@@ -310,7 +310,7 @@ class BrowserForm : public test::ServiceTest {
 
   std::optional<test::TempFile> media{std::in_place, "clip.mp4", "not much of a video"};
   FileUploader uploader{};
-  char videoId[kBrowserVideoIdRoom];
+  char videoId[kBrowserVideoIdCapacity];
   std::string report;
   const std::string formUrl = sandbox.Proxy() + "/form";
 };
@@ -373,7 +373,7 @@ TEST_F(BrowserForm, ReturnsTheCodeOfEachOutcome) {
   for (const test::Outcome& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Reset();
-    uploader.state = kYoutubeCancelAsked;
+    uploader.state = kYoutubeCancelRequested;
     sandbox.Add(row.reply);
     EXPECT_EQ(Post(formUrl + "?id="), row.result);
     EXPECT_EQ(IdUntouched(), row.result != VELK_OK);
@@ -411,7 +411,7 @@ TEST_F(BrowserForm, CancelsDuringTheTransferFromAnotherThread) {
                 [this] { return Post(formUrl); }, total),
             VELK_CANCELLED);
   EXPECT_GT(total, 8.0 * 1024 * 1024) << "the form's own bytes are counted";
-  EXPECT_EQ(uploader.state, uint32_t{kYoutubeCancelAsked});
+  EXPECT_EQ(uploader.state, uint32_t{kYoutubeCancelRequested});
   EXPECT_TRUE(IdUntouched());
 }
 
@@ -421,7 +421,7 @@ TEST_F(BrowserForm, PublishesInThreeSteps) {
   const std::string content = test::RandomBytes(300000, 5);
   SetFile(content);
   const YoutubeUploadInfo info = Video();
-  char term[kCategoryTermRoom];
+  char term[kCategoryTermCapacity];
   char entry[8192] = "";
   char url[1024];
   char token[1024];
@@ -452,4 +452,4 @@ TEST_F(BrowserForm, PublishesInThreeSteps) {
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::youtube

@@ -4,7 +4,7 @@
 #include "api/service_test.h"
 #include "youtube/youtube.h"
 
-namespace velk {
+namespace velk::youtube {
 namespace {
 
 using test::Script;
@@ -12,7 +12,7 @@ using test::Script;
 TEST(YoutubeCategoryTerm, ExistsForExactlyTheKnownIds) {
   std::string known;
   for (int id = 0; id < 120; ++id) {
-    char term[kCategoryTermRoom];
+    char term[kCategoryTermCapacity];
     std::memset(term, '#', sizeof term);
     const int result = YoutubeCategoryTermFromId(std::to_string(id), term);
     if (result == 0) {
@@ -28,7 +28,7 @@ TEST(YoutubeCategoryTerm, ExistsForExactlyTheKnownIds) {
             "31 Movies_anime_animation\n32 Movies_action_adventure\n33 Movies_classics\n34 Movies_comedy\n"
             "35 Movies_documentary\n36 Movies_drama\n37 Movies_family\n38 Movies_foreign\n39 Movies_horror\n"
             "40 Movies_sci_fi_fantasy\n41 Movies_thriller\n42 Movies_shorts'\n43 Shows\n44 Trailers\n");
-  char term[kCategoryTermRoom];
+  char term[kCategoryTermCapacity];
   for (const char* id : {"", "01", "1 ", " 1", "20x", "-1", "Film"})
     EXPECT_EQ(YoutubeCategoryTermFromId(id, term), -1) << id;
 }
@@ -41,7 +41,7 @@ class YoutubeCategoryTitle : public test::ServiceTest {
   }
   bool Untouched() const { return std::string_view(title, sizeof title) == std::string(sizeof title, '#'); }
 
-  char title[kCategoryTitleRoom];
+  char title[kCategoryTitleCapacity];
 };
 
 TEST_F(YoutubeCategoryTitle, SendsTheExactRequest) {
@@ -115,4 +115,4 @@ TEST_F(YoutubeCategoryTitle, ReturnsTheCodeOfEachOutcome) {
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::youtube

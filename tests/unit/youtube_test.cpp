@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-namespace velk {
+namespace velk::youtube {
 namespace {
 
 TEST(EscapeControlChars, TruncatesExactlyAtTheWidth) {
@@ -123,4 +123,4 @@ TEST(YoutubeProgress, ContinuesOnlyWhileUploading) {
 }
 
 }  // namespace
-}  // namespace velk
+}  // namespace velk::youtube

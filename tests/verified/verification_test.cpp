@@ -66,7 +66,7 @@ class Verification : public EveryServiceTest {
       {"photo tweet", VELK_UNEXPECTED_REPLY,
        [this] { return StartTwitterUploadPhoto(&uploader, &consumer, &token, &tweet); }},
       {"status query", VELK_TRANSFER_FAILED,
-       [this] { return TwitterMediaStatus(Connections(), &consumer, &token, "7"); }},
+       [this] { return twitter::TwitterMediaStatus(Connections(), &consumer, &token, "7"); }},
       {"YouTube video", VELK_TRANSFER_FAILED,
        [this] { return StartYoutubeUploadFile(&uploader, "t", &video, text); }},
       {"YouTube update", VELK_TRANSFER_FAILED,
