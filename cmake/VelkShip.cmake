@@ -7,6 +7,8 @@ function(velk_ships target description)
     return()
   endif()
   target_link_options(${target} PRIVATE -Wl,--build-id=sha1)
+  # The length of an absolute path would stay visible in the installed file.
+  set_target_properties(${target} PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
   if(WIN32)
     get_target_property(type ${target} TYPE)
     if(type STREQUAL EXECUTABLE)
