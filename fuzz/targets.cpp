@@ -68,7 +68,7 @@ void Extract(std::string_view input) {
 void QuotedToken(std::string_view input) {
   std::vector<char> text = Text(input);
   std::array<char, 16> room{};
-  Demand(QuotedTokenAfter(text.data(), "name", room) == 0);
+  Demand(QuotedTokenAfter(text.data(), "name", room) == kReplySplit);
   Demand(room.back() == '\0');
 }
 

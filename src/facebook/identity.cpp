@@ -95,11 +95,11 @@ int32_t GetFacebookUserNameEmail(const char* accessToken, char* outName, int32_t
     char name[kValueCapacity] = "";
     char email[kValueCapacity] = "";
     ResponseBuffer& reply = query.Reply();
-    const bool named = QuotedTokenAfter(reply.data, "name", name) == 0;
+    const bool split = QuotedTokenAfter(reply.data, "name", name) == kReplySplit;
     // Reading the name replaced the first quote in the reply with a NUL. The tokenizer stops there, so the
     // e-mail address is always empty.
     const bool mailed = JsonGetEmail(reply.Bytes(), nullptr, email) == 0;
-    if (!named && !mailed) return NothingRead(name, inOutNameSize, email, inOutEmailSize);
+    if (!split && !mailed) return NothingRead(name, inOutNameSize, email, inOutEmailSize);
     CopyText(name, {outName, kValueCapacity});
     CopyText(email, {outEmail, kValueCapacity});
     return VELK_OK;

@@ -40,7 +40,8 @@ int32_t LookUp(const UrlMember& wanted, const char* accessToken, const char* obj
 
     // A value is never longer than its reply. If the reply has none, the URL is empty.
     std::string url(lookup.Reply().Bytes().size() + 1, '\0');
-    if (QuotedTokenAfter(lookup.Reply().data, wanted.member, url) != 0) return wanted.unreadable;
+    const bool split = QuotedTokenAfter(lookup.Reply().data, wanted.member, url) == kReplySplit;
+    if (!split) return wanted.unreadable;
     return CopyUrl(url.c_str(), outUrl, inOutSize);
   });
 }

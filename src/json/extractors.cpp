@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "core/text.h"
 #include "json/json.h"
@@ -36,27 +37,23 @@ constexpr int kFound = 0;
 constexpr int kNotFound = 1;
 constexpr int kMissingArgument = -2;
 
-enum class Step { kGoOn, kPassOver, kResult };
+using Value = std::optional<std::string_view>;
 
-// Feeds the reply until the rule returns kResult, and runs the rule after each byte. The result is then the
-// token text of the walker. A byte for which the rule returns kPassOver may fail. The string then continues
-// despite the error.
+// Feeds the reply and runs the rule after each byte. Copies the first value that the rule returns. A byte
+// that the rule passes over may fail: the string then continues despite the error.
 template <typename Rule>
-bool Find(JsonWalker& walker, std::string_view reply, Rule rule) {
-  if (!walker.Ok()) return false;
-  for (char byte : reply) {
+int Extract(std::string_view reply, std::span<char> output, Rule rule) {
+  JsonWalker walker;
+  if (!walker.Ok()) return kNotFound;
+  for (const char byte : reply) {
     const int error = walker.Feed(byte);
-    switch (rule()) {
-      case Step::kResult:
-        return true;
-      case Step::kPassOver:
-        walker.PassOver();
-        break;
-      case Step::kGoOn:
-        if (error != 0) return false;
+    if (const Value value = rule(walker)) {
+      CopyText(*value, output);
+      return kFound;
     }
+    if (error != 0 && !walker.PassedOver()) return kNotFound;
   }
-  return false;
+  return kNotFound;
 }
 
 // At the end of a string, returns whether it is the name. Clears it, so that no remnant follows the next
@@ -74,27 +71,27 @@ bool Between(JsonParserState state, JsonParserState first, JsonParserState last)
 }  // namespace
 
 int JsonGetStringValue(std::string_view reply, const char* key, std::span<char> output) noexcept {
-  JsonWalker walker;
   bool found = false;
-  const bool done = Find(walker, reply, [&] {
-    if (!walker.StringEvent()) return Step::kGoOn;
-    if (found) return Step::kResult;
+  return Extract(reply, output, [&](JsonWalker& walker) -> Value {
+    if (!walker.StringEvent()) return {};
+    if (found) return walker.TokenText();
     found = TakeName(walker, key);
-    return Step::kGoOn;
+    return {};
   });
-  if (done) CopyText(walker.TokenText(), output);
-  return done ? kFound : kNotFound;
 }
 
 int JsonGetEscapedStringValue(std::string_view reply, const char* key, std::span<char> output) noexcept {
   using enum JsonParserState;
-  JsonWalker walker;
   bool found = false;
   bool pendingValue = false;
-  const bool done = Find(walker, reply, [&] {
+  return Extract(reply, output, [&](JsonWalker& walker) -> Value {
     if (walker.StringEvent()) {
-      if (found) return walker.State() == kEscape ? Step::kPassOver : Step::kResult;
-      found = TakeName(walker, key);
+      if (found && walker.State() != kEscape) return walker.TokenText();
+      if (found) {
+        walker.PassOver();
+      } else {
+        found = TakeName(walker, key);
+      }
     } else if (walker.PreviousState() == kAfterKey && walker.State() == kValue) {
       pendingValue = true;
     } else if (walker.State() == kNextKey && pendingValue) {
@@ -102,71 +99,79 @@ int JsonGetEscapedStringValue(std::string_view reply, const char* key, std::span
       walker.ClearToken();
       pendingValue = false;
     }
-    return Step::kGoOn;
+    return {};
   });
-  if (done) CopyText(walker.TokenText(), output);
-  return done ? kFound : kNotFound;
 }
 
 int JsonGetExpiresIn(std::string_view reply, const char* /*key*/, std::span<char> output) noexcept {
   using enum JsonParserState;
-  JsonWalker walker;
   bool found = false;
   uint32_t digits = 0;  // with the sign; a point, an exponent or a remnant of an older token may follow
-  const bool done = Find(walker, reply, [&] {
+  return Extract(reply, output, [&](JsonWalker& walker) -> Value {
     if (!found) {
       if (walker.StringEvent()) found = TakeName(walker, "expires_in");
-      return Step::kGoOn;
-    }
-    if (Between(walker.State(), kAfterZero, kInInteger)) {
+    } else if (Between(walker.State(), kAfterZero, kInInteger)) {
       digits = walker.TokenLength();
-      return Step::kGoOn;
+    } else if (Between(walker.PreviousState(), kAfterZero, kInInteger)) {
+      return walker.TokenText().substr(0, digits);
     }
-    return Between(walker.PreviousState(), kAfterZero, kInInteger) ? Step::kResult : Step::kGoOn;
+    return {};
   });
-  if (done) CopyText(walker.TokenText().substr(0, digits), output);
-  return done ? kFound : kNotFound;
 }
 
 int JsonGetEmail(std::string_view reply, const char* /*key*/, std::span<char> output) noexcept {
   using enum JsonParserState;
-  JsonWalker walker;
   bool found = false;
-  const bool done = Find(walker, reply, [&] {
-    if (!walker.StringEvent()) return Step::kGoOn;
-    if (found) return Between(walker.State(), kEscape, kHex4) ? Step::kPassOver : Step::kResult;
-    found = TakeName(walker, "email");
-    return Step::kGoOn;
+  return Extract(reply, output, [&](JsonWalker& walker) -> Value {
+    if (!walker.StringEvent()) return {};
+    if (!found) {
+      found = TakeName(walker, "email");
+    } else if (Between(walker.State(), kEscape, kHex4)) {
+      walker.PassOver();
+    } else {
+      return walker.TokenText();
+    }
+    return {};
   });
-  if (done) CopyText(walker.TokenText(), output);
-  return done ? kFound : kNotFound;
 }
 
 // ---- Splitting at quotes ----
 
-char* QuoteSplitter::Next() noexcept {
-  char* const piece = rest_ + std::strspn(rest_, "\"");
-  char* const end = piece + std::strcspn(piece, "\"");
-  rest_ = end;
-  if (piece == end) return nullptr;
-  if (*end != '\0') {
-    *end = '\0';
-    rest_ = end + 1;
+namespace {
+
+// Splits a string in place at its double quotes. Adjacent quotes count as one.
+class QuoteSplitter {
+ public:
+  explicit QuoteSplitter(char* text) : rest_(text) {}
+
+  // Returns the next piece, terminated in place of its closing quote. Returns null after the last piece.
+  char* Next() {
+    char* const piece = rest_ + std::strspn(rest_, "\"");
+    char* const end = piece + std::strcspn(piece, "\"");
+    rest_ = end;
+    if (piece == end) return nullptr;
+    if (*end != '\0') {
+      *end = '\0';
+      rest_ = end + 1;
+    }
+    return piece;
   }
-  return piece;
-}
+
+ private:
+  char* rest_;
+};
+
+}  // namespace
 
 int QuotedTokenAfter(char* reply, const char* key, std::span<char> output) noexcept {
   if (!reply || !key || !output.data()) return kMissingArgument;
   QuoteSplitter splitter(reply);
   const char* piece = splitter.Next();
   while (piece && std::strcmp(piece, key) != 0) piece = splitter.Next();
-  if (!piece) return 0;
-  const char* value = splitter.Next();
+  const char* value = piece ? splitter.Next() : nullptr;
   if (value && std::strcmp(value, ":") == 0) value = splitter.Next();
-  if (!value) return 0;
-  if (!output.empty()) std::string_view(value).copy(output.data(), output.size() - 1);
-  return 0;
+  if (value && !output.empty()) std::string_view(value).copy(output.data(), output.size() - 1);
+  return kReplySplit;
 }
 
 }  // namespace velk

@@ -169,6 +169,9 @@ class JsonWalker {
   // Continues the string: after the next byte, PreviousState() still returns its current value.
   void PassOver() noexcept { keepPrevious_ = true; }
 
+  // True if PassOver was called for the last byte.
+  bool PassedOver() const noexcept { return keepPrevious_; }
+
   // The token buffer up to its first NUL. A remnant of an earlier token may follow the current one.
   std::string_view TokenText() const noexcept;
 
@@ -214,23 +217,13 @@ int JsonGetExpiresIn(std::string_view reply, const char* key, std::span<char> ou
 // the four digits of the high surrogate. `key` is ignored.
 int JsonGetEmail(std::string_view reply, const char* key, std::span<char> output) noexcept;
 
-// Splits a string in place at its double quotes. Adjacent quotes count as one.
-class QuoteSplitter {
- public:
-  explicit QuoteSplitter(char* text) noexcept : rest_(text) {}
-
-  // Returns the next piece, terminated in place of its closing quote. Returns null after the last piece.
-  char* Next() noexcept;
-
- private:
-  char* rest_;
-};
-
-// Splits `reply` in place at its quotes and copies the piece that follows the one equal to `key`. A piece
-// that is only a colon is skipped. Copies at most one byte less than the size of `output`, and no terminator.
+// Splits `reply` in place at its double quotes; adjacent quotes count as one. Copies the piece that follows
+// the one equal to `key`. A piece that is only a colon is skipped. Copies at most one byte less than the size
+// of `output`, and no terminator.
 //
-// Returns -2 if an argument is null. Otherwise returns 0, even if nothing was found: pass a zeroed `output`
-// and check whether it is still empty.
+// Returns kReplySplit even if nothing was found: pass a zeroed `output` and check whether it is still empty.
+// Returns -2 if an argument is null.
+inline constexpr int kReplySplit = 0;
 int QuotedTokenAfter(char* reply, const char* key, std::span<char> output) noexcept;
 
 }  // namespace velk

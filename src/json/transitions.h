@@ -103,7 +103,7 @@ constexpr ClassSet kHexDigit = {kZero, kOneToNine, kA, kB, kC, kD, kE, kF, kUppe
 
 constexpr uint8_t kStateCount = 37;
 
-// Numbered after the states, so that one comparison distinguishes a plain move from an action.
+// Numbered after the states, so that one comparison distinguishes an action from a state.
 enum class Action : uint8_t {
   kUnexpectedByte = kStateCount,
   kUnknownByte,
@@ -128,30 +128,28 @@ enum class Action : uint8_t {
   kUnicode,
 };
 
-enum class Store : uint8_t { kNothing, kByte, kDecodedEscape };
+enum class StoreRule : uint8_t { kNothing, kByte, kDecodedEscape };
 
 // The effect of a byte class in a state. It gives the next state or an action, and what to store in the
-// buffer. It takes one byte, so a table row fits a cache line and one comparison detects the plain cases.
+// buffer. It takes one byte, so a table row fits a cache line.
 class Transition {
  public:
   constexpr Transition() = default;
-  constexpr Transition(JsonParserState state, Store what) : Transition(static_cast<uint8_t>(state), what) {}
-  constexpr Transition(Action action, Store what) : Transition(static_cast<uint8_t>(action), what) {}
+  constexpr Transition(JsonParserState state, StoreRule what)
+      : Transition(static_cast<uint8_t>(state), what) {}
+  constexpr Transition(Action action, StoreRule what) : Transition(static_cast<uint8_t>(action), what) {}
 
-  constexpr bool IsMove() const { return bits_ < kStateCount; }
-  constexpr bool IsStoringMove() const { return static_cast<uint8_t>(bits_ - kByteStored) < kStateCount; }
   constexpr bool IsAction() const { return (bits_ & kNextMask) >= kStateCount; }
   constexpr JsonParserState NextState() const { return static_cast<JsonParserState>(bits_ & kNextMask); }
   constexpr Action NextAction() const { return static_cast<Action>(bits_ & kNextMask); }
-  constexpr Store Stored() const { return static_cast<Store>(bits_ >> kStoreShift); }
+  constexpr StoreRule Stored() const { return static_cast<StoreRule>(bits_ >> kStoreShift); }
 
  private:
   static constexpr int kStoreShift = 6;
   static constexpr uint8_t kNextMask = (1 << kStoreShift) - 1;
-  static constexpr uint8_t kByteStored = static_cast<uint8_t>(Store::kByte) << kStoreShift;
   static_assert(static_cast<uint8_t>(Action::kUnicode) <= kNextMask);
 
-  constexpr Transition(uint8_t next, Store what)
+  constexpr Transition(uint8_t next, StoreRule what)
       : bits_(static_cast<uint8_t>(next | static_cast<uint8_t>(what) << kStoreShift)) {}
 
   uint8_t bits_ = 0;
@@ -161,11 +159,11 @@ class Transition {
 class TransitionTable {
  public:
   constexpr TransitionTable() {
-    for (auto& row : rows_) row.fill(Transition(Action::kUnexpectedByte, Store::kNothing));
+    for (auto& row : rows_) row.fill(Transition(Action::kUnexpectedByte, StoreRule::kNothing));
   }
 
   constexpr void On(std::initializer_list<JsonParserState> states, ClassSet classes, auto next,
-                    Store store = Store::kNothing) {
+                    StoreRule store = StoreRule::kNothing) {
     for (JsonParserState state : states) {
       for (uint8_t column = 0; column < kClassCount; ++column) {
         if (classes.Has(CharClass{column})) Cell(state, CharClass{column}) = Transition(next, store);
@@ -173,7 +171,7 @@ class TransitionTable {
     }
   }
   constexpr void RejectUnclassed() {
-    for (auto& row : rows_) row[kUnclassed] = Transition(Action::kUnknownByte, Store::kNothing);
+    for (auto& row : rows_) row[kUnclassed] = Transition(Action::kUnknownByte, StoreRule::kNothing);
   }
   constexpr const Transition& At(JsonParserState state, CharClass column) const {
     return rows_[static_cast<size_t>(state)][column];
@@ -208,35 +206,35 @@ constexpr void AddStrings(TransitionTable& table) {
   table.On({kObjectStart, kNextKey, kValue, kArrayStart}, kQuote, kInString);
 
   table.On({kInString}, ClassSet::Every().Without({kQuote, kBackslash, kLineFeed, kTabReturn}), kInString,
-           Store::kByte);
+           StoreRule::kByte);
   table.On({kInString}, kQuote, Action::kStringEnd);
   table.On({kInString}, kBackslash, kEscape);
 
-  table.On({kEscape}, {kQuote, kBackslash, kSlash, kB, kF, kN, kR, kT}, kInString, Store::kDecodedEscape);
+  table.On({kEscape}, {kQuote, kBackslash, kSlash, kB, kF, kN, kR, kT}, kInString, StoreRule::kDecodedEscape);
   table.On({kEscape, kSurrogateEscape}, kU, kHex1);
-  table.On({kHex1}, kHexDigit, kHex2, Store::kByte);
-  table.On({kHex2}, kHexDigit, kHex3, Store::kByte);
-  table.On({kHex3}, kHexDigit, kHex4, Store::kByte);
-  table.On({kHex4}, kHexDigit, Action::kUnicode, Store::kByte);
+  table.On({kHex1}, kHexDigit, kHex2, StoreRule::kByte);
+  table.On({kHex2}, kHexDigit, kHex3, StoreRule::kByte);
+  table.On({kHex3}, kHexDigit, kHex4, StoreRule::kByte);
+  table.On({kHex4}, kHexDigit, Action::kUnicode, StoreRule::kByte);
   table.On({kAfterHighSurrogate}, kBackslash, kSurrogateEscape);
 }
 
 constexpr void AddNumbers(TransitionTable& table) {
-  table.On({kValue, kArrayStart}, kMinus, Action::kIntegerByMinus, Store::kByte);
-  table.On({kValue, kArrayStart}, kZero, Action::kIntegerByZero, Store::kByte);
-  table.On({kValue, kArrayStart}, kOneToNine, Action::kIntegerByDigit, Store::kByte);
-  table.On({kAfterMinus}, kZero, kAfterZero, Store::kByte);
-  table.On({kAfterMinus}, kOneToNine, kInInteger, Store::kByte);
-  table.On({kInInteger}, kDigit, kInInteger, Store::kByte);
+  table.On({kValue, kArrayStart}, kMinus, Action::kIntegerByMinus, StoreRule::kByte);
+  table.On({kValue, kArrayStart}, kZero, Action::kIntegerByZero, StoreRule::kByte);
+  table.On({kValue, kArrayStart}, kOneToNine, Action::kIntegerByDigit, StoreRule::kByte);
+  table.On({kAfterMinus}, kZero, kAfterZero, StoreRule::kByte);
+  table.On({kAfterMinus}, kOneToNine, kInInteger, StoreRule::kByte);
+  table.On({kInInteger}, kDigit, kInInteger, StoreRule::kByte);
 
-  table.On({kAfterZero, kInInteger}, kPoint, Action::kFloatByPoint, Store::kByte);
-  table.On({kAfterPoint, kInFraction}, kDigit, kInFraction, Store::kByte);
+  table.On({kAfterZero, kInInteger}, kPoint, Action::kFloatByPoint, StoreRule::kByte);
+  table.On({kAfterPoint, kInFraction}, kDigit, kInFraction, StoreRule::kByte);
 
   // A single zero takes no exponent.
-  table.On({kInInteger}, kExponentLetter, Action::kFloatByExponent, Store::kByte);
-  table.On({kInFraction}, kExponentLetter, kAfterExponent, Store::kByte);
-  table.On({kAfterExponent}, {kPlus, kMinus}, kAfterExponentSign, Store::kByte);
-  table.On({kAfterExponent, kAfterExponentSign, kInExponent}, kDigit, kInExponent, Store::kByte);
+  table.On({kInInteger}, kExponentLetter, Action::kFloatByExponent, StoreRule::kByte);
+  table.On({kInFraction}, kExponentLetter, kAfterExponent, StoreRule::kByte);
+  table.On({kAfterExponent}, {kPlus, kMinus}, kAfterExponentSign, StoreRule::kByte);
+  table.On({kAfterExponent, kAfterExponentSign, kInExponent}, kDigit, kInExponent, StoreRule::kByte);
 }
 
 constexpr void AddLiterals(TransitionTable& table) {
@@ -284,8 +282,8 @@ constexpr TransitionTable kTransitions = [] {
   return table;
 }();
 
-inline Transition TransitionFor(const JsonParser& parser, char byte) {
-  return kTransitions.At(parser.state, kClassOf[static_cast<uint8_t>(byte)]);
+constexpr Transition TransitionFor(JsonParserState state, char byte) {
+  return kTransitions.At(state, kClassOf[static_cast<uint8_t>(byte)]);
 }
 
 }  // namespace velk::tokenizer

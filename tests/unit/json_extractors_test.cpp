@@ -161,7 +161,7 @@ TEST(QuotedTokenAfter, SplitsInPlaceAndCopies) {
     SCOPED_TRACE(row.name);
     std::string reply = row.reply;
     std::array<char, 6> output{};
-    EXPECT_EQ(QuotedTokenAfter(reply.data(), "name", output), 0);
+    EXPECT_EQ(QuotedTokenAfter(reply.data(), "name", output), kReplySplit);
     EXPECT_STREQ(output.data(), row.value);
     std::replace(reply.begin(), reply.end(), '\0', '|');
     EXPECT_EQ(reply, row.after);
@@ -175,7 +175,7 @@ TEST(QuotedTokenAfter, RequiresItsArgumentsAndAddsNoTerminator) {
   EXPECT_EQ(QuotedTokenAfter(nullptr, "name", output), -2);
   EXPECT_EQ(QuotedTokenAfter(reply, nullptr, output), -2);
   EXPECT_EQ(QuotedTokenAfter(reply, "name", {}), -2);
-  EXPECT_EQ(QuotedTokenAfter(reply, "name", output), 0);
+  EXPECT_EQ(QuotedTokenAfter(reply, "name", output), kReplySplit);
   EXPECT_EQ(std::string(output.data(), output.size()), "Bob#####");
 }
 

@@ -36,30 +36,30 @@ struct Parser : JsonParser {
   int initResult;
 };
 
-using ArcList = std::vector<std::pair<std::string_view, int>>;
+using NextStates = std::vector<std::pair<std::string_view, int>>;
 
 // The next state for each byte in a state. A negative number is an error.
-struct Arcs {
+struct StateRow {
   int state;
-  std::string_view prefix;
-  ArcList arcs;
+  std::string_view prefix;  // leads to the state
+  NextStates next;
   int others = -kJsonUnexpectedByte;
 };
 
 const std::string_view kWhite = " \n\t\r", kDigits = "0123456789", kHex = "0123456789abcdefABCDEF";
 
 // The transitions at the start of a value, and after a number in an array.
-const ArcList kValueArcs = {{"\"", 7}, {"{", 2},  {"[", 6},  {"-", 13}, {"0", 14}, {"123456789", 15},
-                            {"t", 21}, {"f", 24}, {"n", 28}, {"/", 31}, {"#", 34}};
-const ArcList kEndArcs = {{kWhite, 1}, {",", 5}, {"]", 1}, {"}", -4}, {"/", 31}, {"#", 34}};
+const NextStates kValueStart = {{"\"", 7}, {"{", 2},  {"[", 6},  {"-", 13}, {"0", 14}, {"123456789", 15},
+                                {"t", 21}, {"f", 24}, {"n", 28}, {"/", 31}, {"#", 34}};
+const NextStates kNumberEnd = {{kWhite, 1}, {",", 5}, {"]", 1}, {"}", -4}, {"/", 31}, {"#", 34}};
 
-ArcList With(ArcList arcs, const ArcList& shared) {
-  arcs.insert(arcs.end(), shared.begin(), shared.end());
-  return arcs;
+NextStates With(NextStates own, const NextStates& shared) {
+  own.insert(own.end(), shared.begin(), shared.end());
+  return own;
 }
 
 TEST(JsonTokenizer, AcceptsExactlyTheBytesOfEachState) {
-  const Arcs rows[] = {
+  const StateRow rows[] = {
       {0, "", {{kWhite, 0}, {"{", 2}, {"[", 6}, {"/", 31}, {"#", 34}}},
       {1, "[1 ", {{kWhite, 1}, {",", 5}, {"]", 1}, {"}", -4}, {"/", 31}, {"#", 34}}},
       {1, "{\"a\":1 ", {{kWhite, 1}, {",", 3}, {"}", 1}, {"]", -4}, {"/", 31}, {"#", 34}}},
@@ -67,8 +67,8 @@ TEST(JsonTokenizer, AcceptsExactlyTheBytesOfEachState) {
       {2, "{", {{kWhite, 2}, {"\"", 7}, {"}", 1}, {"/", 31}, {"#", 34}}},
       {3, "{\"a\":1,", {{kWhite, 3}, {"\"", 7}, {"/", 31}, {"#", 34}}},
       {4, "{\"a\"", {{kWhite, 4}, {":", 5}, {"/", 31}, {"#", 34}}},
-      {5, "[1,", With({{kWhite, 5}}, kValueArcs)},
-      {6, "[", With({{kWhite, 6}, {"]", 1}}, kValueArcs)},
+      {5, "[1,", With({{kWhite, 5}}, kValueStart)},
+      {6, "[", With({{kWhite, 6}, {"]", 1}}, kValueStart)},
       {7, "[\"", {{"\"", 1}, {"\\", 8}, {"\n\t\r", -8}}, 7},
       {7, "{\"", {{"\"", 4}, {"\\", 8}, {"\n\t\r", -8}}, 7},
       {8, "[\"\\", {{"\"\\/bfnrt", 7}, {"u", 9}}},
@@ -78,10 +78,10 @@ TEST(JsonTokenizer, AcceptsExactlyTheBytesOfEachState) {
       {12, "[\"\\u000", {{kHex, 7}}},
       {12, "[\"\\ud80", {{kHex, 35}}},
       {13, "[-", {{"0", 14}, {"123456789", 15}}},
-      {14, "[0", With({{".", 16}}, kEndArcs)},
-      {15, "[1", With({{".", 16}, {"eE", 18}, {kDigits, 15}}, kEndArcs)},
+      {14, "[0", With({{".", 16}}, kNumberEnd)},
+      {15, "[1", With({{".", 16}, {"eE", 18}, {kDigits, 15}}, kNumberEnd)},
       {16, "[1.", {{kDigits, 17}}},
-      {17, "[1.2", With({{"eE", 18}, {kDigits, 17}}, kEndArcs)},
+      {17, "[1.2", With({{"eE", 18}, {kDigits, 17}}, kNumberEnd)},
       {18, "[1e", {{"+-", 19}, {kDigits, 20}}},
       {19, "[1e+", {{kDigits, 20}}},
       {20, "[1e2", {{kWhite, 1}, {",", 5}, {"]", 1}, {"}", -4}, {kDigits, 20}}},
@@ -102,14 +102,14 @@ TEST(JsonTokenizer, AcceptsExactlyTheBytesOfEachState) {
       {35, "[\"\\ud800", {{"\\", 36}}},
       {36, R"(["\ud800\)", {{"u", 9}}},
   };
-  for (const Arcs& row : rows) {
+  for (const StateRow& row : rows) {
     for (int value = 0; value < 256; ++value) {
       const char byte = static_cast<char>(value);
       SCOPED_TRACE(testing::Message() << "after '" << row.prefix << "' byte " << value);
       const bool control = value < 32 && kWhite.find(byte) == std::string_view::npos;
       int expected = control ? -kJsonUnknownByte : row.others;
-      for (const auto& [bytes, next] : row.arcs) {
-        if (bytes.find(byte) != std::string_view::npos) expected = next;
+      for (const auto& [bytes, state] : row.next) {
+        if (bytes.find(byte) != std::string_view::npos) expected = state;
       }
       Parser parser;
       ASSERT_EQ(parser.Feed(row.prefix), 0);
@@ -193,13 +193,16 @@ TEST(JsonTokenizer, IsDoneOnceEverythingIsClosed) {
   }
 }
 
-// Notes each token as "type:text/length". Stops the parser after the requested number of tokens.
-using Notes = std::pair<ptrdiff_t, std::string>;
-int Note(void* userData, JsonTokenType type, const char* text, uint32_t length) {
-  auto& [remaining, notes] = *static_cast<Notes*>(userData);
-  notes += std::to_string(static_cast<uint32_t>(type)) + ':' + (text ? text : "-") + '/' +
-           std::to_string(length) + ' ';
-  return --remaining == 0 ? 77 : 0;
+// What a callback received: each token as "type:text/length". Stops the parser after `remaining` tokens.
+struct TokenLog {
+  ptrdiff_t remaining;
+  std::string tokens = "";
+};
+int LogToken(void* userData, JsonTokenType type, const char* text, uint32_t length) {
+  auto& log = *static_cast<TokenLog*>(userData);
+  log.tokens += std::to_string(static_cast<uint32_t>(type)) + ':' + (text ? text : "-") + '/' +
+                std::to_string(length) + ' ';
+  return --log.remaining == 0 ? 77 : 0;
 }
 
 TEST(JsonTokenizer, ReportsTokensAndStopsAtAnyOnRequest) {
@@ -208,12 +211,12 @@ TEST(JsonTokenizer, ReportsTokensAndStopsAtAnyOnRequest) {
       "4:-/0 ";
   const ptrdiff_t reports = std::ranges::count(all, ' ');
   for (ptrdiff_t requested = 1; requested <= reports + 1; ++requested) {
-    Notes notes{requested, ""};
-    Parser parser({.allowComments = 1}, Note, &notes);
+    TokenLog log{requested};
+    Parser parser({.allowComments = 1}, LogToken, &log);
     const int result = parser.Feed(R"({"k":"long\n","a":[-12 ,1.5/**/,2e3,true,false,null,{},"s"]})");
     EXPECT_EQ(result, requested > reports ? 0 : 77);
-    EXPECT_EQ(notes.first, requested > reports ? 1 : 0);
-    EXPECT_TRUE(all.starts_with(notes.second)) << notes.second;
+    EXPECT_EQ(log.remaining, requested > reports ? 1 : 0);
+    EXPECT_TRUE(all.starts_with(log.tokens)) << log.tokens;
   }
 }
 
@@ -236,9 +239,9 @@ TEST(JsonTokenizer, GrowsWithinItsLimits) {
   EXPECT_EQ(limited.Feed("e"), kJsonDataLimit);
   EXPECT_EQ(Parser({.maxData = 5}).bufferSize, 5U);
 
-  Notes notes{1000, ""};
-  EXPECT_EQ(Parser({.maxNesting = 2}, Note, &notes).Feed("[{\"k\":["), kJsonNestingLimit);
-  EXPECT_EQ(notes.second, "1:-/0 2:-/0 8:k/1 1:-/0 ")
+  TokenLog log{1000};
+  EXPECT_EQ(Parser({.maxNesting = 2}, LogToken, &log).Feed("[{\"k\":["), kJsonNestingLimit);
+  EXPECT_EQ(log.tokens, "1:-/0 2:-/0 8:k/1 1:-/0 ")
       << "a bracket is reported before its nesting level is checked";
   Parser deep;
   EXPECT_EQ(deep.Feed(std::string(1000, '[') + std::string(1000, ']')), 0);
