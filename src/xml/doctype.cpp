@@ -1,13 +1,36 @@
-#include "xml/doctype.h"
+// Reads a document type declaration, with the entities and attribute lists of its internal subset.
+#include "xml/reader.h"
 
 namespace velk::xml {
 namespace {
 
 constexpr std::string_view kTokenEnd = " \t\n>()|\"'";
 
-std::string_view View(std::span<char> text) { return {text.data(), text.size()}; }
+class DoctypeReader {
+ public:
+  DoctypeReader(Document& document, Scanner& scan) : document_(document), scan_(scan) {}
 
-}  // namespace
+  bool Read();
+
+ private:
+  bool ReadSubset();
+  bool ReadEntity();
+  bool ReadAttributeList();
+  bool ReadAttribute(DeclaredTag& tag);
+  bool ReadType(bool& cdata);
+  bool ReadDefault(std::span<char>& value);
+  void DecodeDefaults();
+
+  std::span<char> ReadToken();
+  bool SkipTo(std::string_view stops);
+  bool Unclosed();
+  bool Malformed();
+
+  Document& document_;
+  Scanner& scan_;
+  size_t line_ = 1;      // of the document type declaration
+  size_t listLine_ = 1;  // of the current attribute list
+};
 
 bool DoctypeReader::Read() {
   scan_.Mark();
@@ -20,9 +43,10 @@ bool DoctypeReader::Read() {
   }
   ++scan_.at;
   scan_.Mark();
-  if (const Entity* const circular = document_.entities.FindCircle()) {
+  if (const Entity* const circular = document_.entities.FindCycle()) {
     return document_.Fail(circular->line, {"circular entity declaration &", circular->name});
   }
+  DecodeDefaults();
   return true;
 }
 
@@ -53,7 +77,7 @@ bool DoctypeReader::ReadEntity() {
   const std::span<char> name = ReadToken();
   scan_.SkipSpace();
   // Without a quote here, it is a parameter entity ("% name ...") or an external one ("name SYSTEM ...").
-  if (!name.empty() && !scan_.AtEnd() && IsQuote(*scan_.at)) {
+  if (!name.empty() && scan_.AtQuote()) {
     std::span<char> value;
     if (!scan_.ReadQuoted(value)) return false;
     scan_.Mark();
@@ -66,29 +90,30 @@ bool DoctypeReader::ReadAttributeList() {
   listLine_ = scan_.MarkedLine();
   scan_.at += std::string_view("<!ATTLIST").size();
   scan_.SkipSpace();
-  const std::span<char> tag = ReadToken();
-  if (tag.empty()) return Malformed();
-  DeclaredTag& declared = document_.defaults.DeclareTag(View(tag));
+  const std::span<char> name = ReadToken();
+  if (name.empty()) return Malformed();
+  DeclaredTag& tag = document_.declaredTags[View(name)];
   for (scan_.SkipSpace(); !scan_.At('>'); scan_.SkipSpace()) {
-    if (!ReadDeclaredAttribute(declared)) return false;
+    if (!ReadAttribute(tag)) return false;
   }
   return true;
 }
 
-bool DoctypeReader::ReadDeclaredAttribute(DeclaredTag& tag) {
+// Only the first declaration of an attribute counts.
+bool DoctypeReader::ReadAttribute(DeclaredTag& tag) {
   DeclaredAttribute attribute;
   const std::span<char> name = ReadToken();
   if (name.empty()) return Malformed();
-  if (!ReadAttributeType(attribute.cdata) || !ReadDefault(attribute)) return false;
+  if (!ReadType(attribute.cdata) || !ReadDefault(attribute.written)) return false;
   scan_.Mark();
-  name.data()[name.size()] = '\0';  // overwrites the separator between name and type
-  attribute.name = View(name);
-  document_.defaults.Declare(tag, attribute);
+  attribute.name = Terminate(name);  // overwrites the separator between name and type
+  const auto [added, isNew] = tag.attributes.try_emplace(attribute.name, attribute);
+  if (isNew && attribute.written.data()) tag.defaults.push_back(&added->second);
   return true;
 }
 
 // A keyword, a list in parentheses, or NOTATION with such a list.
-bool DoctypeReader::ReadAttributeType(bool& cdata) {
+bool DoctypeReader::ReadType(bool& cdata) {
   scan_.SkipSpace();
   const std::string_view keyword = View(ReadToken());
   cdata = keyword == "CDATA";
@@ -101,15 +126,23 @@ bool DoctypeReader::ReadAttributeType(bool& cdata) {
   return true;
 }
 
-bool DoctypeReader::ReadDefault(DeclaredAttribute& attribute) {
+// Leaves `value` null if the declaration has no default value.
+bool DoctypeReader::ReadDefault(std::span<char>& value) {
   scan_.SkipSpace();
   const std::string_view keyword = View(ReadToken());
   if (keyword == "#REQUIRED" || keyword == "#IMPLIED") return true;
   scan_.SkipSpace();
   if (!keyword.empty() && keyword != "#FIXED") return Malformed();
-  if (scan_.AtEnd() || !IsQuote(*scan_.at)) return Malformed();
-  attribute.hasDefault = true;
-  return scan_.ReadQuoted(attribute.written);
+  if (!scan_.AtQuote()) return Malformed();
+  return scan_.ReadQuoted(value);
+}
+
+// After the whole subset, since the values may refer to entities declared later.
+void DoctypeReader::DecodeDefaults() {
+  for (auto& [name, tag] : document_.declaredTags) {
+    for (DeclaredAttribute* const attribute : tag.defaults)
+      attribute->value = document_.entities.DecodeValue(attribute->written, !attribute->cdata);
+  }
 }
 
 std::span<char> DoctypeReader::ReadToken() {
@@ -121,9 +154,10 @@ std::span<char> DoctypeReader::ReadToken() {
 // Moves to the next of these characters outside quotes.
 bool DoctypeReader::SkipTo(std::string_view stops) {
   while (!scan_.AtEnd() && stops.find(*scan_.at) == std::string_view::npos) {
+    const bool quote = scan_.AtQuote();
     const char c = *scan_.at++;
-    if (!IsQuote(c)) continue;
-    scan_.at = scan_.Find(c);
+    if (!quote) continue;
+    scan_.at = scan_.PositionOf(c);
     if (!scan_.AtEnd()) ++scan_.at;
   }
   return !scan_.AtEnd() || Unclosed();
@@ -135,5 +169,9 @@ bool DoctypeReader::Malformed() {
   if (scan_.AtEnd()) return document_.Fail(listLine_, {"unclosed <!ATTLIST"});
   return scan_.Fail(scan_.at, {"malformed <!ATTLIST"});
 }
+
+}  // namespace
+
+bool ReadDoctype(Document& document, Scanner& scan) { return DoctypeReader(document, scan).Read(); }
 
 }  // namespace velk::xml

@@ -1,15 +1,14 @@
-// The objects that contain the nodes of a tree: the root with its parse state, and the other elements.
+// The root of a tree. It owns all that a parse allocates besides the elements.
 #pragma once
 
 #include <cstddef>
-#include <forward_list>
 #include <initializer_list>
+#include <map>
 #include <memory>
-#include <string>
+#include <span>
 #include <string_view>
 #include <vector>
 
-#include "xml/attributes.h"
 #include "xml/entities.h"
 #include "xml/xml.h"
 
@@ -20,7 +19,26 @@ struct Instruction {
   std::string_view data;
 };
 
-// The root: the only node without a parent.
+// An attribute that the internal subset declares.
+struct DeclaredAttribute {
+  std::string_view name;        // followed by a terminator
+  std::span<char> written;      // the default value as written in the document; null if there is none
+  const char* value = nullptr;  // the decoded default value
+  bool cdata = false;
+};
+
+// The declared attributes of all elements with one name.
+struct DeclaredTag {
+  std::map<std::string_view, DeclaredAttribute> attributes;
+  std::vector<DeclaredAttribute*> defaults;  // those with a default value, in order of declaration
+
+  bool IsCdata(std::string_view attribute) const {
+    const auto found = attributes.find(attribute);
+    return found != attributes.end() && found->second.cdata;
+  }
+};
+
+// The only node without a parent.
 struct Document : XmlNode {
   XmlNode* current = nullptr;  // the open element
   char* buffer = nullptr;      // the caller's, or the UTF-8 copy
@@ -29,22 +47,19 @@ struct Document : XmlNode {
   char* end = nullptr;
   std::unique_ptr<char[]> converted;
   EntityTable entities;
-  AttributeDefaults defaults;
+  std::map<std::string_view, DeclaredTag> declaredTags;
   std::vector<Instruction> instructions;  // all but the XML declaration
   bool standalone = false;
   char error[128] = "";
-  std::forward_list<std::string> grownValues;
+
+  // Finds the text in the bytes of a document, and makes it UTF-8 with line feeds as line ends.
+  void SetText(char* bytes, size_t size);
+
+  // Adds what is between "<?" and "?>".
+  void AddInstruction(std::string_view content);
 
   // Records the error. Returns false, so that a reading function can return the result.
   bool Fail(size_t line, std::initializer_list<std::string_view> message);
-};
-
-// Any node with a parent.
-struct Element : XmlNode {
-  // In the first element of a name: the last one of that name so far. In the others: the first one.
-  XmlNode* peer = nullptr;
-
-  std::string_view Key() const { return name; }
 };
 
 }  // namespace velk::xml

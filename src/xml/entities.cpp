@@ -29,29 +29,39 @@ char32_t ParseCode(std::string_view body) {
   return complete && !surrogate && code <= 0x10FFFF ? code : 0;
 }
 
+// Returns the character of a predefined entity, or 0.
+char32_t PredefinedCode(std::string_view name) {
+  if (name == "lt") return '<';
+  if (name == "gt") return '>';
+  if (name == "quot") return '"';
+  if (name == "apos") return '\'';
+  if (name == "amp") return '&';
+  return 0;
+}
+
 void AppendCode(std::string& out, char32_t code) {
   char bytes[4];
   out.append(bytes, EncodeUtf8(code, bytes));
 }
 
-}  // namespace
-
-EntityTable::EntityTable() {
-  const auto predefine = [this](std::string_view name, std::string_view value) {
-    Entity entity{.name = name, .value = value};
-    entity.circleTest = Entity::kCleared;
-    entity.decoded = true;
-    byName_.Add(&entities_.emplace_back(entity));
-  };
-  predefine("lt", "<");
-  predefine("gt", ">");
-  predefine("quot", "\"");
-  predefine("apos", "'");
-  predefine("amp", "&");
+// Collapses white space to single spaces and removes it at both ends. Returns the new size.
+size_t CollapseSpace(char* bytes, size_t size) {
+  char* out = bytes;
+  for (size_t i = 0; i < size; ++i) {
+    if (!IsSpace(bytes[i])) {
+      *out++ = bytes[i];
+    } else if (out != bytes && out[-1] != ' ') {
+      *out++ = ' ';
+    }
+  }
+  if (out != bytes && out[-1] == ' ') --out;
+  return static_cast<size_t>(out - bytes);
 }
 
+}  // namespace
+
 void EntityTable::Declare(std::string_view name, std::span<char> value, size_t line) {
-  if (byName_.Find(name)) return;
+  if (PredefinedCode(name) != 0 || byName_.contains(name)) return;
   const std::string_view written(value.data(), value.size());
   char* out = value.data();
   size_t from = 0;
@@ -60,12 +70,12 @@ void EntityTable::Declare(std::string_view name, std::span<char> value, size_t l
     out += end - from;
   };
   while (const Reference reference = FindReference(written, from)) {
-    keepUpTo(reference.entity ? reference.end : reference.begin);
-    if (!reference.entity) out = EncodeUtf8(reference.code, out);  // never longer than the reference
+    keepUpTo(reference.numeric ? reference.begin : reference.end);
+    if (reference.numeric) out = EncodeUtf8(reference.code, out);  // never longer than the reference
     from = reference.end;
   }
   keepUpTo(value.size());
-  byName_.Add(&entities_.emplace_back(Entity{.name = name, .value = {value.data(), out}, .line = line}));
+  byName_[name] = &entities_.emplace_back(Entity{.name = name, .value = {value.data(), out}, .line = line});
 }
 
 EntityTable::Reference EntityTable::FindReference(std::string_view text, size_t from) {
@@ -74,73 +84,87 @@ EntityTable::Reference EntityTable::FindReference(std::string_view text, size_t 
     if (end == text.npos) break;
     if (text[end] != ';') continue;
     const std::string_view body = text.substr(begin + 1, end - begin - 1);
-    if (body.starts_with('#')) {
-      if (const char32_t code = ParseCode(body)) return {begin, end + 1, code, nullptr};
-    } else if (Entity* const found = byName_.Find(body)) {
-      return {begin, end + 1, 0, found};
-    }
+    const bool numeric = body.starts_with('#');
+    const char32_t code = numeric ? ParseCode(body) : PredefinedCode(body);
+    const auto found = numeric || code != 0 ? byName_.end() : byName_.find(body);
+    Entity* const entity = found == byName_.end() ? nullptr : found->second;
+    if (code != 0 || entity) return {begin, end + 1, entity, code, numeric};
   }
   return {};
 }
 
-const Entity* EntityTable::FindCircle() {
+const Entity* EntityTable::FindCycle() {
   for (Entity& entity : entities_) {
-    if (entity.circleTest != Entity::kUnvisited) continue;
-    if (const Entity* const circular = FindCircleFrom(entity)) return circular;
+    if (entity.cycleSearch != Entity::kUnvisited) continue;
+    if (const Entity* const found = FindCycleFrom(entity)) return found;
   }
   return nullptr;
 }
 
 // Searches depth first through all references from the start. An entity on the current path closes a cycle.
-const Entity* EntityTable::FindCircleFrom(Entity& start) {
-  std::vector<Step> path{{&start, 0}};
-  start.circleTest = Entity::kOnPath;
+const Entity* EntityTable::FindCycleFrom(Entity& start) {
+  std::vector<Position> path{{&start, 0}};
+  start.cycleSearch = Entity::kOnPath;
   while (!path.empty()) {
-    Step& step = path.back();
-    const Reference reference = FindReference(step.entity->value, step.from);
+    Position& current = path.back();
+    const Reference reference = FindReference(current.entity->value, current.from);
     Entity* const inner = reference.entity;
-    const bool first = step.from == 0;
-    step.from = reference.end;
+    const bool first = current.from == 0;
+    current.from = reference.end;
     if (!reference) {
-      step.entity->circleTest = Entity::kCleared;
-      step.entity->decoded = first;  // a value without references is already decoded
+      current.entity->cycleSearch = Entity::kFinished;
+      current.entity->decoded = first;  // a value without references is already decoded
       path.pop_back();
-    } else if (inner && inner->circleTest == Entity::kUnvisited) {
-      inner->circleTest = Entity::kOnPath;
+    } else if (inner && inner->cycleSearch == Entity::kUnvisited) {
+      inner->cycleSearch = Entity::kOnPath;
       path.push_back({inner, 0});
-    } else if (inner && inner->circleTest == Entity::kOnPath) {
-      const auto begin = std::find_if(path.begin(), path.end(), [=](Step s) { return s.entity == inner; });
+    } else if (inner && inner->cycleSearch == Entity::kOnPath) {
+      const auto begin =
+          std::find_if(path.begin(), path.end(), [=](Position each) { return each.entity == inner; });
       // Names are views of the document, so their positions are in order of declaration.
-      const auto precedes = [](Step a, Step b) { return a.entity->name.data() < b.entity->name.data(); };
+      const auto precedes = [](Position a, Position b) {
+        return a.entity->name.data() < b.entity->name.data();
+      };
       return std::max_element(begin, path.end(), precedes)->entity;
     }
   }
   return nullptr;
 }
 
-std::string_view EntityTable::Decode(std::string_view text, std::string& scratch) {
+std::string_view EntityTable::DecodeText(std::span<char> written) {
+  const std::string_view text(written.data(), written.size());
   Reference reference = FindReference(text, 0);
   if (!reference) return text;
-  scratch.clear();
+  scratch_.clear();
   size_t from = 0;
   for (; reference; reference = FindReference(text, from)) {
-    scratch.append(text, from, reference.begin - from);
+    scratch_.append(text, from, reference.begin - from);
     if (reference.entity) {
-      scratch.append(DecodedText(*reference.entity));
+      scratch_.append(DecodedText(*reference.entity));
     } else {
-      AppendCode(scratch, reference.code);
+      AppendCode(scratch_, reference.code);
     }
     from = reference.end;
   }
-  return scratch.append(text, from);
+  return scratch_.append(text, from);
+}
+
+const char* EntityTable::DecodeValue(std::span<char> written, bool collapseSpace) {
+  const std::string_view decoded = DecodeText(written);
+  char* const bytes = decoded.data() == written.data() ? written.data() : scratch_.data();
+  const size_t size = collapseSpace ? CollapseSpace(bytes, decoded.size()) : decoded.size();
+  if (size > written.size()) return longValues_.emplace_front(bytes, size).c_str();
+  std::memmove(written.data(), bytes, size);
+  written.data()[size] = '\0';
+  return written.data();
 }
 
 std::string_view EntityTable::DecodedText(Entity& entity) {
   if (!entity.decoded) Expand(entity);
   const std::string_view text =
       entity.source ? std::string_view(*entity.source).substr(entity.offset, entity.length) : entity.value;
-  if (entity.line != 0) spent_ += text.size();
-  if (spent_ > kMaxDecoded) throw std::bad_alloc();
+  decodedBytes_ += text.size();
+  if (decodedBytes_ > kMaxDecoded) throw std::bad_alloc();
   return text;
 }
 
@@ -149,7 +173,7 @@ std::string_view EntityTable::DecodedText(Entity& entity) {
 // expand to nothing, which kMaxDecoded does not limit.
 void EntityTable::Expand(Entity& outermost) {
   std::string& out = expansions_.emplace_front();
-  std::vector<Step> open{{&outermost, 0}};
+  std::vector<Position> open{{&outermost, 0}};
   while (!open.empty()) {
     Entity& entity = *open.back().entity;
     const Reference reference = FindReference(entity.value, open.back().from);

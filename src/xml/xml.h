@@ -1,5 +1,6 @@
-// A small non-validating XML reader that parses a document in memory to a tree of elements. No exported
-// function calls it.
+// No exported function calls this; only the legacy browser upload does.
+//
+// A small non-validating XML reader. It parses a document in memory to a tree of elements.
 #pragma once
 
 #include <cstddef>

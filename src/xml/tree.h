@@ -2,13 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
 
 #include "xml/document.h"
-#include "xml/names.h"
 
 namespace velk::xml {
 
@@ -22,8 +22,9 @@ class TreeBuilder {
   bool Inside() const { return !open_.empty(); }  // an element is open
   const char* CurrentName() const { return document_.current->name; }
 
-  // Adds a child to the current element, or fills the root, and makes it current.
-  void Open(const char* name, AttributeArray attributes);
+  // Adds a child to the current element, or fills the root, and makes it current. A terminator must follow
+  // the name.
+  void Open(std::string_view name, AttributeArray attributes);
   void Close();
 
   // Appends to the current element's text. The first piece stays in the document, at `written`, if it fits.
@@ -35,15 +36,14 @@ class TreeBuilder {
   // on what was added before.
   struct OpenElement {
     XmlNode* node = nullptr;
-    Element* lastChild = nullptr;
-    Element* lastName = nullptr;  // end of the sibling chain
+    XmlNode* lastChild = nullptr;
+    XmlNode* lastNewName = nullptr;  // the end of the sibling chain
     size_t textLength = 0;
-    std::unique_ptr<NameTable<Element>> names;  // the first child of each name, if there are many
+    std::map<std::string_view, XmlNode*> lastOfName;
   };
 
-  void Link(OpenElement& parent, std::unique_ptr<Element> child);
-  static Element* FirstOfName(OpenElement& parent, const char* name);
-  static void GrowText(OpenElement& element, size_t added);
+  XmlNode& AddChild(OpenElement& parent, std::string_view name);
+  static void ReserveText(OpenElement& element, size_t added);
 
   Document& document_;
   std::vector<OpenElement> open_;
