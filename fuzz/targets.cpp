@@ -57,19 +57,19 @@ using Extractor = int (*)(std::string_view, const char*, std::span<char>) noexce
 template <Extractor extractor, const char* key>
 void Extract(std::string_view input) {
   const std::vector<char> text = Text(input);
-  std::array<char, 24> room;
-  room.fill('#');
-  const int outcome = extractor({text.data(), input.size()}, key, std::span(room).first(16));
+  std::array<char, 24> output;
+  output.fill('#');
+  const int outcome = extractor({text.data(), input.size()}, key, std::span(output).first(16));
   Demand(outcome == 0 || outcome == 1);
-  Demand(outcome == 0 ? std::memchr(room.data(), '\0', 16) != nullptr : room[0] == '#');
-  Demand(std::all_of(room.begin() + 16, room.end(), [](char letter) { return letter == '#'; }));
+  Demand(outcome == 0 ? std::memchr(output.data(), '\0', 16) != nullptr : output[0] == '#');
+  Demand(std::all_of(output.begin() + 16, output.end(), [](char letter) { return letter == '#'; }));
 }
 
 void QuotedToken(std::string_view input) {
   std::vector<char> text = Text(input);
-  std::array<char, 16> room{};
-  Demand(QuotedTokenAfter(text.data(), "name", room) == kReplySplit);
-  Demand(room.back() == '\0');
+  std::array<char, 16> output{};
+  Demand(QuotedTokenAfter(text.data(), "name", output) == kReplySplit);
+  Demand(output.back() == '\0');
 }
 
 void LocationHeader(std::string_view input) {
