@@ -452,6 +452,30 @@ step 'no file contains a path of the build' build_paths
 
 # --- Publishing to the sandbox
 
+# readme_host PREFIX HOST COMPILER...: the program in README.md publishes when the command of the array sandbox runs it.
+readme_host() {
+  local output
+  cd "$1"
+  # shellcheck disable=SC2016 # the backquotes are those of the page
+  sed -n '/^```c$/,/^```$/{/^```/d;p}' README.md >host.c
+  "${@:3}" -o "$2"
+  output=$("${sandbox[@]}" -- "$2" | tr -d '\r') || fail "exit code $?: $output"
+  [[ $output =~ ^result\ 0,\ video\ [A-Za-z0-9_-]{11}$ ]] || fail "it printed: $output"
+}
+
+readme_host_linux() {
+  local flags sandbox=(env LD_LIBRARY_PATH=lib bin/velk-sandbox)
+  pkg_config "$linux"
+  readme_host "$linux" bin/host gcc "${strict[@]}" host.c "${flags[@]}"
+}
+
+readme_host_windows() {
+  local sandbox=("$checkout/scripts/wine" bin/velk-sandbox.exe)
+  readme_host "$windows" bin/host.exe "$mingw-gcc" "${strict[@]}" host.c -I include lib/LibVelkUpload.dll.a
+}
+
+step 'Linux: the program of the README publishes' readme_host_linux
+step 'Windows: the program of the README publishes' readme_host_windows
 long_step 'Linux: publishes to the sandbox' "$tests/try_it.sh" "$linux"
 long_step 'Windows: publishes to the sandbox' "$tests/try_it.sh" "$windows" "$checkout/scripts/wine"
 
