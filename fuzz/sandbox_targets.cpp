@@ -20,7 +20,7 @@
 #include "net/head.h"
 #include "net/text.h"
 #include "services/lenient_json.h"
-#include "services/oauth_check.h"
+#include "services/twitter/oauth_check.h"
 
 namespace velk::fuzz {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <memory>
 
-#include "services/facebook.h"
-#include "services/twitter.h"
-#include "services/youtube.h"
+#include "services/facebook/facebook.h"
+#include "services/twitter/twitter.h"
+#include "services/youtube/youtube.h"
 
 namespace velk::sandbox {
 

@@ -4,8 +4,8 @@
 #include <boost/property_tree/xml_parser.hpp>
 #include <sstream>
 
-#include "services/youtube.h"
-#include "services/youtube_checks.h"
+#include "services/youtube/checks.h"
+#include "services/youtube/youtube.h"
 
 namespace velk::sandbox {
 

@@ -1,5 +1,5 @@
 // Checks of YouTube requests. A failed check throws an error, which becomes the reply.
-#include "services/youtube_checks.h"
+#include "services/youtube/checks.h"
 
 #include <boost/json/array.hpp>
 

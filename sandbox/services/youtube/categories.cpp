@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <boost/json/array.hpp>
 
-#include "services/youtube.h"
-#include "services/youtube_checks.h"
+#include "services/youtube/checks.h"
+#include "services/youtube/youtube.h"
 
 namespace velk::sandbox {
 namespace {

@@ -1,5 +1,5 @@
 // Simulates Twitter: the sign-in with a PIN, chunked media uploads, and tweets.
-#include "services/twitter.h"
+#include "services/twitter/twitter.h"
 
 #include <algorithm>
 #include <boost/json/array.hpp>

@@ -1,5 +1,5 @@
 // The errors of the Graph API, and their replies.
-#include "services/facebook_error.h"
+#include "services/facebook/errors.h"
 
 namespace velk::sandbox {
 namespace {

@@ -1,10 +1,10 @@
 // Simulates Facebook's Graph API: access tokens, the user, the user's pages, and published objects.
-#include "services/facebook.h"
+#include "services/facebook/facebook.h"
 
 #include <algorithm>
 #include <boost/json/array.hpp>
 
-#include "services/facebook_error.h"
+#include "services/facebook/errors.h"
 #include "services/lenient_json.h"
 
 namespace velk::sandbox {

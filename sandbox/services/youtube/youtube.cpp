@@ -1,5 +1,5 @@
 // YouTube's current interface: resumable upload sessions, and updates of metadata.
-#include "services/youtube.h"
+#include "services/youtube/youtube.h"
 
 #include <algorithm>
 #include <boost/json/array.hpp>
@@ -7,7 +7,7 @@
 #include <functional>
 
 #include "services/lenient_json.h"
-#include "services/youtube_checks.h"
+#include "services/youtube/checks.h"
 
 namespace velk::sandbox {
 

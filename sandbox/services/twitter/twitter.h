@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "kit/service.h"
-#include "services/oauth_check.h"
+#include "services/twitter/oauth_check.h"
 
 namespace velk::sandbox {
 

@@ -1,6 +1,6 @@
 // Verifies the OAuth 1.0a signature of a request. It uses only the received bytes and OpenSSL's HMAC, and
 // shares no code with the client.
-#include "services/oauth_check.h"
+#include "services/twitter/oauth_check.h"
 
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
