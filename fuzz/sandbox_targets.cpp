@@ -15,7 +15,7 @@
 #include "fuzz/targets.h"
 #include "kit/byte_strings.h"
 #include "kit/journal.h"
-#include "kit/service.h"
+#include "kit/request.h"
 #include "net/body.h"
 #include "net/head.h"
 #include "net/text.h"
@@ -241,8 +241,8 @@ void SandboxQuery(std::string_view input) {
   head.target = "/path?" + std::string(input);
   head.lines = {"Content-Type: application/x-www-form-urlencoded",
                 "Authorization: OAuth " + std::string(input)};
-  const ServiceRequest request{head, ReceivedBody(input), ParsePairs(head.Query()), {}};
-  Demand(request.query == pairs && request.Form() == pairs);
+  const ServiceRequest request(head, ReceivedBody(input));
+  Demand(request.query == pairs && request.form == pairs);
   const OauthCheck check = CheckOauth(request, [](const std::string& key, std::string_view) { return key; });
   Demand(std::ranges::count(check.baseString, '&') == 2);
 }

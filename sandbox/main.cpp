@@ -25,7 +25,7 @@ constexpr int kCannotStartCommand = 127;  // as a shell reports it
 
 class Program {
  public:
-  explicit Program(const Options& options) : world_(context_, options) {
+  explicit Program(const Options& options) : world_(context_, options, ServiceHosts()) {
     AddAllServices(world_.services, world_.store, world_.proxy.Url());
   }
 

@@ -54,19 +54,7 @@ json::value AsBase64(const json::value& value) {
   return list;
 }
 
-// OpenSSL skips white space, and accepts padding at any place. So the result is encoded again and compared.
-json::string Decoded(const json::value& value) {
-  const std::string_view text = value.as_string();
-  std::string bytes(text.size() / 4 * 3, '\0');
-  const int size =
-      EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
-                      reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
-  // The padding decodes to NUL bytes.
-  const int padding = text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0;
-  bytes.resize(static_cast<std::size_t>(std::max(size - padding, 0)));
-  if (Base64(bytes) != text) throw std::invalid_argument("not base64");
-  return json::string(bytes);
-}
+json::string Decoded(const json::value& value) { return json::string(FromBase64(value.as_string())); }
 
 json::value DecodedList(const json::value& value) {
   if (!value.is_array()) return Decoded(value);
@@ -94,6 +82,19 @@ std::string Base64(std::string_view bytes) {
                       reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
   text.resize(static_cast<std::size_t>(size));
   return text;
+}
+
+// OpenSSL skips white space, and accepts padding at any place. So the result is encoded again and compared.
+std::string FromBase64(std::string_view text) {
+  std::string bytes(text.size() / 4 * 3, '\0');
+  const int size =
+      EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
+                      reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
+  // The padding decodes to NUL bytes.
+  const int padding = text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0;
+  bytes.resize(static_cast<std::size_t>(std::max(size - padding, 0)));
+  if (Base64(bytes) != text) throw std::invalid_argument("not base64");
+  return bytes;
 }
 
 json::value ToText(json::value bytes) {

@@ -13,6 +13,7 @@
 namespace velk::sandbox {
 
 std::string Base64(std::string_view bytes);
+std::string FromBase64(std::string_view text);  // throws std::invalid_argument on what is not base64
 
 // Returns the value in a form that JSON can hold. Its strings may hold any bytes.
 boost::json::value ToText(boost::json::value bytes);

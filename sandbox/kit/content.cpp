@@ -15,6 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kSpool[] = "spool";
+constexpr std::size_t kStart = 16;
+constexpr std::size_t kPiece = 128 * 1024;
 
 std::string Hex(const unsigned char* bytes, std::size_t size) {
   static constexpr char kDigits[] = "0123456789abcdef";
@@ -57,6 +59,7 @@ Content::Content(Content&& other) noexcept
     : store_(other.store_),
       large_(other.large_),
       size_(std::exchange(other.size_, 0)),
+      start_(std::move(other.start_)),
       bytes_(std::exchange(other.bytes_, {})),
       sha256_(std::move(other.sha256_)),
       file_(std::move(other.file_)),
@@ -64,7 +67,12 @@ Content::Content(Content&& other) noexcept
 
 Content::~Content() { store_.ReleaseMemory(bytes_.size()); }
 
+void Content::KeepStart(std::string_view bytes) {
+  if (size_ == start_.size()) start_ += bytes.substr(0, kStart - start_.size());
+}
+
 void Content::Append(std::string_view bytes) {
+  KeepStart(bytes);
   const bool wasInMemory = InMemory();
   size_ += bytes.size();
   if (wasInMemory && size_ <= kLargestInMemory && store_.ReserveMemory(bytes.size())) {
@@ -74,6 +82,25 @@ void Content::Append(std::string_view bytes) {
   if (wasInMemory) LeaveMemory();
   if (size_ > kLargestInMemory) DropFile();
   Sink(bytes);
+}
+
+void Content::Append(const Content& other) {
+  if (other.InMemory()) return Append(other.bytes_);
+  if (!other.file_) {
+    KeepStart(other.start_);
+    return Count(other.size_);
+  }
+  std::ifstream file(other.file_->Path(), std::ios::binary);
+  for (std::vector<char> piece(kPiece); file.read(piece.data(), kPiece), file.gcount() > 0;)
+    Append(std::string_view(piece.data(), static_cast<std::size_t>(file.gcount())));
+}
+
+void Content::Count(std::uint64_t bytes) {
+  store_.ReleaseMemory(bytes_.size());
+  bytes_.clear();
+  file_.reset();
+  digest_.reset();
+  size_ += bytes;
 }
 
 // A service reads small contents. So they are written to a file even where large ones are not.

@@ -46,10 +46,12 @@ class Content {
   ~Content();
 
   void Append(std::string_view bytes);  // throws std::system_error when the file cannot be written
+  void Append(const Content& other);    // of what was only counted, only the size
   void Finish();
 
   std::uint64_t Size() const { return size_; }
   const std::string& Sha256() const { return sha256_; }  // empty for what was only counted
+  const std::string& Start() const { return start_; }    // the first bytes, at most 16, even if only counted
   bool InMemory() const { return size_ == bytes_.size(); }
   const std::string& Bytes() const { return bytes_; }  // empty for what is not in memory
   std::string File() const;                            // its file's path in UTF-8; empty without a file
@@ -61,6 +63,8 @@ class Content {
   struct FreeDigest {
     void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
   };
+  void KeepStart(std::string_view bytes);
+  void Count(std::uint64_t bytes);
   void LeaveMemory();
   void DropFile();
   void Sink(std::string_view bytes);
@@ -68,6 +72,7 @@ class Content {
   Store& store_;
   const Large large_;
   std::uint64_t size_ = 0;
+  std::string start_;
   std::string bytes_;
   std::string sha256_;
   std::unique_ptr<SpoolFile> file_;

@@ -65,6 +65,12 @@ constexpr Command kCommands[] = {
     {"DELETE", "/requests", [](World& w, const std::string&) { return Reset(w); }},
     {"POST", "/reset", [](World& w, const std::string&) { return Reset(w); }},
     {"GET", "/state", [](World& w, const std::string&) { return ValueReply(200, w.services.State()); }},
+    {"GET", "/switches", [](World& w, const std::string&) { return ValueReply(200, w.services.Switches()); }},
+    {"POST", "/switches",
+     [](World& w, const std::string& body) {
+       w.services.SetSwitches(Parse(body));
+       return ValueReply(200, w.services.Switches());
+     }},
     {"GET", "/ca.pem",
      [](World& w, const std::string&) {
        return Reply{.headers = {"Content-Type: application/x-pem-file"}, .body = w.authority.Pem()};

@@ -12,9 +12,11 @@
 //                    neither file nor hash exists of one above 64 KiB.
 //   GET /totals      {"requests", "kept": those that GET /requests returns, "bodyBytes"} since the last reset
 //   GET /state       one member for each service
+//   GET /switches    {"service": {"switch": number or null}}; docs/sandbox.md describes each switch
+//   POST /switches   sets the given ones; returns all
 //   GET /ca.pem      the certificate of the authority, for clients that verify the simulated services
 //   POST /sha256     {"sha256": hexadecimal hash of the posted body}
-//   POST /reset      removes requests, scripts, service state and stored files, and drops connections that a fault
+//   POST /reset      removes requests, scripts, switches, service state and stored files, and drops connections that a fault
 //                    keeps; DELETE /requests does the same
 //
 // A refused command returns {"error": why}: with status 400 for a bad script, 403 for a page of another origin, 404
@@ -34,7 +36,8 @@
 //   cutBodyAfter      the same, counted from the first byte of the body
 //   reset             send RST: at the cut, or instead of any reply (a passed-through request has taken effect by
 //                     then)
-//   stopReadingAfter  read N bytes of the body, then stall; with a cut or a reset, end there instead
+//   stopReadingAfter  read N bytes of the body, then stall; with a cut or a reset, end there instead. With
+//                     passThrough and reset, the service gets these bytes, as when a connection breaks
 //   readSlowly        read N bytes of the body a second
 //   neverAnswer       stall until the client disconnects
 //   noContentLength   the body ends with the connection, which closes properly

@@ -1,6 +1,7 @@
 #include "kit/exchange.h"
 
 #include <algorithm>
+#include <boost/system/system_error.hpp>
 #include <chrono>
 #include <cstdio>
 #include <system_error>
@@ -43,6 +44,7 @@ class Exchange {
   void Record();
   awaitable<void> Receive(std::optional<std::uint64_t> limit);
   awaitable<void> ReceivePiece(std::size_t size);
+  void PassPartOn();
   std::size_t PieceSize(std::optional<std::uint64_t> limit) const;
   awaitable<bool> ServeEarly();
   awaitable<bool> Respond();
@@ -66,7 +68,7 @@ class Exchange {
 // recorded by itself.
 void Exchange::Record() {
   entry_->scripted = script_->IsPosted();
-  const bool opens = IsConnect() && IsServiceHost(Request().host) && script_->passThrough;
+  const bool opens = IsConnect() && world_.services.Simulates(Request().host) && script_->passThrough;
   if (!opens) world_.journal.Add(entry_);
 }
 
@@ -78,6 +80,7 @@ awaitable<bool> Exchange::Serve() {
   co_await Receive(script_->stopReadingAfter);
   if (!received_) {
     script_->Fired("stopReadingAfter");
+    PassPartOn();
     if (!script_->BreaksOff()) {
       co_await stream_.WaitUntilGone();
       EndConnection();
@@ -116,6 +119,9 @@ awaitable<void> Exchange::Receive(std::optional<std::uint64_t> limit) {
       co_await ReceivePiece(size);
     }
     received_ = intake_.Finish();
+  } catch (const boost::system::system_error&) {
+    PassPartOn();
+    throw;
   } catch (const BadRequest& bad) {
     entry_->status = bad.status;
     throw;
@@ -136,6 +142,11 @@ awaitable<void> Exchange::ReceivePiece(std::size_t size) {
   script_->Fired("readSlowly");
 }
 
+// A service keeps what has arrived of an upload, so that the client can resume it.
+void Exchange::PassPartOn() {
+  if (script_->passThrough && !IsConnect()) world_.services.TakePartial(Request(), intake_.FinishPart());
+}
+
 Reply Exchange::ServiceReply() try {
   return world_.services.Handle(Request(), received_);
 } catch (const std::system_error&) {
@@ -147,9 +158,9 @@ Reply Exchange::ServiceReply() try {
 }
 
 Reply Exchange::MakeReply() {
-  if (!script_->passThrough) return script_->reply;
+  if (!script_->passThrough || !received_) return script_->reply;
   if (!IsConnect()) return ServiceReply();
-  if (IsServiceHost(Request().host)) return {.status = 200, .reason = "Connection established"};
+  if (world_.services.Simulates(Request().host)) return {.status = 200, .reason = "Connection established"};
   return JsonReply(502, {{"error", "this proxy reaches only the simulated services"}});
 }
 

@@ -115,4 +115,9 @@ std::shared_ptr<const Received> Intake::Finish() {
       Received{std::move(body_), form_ ? form_->TakeParts() : std::vector<FormPart>()});
 }
 
+std::shared_ptr<const Received> Intake::FinishPart() {
+  body_.Finish();
+  return std::make_shared<Received>(Received{std::move(body_), {}});
+}
+
 }  // namespace velk::sandbox

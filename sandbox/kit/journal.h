@@ -81,6 +81,7 @@ class Intake {
   Intake(Store& store, const Head& head);
   void Append(std::string_view bytes);
   std::shared_ptr<const Received> Finish();  // throws BadRequest when a form ends before its last delimiter
+  std::shared_ptr<const Received> FinishPart();  // of a body that ended early; without fields
 
  private:
   const std::optional<std::string> boundary_;

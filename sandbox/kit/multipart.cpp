@@ -1,4 +1,4 @@
-// Splits a multipart form into its fields while it arrives, so that a field can be larger than memory.
+// Splits a multipart body into its parts while it arrives, so that a part can be larger than memory.
 #include "kit/multipart.h"
 
 #include <algorithm>
@@ -10,7 +10,8 @@ namespace velk::sandbox {
 namespace {
 
 constexpr std::size_t kMaxPartHeadSize = 64 * 1024;
-constexpr std::size_t kMaxParts = 1000;  // a part needs more memory than its bytes in the request
+constexpr std::size_t kMaxPadding = 1000;  // after a delimiter
+constexpr std::size_t kMaxParts = 1000;    // a part needs more memory than its bytes in the request
 
 // The value of a parameter such as name="photo", which follows the first semicolon of a header. A quoted
 // value ends at the next quote, because clients send an inner quote as %22 and do not escape backslashes.
@@ -30,10 +31,10 @@ std::string HeaderParameter(std::string_view header, std::string_view name) {
   return {};
 }
 
-std::string_view HeaderValue(std::string_view head, std::string_view name) {
+std::string_view HeaderValue(std::string_view head, std::string_view lineEnd, std::string_view name) {
   while (!head.empty()) {
-    const std::string_view line = head.substr(0, head.find("\r\n"));
-    head.remove_prefix(std::min(line.size() + 2, head.size()));
+    const std::string_view line = head.substr(0, head.find(lineEnd));
+    head.remove_prefix(std::min(line.size() + lineEnd.size(), head.size()));
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos) throw BadRequest();
     if (SameName(line.substr(0, colon), name)) return Trim(line.substr(colon + 1));
@@ -44,15 +45,17 @@ std::string_view HeaderValue(std::string_view head, std::string_view name) {
 }  // namespace
 
 std::optional<std::string> FormBoundary(std::string_view contentType) {
-  if (!SameName(Trim(contentType.substr(0, contentType.find(';'))), "multipart/form-data"))
-    return std::nullopt;
+  static constexpr std::string_view kTypes[] = {"multipart/form-data", "multipart/related",
+                                                "multipart/mixed"};
+  const std::string type = Lower(Trim(contentType.substr(0, contentType.find(';'))));
+  if (std::ranges::find(kTypes, type) == std::end(kTypes)) return std::nullopt;
   std::string boundary = HeaderParameter(contentType, "boundary");
   if (boundary.empty() || boundary.size() > 256) throw BadRequest();
   return boundary;
 }
 
 MultipartParser::MultipartParser(Store& store, const std::string& boundary)
-    : store_(store), delimiter_("\r\n--" + boundary) {}
+    : store_(store), delimiter_("\n--" + boundary) {}
 
 void MultipartParser::Feed(std::string_view bytes) {
   for (bool more = true; more;) {
@@ -112,33 +115,52 @@ void MultipartParser::HandleDelimiter() {
   if (!parts_.empty()) parts_.back().content.Finish();
 }
 
+// Blanks may follow a delimiter on its line.
 bool MultipartParser::FeedAfterDelimiter(std::string_view& bytes) {
-  const std::size_t count = std::min<std::size_t>(2 - pending_.size(), bytes.size());
-  pending_ += bytes.substr(0, count);
-  bytes.remove_prefix(count);
-  if (pending_.size() < 2) return false;
-  if (pending_ != "\r\n" && pending_ != "--") throw BadRequest();
-  state_ = pending_ == "--" ? State::kEnd : State::kHeaders;
-  // A CRLF remains pending, because in a part without headers it is the first half of CRLF CRLF.
-  if (state_ == State::kEnd) pending_.clear();
+  while (!pending_.ends_with('\n') && pending_ != "--") {
+    if (bytes.empty()) return false;
+    pending_ += bytes.front();
+    bytes.remove_prefix(1);
+    if (pending_.size() > kMaxPadding) throw BadRequest();
+  }
+  if (pending_ == "--") {
+    state_ = State::kEnd;
+    pending_.clear();
+    return true;
+  }
+  const std::string_view lineEnd = pending_.ends_with("\r\n") ? "\r\n" : "\n";
+  if (!Trim(std::string_view(pending_).substr(0, pending_.size() - lineEnd.size())).empty())
+    throw BadRequest();
+  if (parts_.empty()) SetLineEnd(lineEnd);
+  if (lineEnd != lineEnd_) throw BadRequest();
+  state_ = State::kHeaders;
+  // The line end remains pending, because in a part without headers it is the first half of the empty line.
+  pending_ = lineEnd_;
   return true;
+}
+
+void MultipartParser::SetLineEnd(std::string_view lineEnd) {
+  delimiter_.replace(0, lineEnd_.size(), lineEnd);
+  lineEnd_ = lineEnd;
 }
 
 bool MultipartParser::FeedHeaders(std::string_view& bytes) {
   const std::size_t oldSize = pending_.size();
   pending_ += bytes.substr(0, kMaxPartHeadSize);
-  const std::size_t end = pending_.find("\r\n\r\n", oldSize < 3 ? 0 : oldSize - 3);
-  if (end != std::string::npos) pending_.resize(end + 4);
+  const std::string emptyLine = lineEnd_ + lineEnd_;
+  const std::size_t end = pending_.find(emptyLine, oldSize - std::min(oldSize, emptyLine.size() - 1));
+  if (end != std::string::npos) pending_.resize(end + emptyLine.size());
   if (pending_.size() > kMaxPartHeadSize) throw BadRequest();
   if (end == std::string::npos) return false;
-  bytes.remove_prefix(end + 4 - oldSize);
-  const std::string head = pending_.substr(2, end < 2 ? 0 : end - 2);
+  bytes.remove_prefix(end + emptyLine.size() - oldSize);
+  const std::string head = pending_.substr(lineEnd_.size(), end - std::min(end, lineEnd_.size()));
   pending_.clear();
   state_ = State::kContent;
-  const std::string_view disposition = HeaderValue(head, "Content-Disposition");
+  const std::string_view disposition = HeaderValue(head, lineEnd_, "Content-Disposition");
   if (parts_.size() == kMaxParts) throw BadRequest();
   parts_.push_back({HeaderParameter(disposition, "name"), HeaderParameter(disposition, "filename"),
-                    std::string(HeaderValue(head, "Content-Type")), Content(store_, store_.LargeContents())});
+                    std::string(HeaderValue(head, lineEnd_, "Content-Type")),
+                    Content(store_, store_.LargeContents())});
   return true;
 }
 

@@ -1,4 +1,4 @@
-// Splits a multipart form into its fields while it arrives, so that a field can be larger than memory.
+// Splits a multipart body into its parts while it arrives, so that a part can be larger than memory.
 #pragma once
 
 #include <functional>
@@ -18,9 +18,10 @@ struct FormPart {
   Content content;
 };
 
-// The boundary of a multipart/form-data content type. None for any other type.
+// The boundary of a multipart content type: form-data, related and mixed. None for any other type.
 std::optional<std::string> FormBoundary(std::string_view contentType);
 
+// Lines end with CRLF. Some clients end them with LF alone. The first delimiter states which of both holds.
 class MultipartParser {
  public:
   MultipartParser(Store& store, const std::string& boundary);
@@ -37,10 +38,12 @@ class MultipartParser {
   bool FeedHeaders(std::string_view& bytes);
   void Emit(std::string_view content);
   void HandleDelimiter();
+  void SetLineEnd(std::string_view lineEnd);
 
   Store& store_;
-  std::string delimiter_;
-  std::string pending_ = "\r\n";  // no CRLF precedes the first delimiter of a form
+  std::string delimiter_;       // with the line end before it; the line end may be missing before the first
+  std::string lineEnd_ = "\n";  // that of the delimiter; the first one is found after either
+  std::string pending_ = "\n";
   State state_ = State::kContent;
   std::vector<FormPart> parts_;
 };

@@ -13,13 +13,17 @@ namespace json = boost::json;
 
 bool IsFinal(int status) { return status >= 200 && status != 204 && status != 304; }
 
-}  // namespace
-
-Reply JsonReply(int status, const json::object& body) {
+Reply JsonText(int status, std::string text) {
   return {.status = status,
           .headers = {"Content-Type: application/json; charset=UTF-8"},
-          .body = json::serialize(body)};
+          .body = std::move(text)};
 }
+
+}  // namespace
+
+Reply JsonReply(int status, const json::object& body) { return JsonText(status, json::serialize(body)); }
+
+Reply JsonListReply(int status, const json::array& body) { return JsonText(status, json::serialize(body)); }
 
 std::string SerializeHead(const Reply& reply, bool noContentLength) {
   const std::string_view usual = http::obsolete_reason(static_cast<http::status>(reply.status));

@@ -1,6 +1,7 @@
 // HTTP replies, and their exact bytes.
 #pragma once
 
+#include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <string>
 #include <string_view>
@@ -18,6 +19,7 @@ struct Reply {
 };
 
 Reply JsonReply(int status, const boost::json::object& body);
+Reply JsonListReply(int status, const boost::json::array& body);
 
 std::string SerializeHead(const Reply& reply, bool noContentLength);
 

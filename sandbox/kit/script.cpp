@@ -97,8 +97,10 @@ ScriptText ParseScript(const json::object& posted) {
     }
   }
   if (script.bodySize) Extend(script.reply.body, *script.bodySize);
-  if (script.passThrough && (script.answerEarly || script.stopReadingAfter)) {
-    throw std::invalid_argument("passThrough needs the whole body: not with answerEarly or stopReadingAfter");
+  if (script.passThrough && (script.answerEarly || (script.stopReadingAfter && !script.reset))) {
+    throw std::invalid_argument(
+        "passThrough needs the whole body: not with answerEarly, nor with stopReadingAfter unless reset "
+        "follows");
   }
   return script;
 }

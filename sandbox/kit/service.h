@@ -1,35 +1,24 @@
-// The interface of a simulated service: routes with their request handlers, and a state.
+// The interface of a simulated service: routes with their request handlers, switches, and a state.
 #pragma once
 
 #include <boost/json/object.hpp>
 #include <cstddef>
+#include <cstdint>
+#include <ctime>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "kit/journal.h"
 #include "kit/reply.h"
-#include "net/text.h"
+#include "kit/request.h"
 
 namespace velk::sandbox {
-
-// The input of a request handler.
-struct ServiceRequest {
-  const Head& head;
-  std::shared_ptr<const Received> received;
-  Pairs query;                                        // decoded
-  std::map<std::string, std::string> pathParameters;  // by their names in the pattern; decoded
-
-  std::string Query(std::string_view name) const { return Find(query, name).value_or(""); }
-  std::string PathParameter(const std::string& name) const { return pathParameters.at(name); }
-  Pairs Form() const { return ParsePairs(received->body.Text()); }  // body as form-encoded
-  const FormPart* Field(std::string_view name) const;               // of a multipart form; null if absent
-  std::string BearerToken() const;  // from "Authorization: Bearer ..."; empty if absent
-};
 
 using Handler = std::function<Reply(const ServiceRequest&)>;
 
@@ -45,14 +34,17 @@ Handler WithErrorReply(Handler handler, Reply (*errorReply)(const Error&)) {
   };
 }
 
-// The routes of one service. A pattern is a path in which {name} matches one segment ("/{node}/photos"). The
-// first matching route applies, so add a fixed path before a pattern that also matches it.
+// The routes of one service. A pattern is a path in which {name} matches one segment ("/{node}/photos"), or the
+// start of one ("/show/{id}.json"). The first matching route applies, so add a fixed path before a pattern that
+// also matches it.
 class Routes {
  public:
   void Add(std::string_view host, std::string_view method, std::string_view pattern, Handler handler);
+  // Sets the path parameters. Returns null without a matching route.
+  const Handler* Find(ServiceRequest& request) const;
+  bool Serves(std::string_view host) const;
 
  private:
-  friend class Services;
   struct Route {
     std::string host, method, pattern;
     Handler handler;
@@ -74,38 +66,59 @@ void LimitPending(Container& pending) {
   if (pending.size() >= kMaxObjects) pending.erase(pending.begin());
 }
 
+// A number that a test sets through the control URL, to make a service behave in another way. None: as usual.
+using Switch = std::optional<std::uint64_t>;
+
+// For a switch that is the number of requests, or other units, that a service still takes. Returns false when
+// there are not enough.
+bool TakeFrom(Switch& remaining, std::uint64_t units = 1);
+
+// The current time, and a time in UTC in the form that strftime makes of it.
+std::time_t Now();
+std::string FormatTime(std::time_t time, const char* pattern);
+
 // Only one thread calls a service at a time, so a service needs no mutex.
 class Service {
  public:
   virtual ~Service() = default;
-  virtual std::string Name() const = 0;  // key in GET /state
-  virtual void RegisterRoutes(Routes& routes) = 0;
+  virtual std::string Name() const = 0;  // key in GET /state and /switches
+  virtual std::span<const std::string_view> Hosts() const = 0;
+  virtual void RegisterRoutes() = 0;
+  virtual std::map<std::string_view, Switch*> Switches() { return {}; }
   virtual boost::json::object State() const = 0;
   virtual void Reset() = 0;
+
+  bool Serves(std::string_view host) const;
+  Reply Handle(const Head& head, std::shared_ptr<const Received> received);
+  // Takes the first part of a body whose client has gone. There is nobody to reply to.
+  virtual void TakePartial(const ServiceRequest&) {}
+
+ protected:
+  // Changes method and path to those that the routes have.
+  virtual void Normalize(ServiceRequest&) const {}
+  virtual Reply UnknownPath(const ServiceRequest& request) const = 0;
+
+  Routes routes_;
 };
 
-// Dispatches each request to the service that has a matching route.
+// Dispatches each request to the service of its host.
 class Services {
  public:
   void Add(std::unique_ptr<Service> service);
-  Reply Handle(const Head& head, std::shared_ptr<const Received> received);  // 404 without a matching route
+  bool Simulates(std::string_view host) const;  // as a host of its own, with a certificate
+  Reply Handle(const Head& head, std::shared_ptr<const Received> received);
+  void TakePartial(const Head& head, std::shared_ptr<const Received> received);
   boost::json::object State() const;
+  boost::json::object Switches() const;
+  // Takes {"service": {"switch": number or null}}. Throws std::invalid_argument, which names the member.
+  void SetSwitches(const boost::json::object& values);
   void Reset();
 
  private:
-  struct Member {
-    std::unique_ptr<Service> service;
-    Routes routes;
-  };
-  mutable std::mutex mutex_;
-  std::vector<Member> members_;
-};
+  Service* ServiceOf(std::string_view host) const;
 
-// The hosts that the sandbox simulates. Its certificate is valid for each of them.
-inline constexpr std::string_view kServiceHosts[] = {
-    "graph.facebook.com", "graph-video.facebook.com", "www.facebook.com",  "api.twitter.com",
-    "upload.twitter.com", "www.googleapis.com",       "gdata.youtube.com",
+  mutable std::mutex mutex_;
+  std::vector<std::unique_ptr<Service>> services_;
 };
-bool IsServiceHost(std::string_view host);
 
 }  // namespace velk::sandbox

@@ -20,11 +20,11 @@ Server Listen(asio::io_context& context, const char* option, unsigned threads, s
 
 }  // namespace
 
-World::World(asio::io_context& context, const Options& given)
+World::World(asio::io_context& context, const Options& given, std::span<const std::string_view> hosts)
     : options(given),
       store(FromUtf8(given.store), given.countOnly),
       authority(given.caDir.empty() ? Authority() : Authority(FromUtf8(given.caDir))),
-      tls(authority.MakeContext(kServiceHosts)),
+      tls(authority.MakeContext(hosts)),
       journal(given.journal),
       proxy(Listen(context, "--port", std::max(2U, std::thread::hardware_concurrency()), given.port,
                    given.slowNetwork)),

@@ -5,6 +5,8 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ssl/context.hpp>
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 #include "kit/content.h"
 #include "kit/journal.h"
@@ -18,7 +20,8 @@ namespace velk::sandbox {
 
 struct World {
   // Throws std::runtime_error, which names the option, when a port, a folder or a file cannot be used.
-  World(asio::io_context& context, const Options& given);
+  // The hosts are those that the certificate is for.
+  World(asio::io_context& context, const Options& given, std::span<const std::string_view> hosts);
 
   const Options options;
   Store store;

@@ -2,7 +2,6 @@
 #include "net/head.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "net/text.h"
 
@@ -74,10 +73,8 @@ void CheckHeaderLine(std::string_view line) {
 }
 
 void ParseContentLength(std::string_view value, Head& head) {
-  std::uint64_t length = 0;
-  Require(AllDigits(value));
-  Require(std::from_chars(value.data(), value.data() + value.size(), length).ec == std::errc());
-  Require(!head.length || *head.length == length);
+  const std::optional<std::uint64_t> length = ToNumber(value);
+  Require(length && (!head.length || *head.length == *length));
   head.length = length;
 }
 
@@ -87,7 +84,10 @@ void InterpretHeader(std::string_view line, Head& head) {
   if (SameName(name, "Content-Length")) ParseContentLength(value, head);
   if (SameName(name, "Host") && head.host.empty()) head.host = HostWithoutPort(value);
   if (SameName(name, "Expect")) head.expectsContinue = SameName(value, "100-continue");
-  if (SameName(name, "Connection")) head.keepAlive = head.keepAlive && !SameName(value, "close");
+  if (SameName(name, "Connection")) {
+    for (const std::string& option : Split(value, ','))
+      head.keepAlive = head.keepAlive && !SameName(option, "close");
+  }
   if (SameName(name, "Transfer-Encoding")) {
     Require(SameName(value, "chunked"));
     head.chunked = true;
@@ -104,6 +104,11 @@ std::string Head::Header(std::string_view name) const {
   return {};
 }
 
+std::string Head::MediaType() const {
+  const std::string type = Header("Content-Type");
+  return Lower(Trim(std::string_view(type).substr(0, type.find(';'))));
+}
+
 std::string Head::Query() const {
   const std::size_t mark = target.find('?');
   return mark == std::string::npos ? std::string() : target.substr(mark + 1);
@@ -118,7 +123,9 @@ Head ParseHead(std::string raw) {
     InterpretHeader(line, head);
     head.lines.emplace_back(line);
   }
-  Require(!head.host.empty() && !(head.chunked && head.length));
+  const auto hosts = std::ranges::count_if(
+      head.lines, [](std::string_view line) { return SameName(line.substr(0, line.find(':')), "Host"); });
+  Require(!head.host.empty() && hosts <= 1 && !(head.chunked && head.length));
   head.raw = std::move(raw);
   return head;
 }

@@ -29,6 +29,7 @@ struct Head {
 
   bool HasBody() const { return chunked || length.value_or(0) > 0; }
   std::string Header(std::string_view name) const;  // first match, trimmed; empty if absent
+  std::string MediaType() const;                    // of the body, in lower case, without its parameters
   std::string Path() const { return target.substr(0, target.find('?')); }
   std::string Query() const;  // not decoded
 };

@@ -4,6 +4,7 @@
 #include <openssl/rand.h>
 
 #include <algorithm>
+#include <charconv>
 #include <stdexcept>
 
 namespace velk::sandbox {
@@ -37,6 +38,24 @@ std::string_view Trim(std::string_view text) {
 
 bool AllDigits(std::string_view text) {
   return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::optional<std::uint64_t> ToNumber(std::string_view digits) {
+  std::uint64_t number = 0;
+  if (!AllDigits(digits)) return std::nullopt;
+  if (std::from_chars(digits.data(), digits.data() + digits.size(), number).ec != std::errc())
+    return std::nullopt;
+  return number;
+}
+
+std::vector<std::string> Split(std::string_view text, char separator) {
+  std::vector<std::string> parts;
+  while (!text.empty()) {
+    const std::string_view part = text.substr(0, text.find(separator));
+    text.remove_prefix(std::min(part.size() + 1, text.size()));
+    if (!Trim(part).empty()) parts.emplace_back(Trim(part));
+  }
+  return parts;
 }
 
 // Every byte counts that does not continue a character.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,8 +15,10 @@ using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 bool SameName(std::string_view a, std::string_view b);  // ignores the case of ASCII letters
 std::string Lower(std::string_view text);
-std::string_view Trim(std::string_view text);  // removes spaces and tabs at both ends
-bool AllDigits(std::string_view text);         // false for an empty string
+std::string_view Trim(std::string_view text);                    // removes spaces and tabs at both ends
+bool AllDigits(std::string_view text);                           // false for an empty string
+std::optional<std::uint64_t> ToNumber(std::string_view digits);  // none for anything but digits in range
+std::vector<std::string> Split(std::string_view text, char separator);  // trimmed; without empty ones
 
 std::size_t CountCharacters(std::string_view utf8);
 

@@ -9,6 +9,15 @@
 
 namespace velk::sandbox {
 
+std::vector<std::string_view> ServiceHosts() {
+  std::vector<std::string_view> hosts;
+  for (const std::span<const std::string_view> some : {std::span<const std::string_view>(Facebook::kHosts),
+                                                       std::span<const std::string_view>(Twitter::kHosts),
+                                                       std::span<const std::string_view>(Youtube::kHosts)})
+    hosts.insert(hosts.end(), some.begin(), some.end());
+  return hosts;
+}
+
 void AddAllServices(Services& services, Store& store, const std::string& sandboxUrl) {
   services.Add(std::make_unique<Facebook>(store));
   services.Add(std::make_unique<Twitter>(store));

@@ -9,7 +9,7 @@ namespace velk::test {
 
 class EveryServiceTest : public TwitterTest {
  protected:
-  explicit EveryServiceTest(const std::string& content) : photo("photo.png", content) {
+  explicit EveryServiceTest(const std::string& content) : photo("photo.png", Png(content)) {
     const std::string path = photo.Path();
     const size_t name = path.find_last_of("/\\") + 1;
     Fill(tweet.folderPath, path.substr(0, name - 1));

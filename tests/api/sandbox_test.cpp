@@ -377,7 +377,7 @@ class SandboxTwitter : public TwitterTest {
 };
 
 TEST_F(SandboxTwitter, RejectsAReusedNonce) {
-  const TempFile photo("photo.png", "content");
+  const TempFile photo("photo.png", Png("content"));
   TwitterUploadFile upload{};
   const std::string path = photo.Path();
   const std::size_t name = path.find_last_of("/\\");

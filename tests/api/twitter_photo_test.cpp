@@ -109,8 +109,7 @@ TEST_F(TwitterPhoto, PublishesFilesOfEverySize) {
     std::vector<std::uint64_t> segments;
   };
   const Row rows[] = {
-      {0, {}},
-      {1, {1}},
+      {8, {8}},
       {kSegment, {kSegment}},
       {kSegment + 1, {kSegment, 1}},
       {2'500'000, {kSegment, kSegment, 402'848}},
@@ -119,7 +118,7 @@ TEST_F(TwitterPhoto, PublishesFilesOfEverySize) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.size);
     sandbox.Reset();
-    const std::string content = RandomBytes(row.size, 2);
+    const std::string content = Png(RandomBytes(row.size - 8, 2));
     const TempFile photo("photo.png", content);
     ASSERT_EQ(Start(photo), VELK_OK);
     std::vector<std::uint64_t> segments;
@@ -145,6 +144,24 @@ TEST_F(TwitterPhoto, PublishesFilesOfEverySize) {
   EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_BUSY);
 }
 
+TEST_F(TwitterPhoto, ReportsFilesThatTheServiceRefuses) {
+  const struct {
+    const char* name;
+    std::string content;
+    const char* steps;
+  } rows[] = {
+      {"empty", "", "INIT "},
+      {"one byte", "x", "INIT APPEND FINALIZE "},
+      {"no photo", RandomBytes(1000, 7), "INIT APPEND FINALIZE "},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    sandbox.Reset();
+    EXPECT_EQ(Start(TempFile("photo.png", row.content)), VELK_UNEXPECTED_REPLY);
+    EXPECT_EQ(Steps(), row.steps);
+  }
+}
+
 TEST_F(TwitterPhoto, RejectsAFileThatIsTooLargeBeforeSending) {
   EXPECT_EQ(Start(TempFile("photo.png", RandomBytes(5'242'881, 3))), VELK_TOO_LARGE);
   EXPECT_EQ(Start(TempFile::Sparse("photo.png", (4ULL << 30) + 5)), VELK_TOO_LARGE)
@@ -161,10 +178,10 @@ TEST_F(TwitterPhoto, AcceptsAnyFileAndFolderName) {
   for (const auto& [name, type] : rows) {
     SCOPED_TRACE(name);
     sandbox.Reset();
-    ASSERT_EQ(Start(TempFile(name, "content")), VELK_OK);
+    ASSERT_EQ(Start(TempFile(name, Png("content"))), VELK_OK);
     EXPECT_EQ(sandbox.Requests()[0].Field("media_type")->content, std::string("image/") + type);
   }
-  const TempFile photo("photo.png", "content");
+  const TempFile photo("photo.png", Png("content"));
   const std::filesystem::path folder = photo.File().parent_path() / u8"\u6211 caf\u00e9";
   std::filesystem::create_directory(folder);
   std::filesystem::copy_file(photo.File(), folder / "copy.png");
@@ -275,7 +292,7 @@ TEST_F(TwitterPhoto, ReportsConnectTimeoutsOfEachStep) {
   // The number of connections that open before the silent one. Each step opens one.
   const std::pair<int, int32_t> rows[] = {
       {0, VELK_UNEXPECTED_REPLY}, {1, VELK_TOO_LARGE}, {2, VELK_TOO_LARGE}, {3, VELK_TRANSFER_FAILED}};
-  const TempFile photo("photo.png", "content");
+  const TempFile photo("photo.png", Png("content"));
   for (const auto& [opened, result] : rows) {
     SCOPED_TRACE(opened);
     sandbox.Reset();
@@ -311,7 +328,7 @@ TEST_F(TwitterPhoto, ValidatesArgumentsBeforeSending) {
 
 TEST_F(TwitterPhoto, RejectsALongTextAfterTheUpload) {
   Fill(upload.statusText, std::string(1024, 'x'));
-  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_TOO_LARGE);
+  EXPECT_EQ(Start(TempFile("photo.png", Png("content"))), VELK_TOO_LARGE);
   EXPECT_EQ(Steps(), "INIT APPEND FINALIZE ");
 }
 
@@ -361,11 +378,13 @@ TEST_F(TwitterPhoto, CancelsDuringASegmentFromAnotherThread) {
   EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_CANCELLED) << "the cancel request persists";
   EXPECT_EQ(Steps().substr(0, 5), "INIT ");
   EXPECT_EQ(Steps().find("FINALIZE"), std::string::npos);
+  ScriptReplies({Reply(202), Reply(201)});
+  sandbox.Add({.path = kTweetPath});
   EXPECT_EQ(Start(TempFile("photo.png", "")), VELK_OK) << "only segments check for it";
 }
 
 TEST_F(TwitterPhoto, RunsOnTwoThreadsConcurrently) {
-  const TempFile photo("photo.png", RandomBytes(kSegment, 6));
+  const TempFile photo("photo.png", Png(RandomBytes(kSegment - 8, 6)));
   Choose(photo);
   TwitterUploadFile other = upload;
   Fill(other.statusText, "look again");

@@ -330,6 +330,8 @@ std::string Sha256(std::string_view bytes) {
   return text;
 }
 
+std::string Png(std::string_view rest) { return "\x89PNG\r\n\x1A\n" + std::string(rest); }
+
 std::string RandomBytes(std::size_t size, std::uint32_t seed) {
   std::mt19937 generator(seed);
   std::string bytes(size, '\0');

@@ -147,6 +147,9 @@ class TempFile {
 
 std::string Sha256(std::string_view bytes);  // lower-case hexadecimal
 
+// Content that the services recognize as a picture: the signature of a PNG file, then the given bytes.
+std::string Png(std::string_view rest);
+
 // Pseudo-random bytes. The same seed gives the same bytes on every platform.
 std::string RandomBytes(std::size_t size, std::uint32_t seed);
 

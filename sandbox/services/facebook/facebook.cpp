@@ -104,9 +104,9 @@ std::string FieldText(const ServiceRequest& request, std::string_view field) {
 
 }  // namespace
 
-void Facebook::RegisterRoutes(Routes& routes) {
+void Facebook::RegisterRoutes() {
   const auto add = [&](std::string_view host, const char* method, const char* pattern, Handler handler) {
-    routes.Add(host, method, pattern, WithErrorReply(std::move(handler), &ErrorReply));
+    routes_.Add(host, method, pattern, WithErrorReply(std::move(handler), &ErrorReply));
   };
   add(kGraphHost, "GET", "/oauth/access_token", ExchangeToken);
   add(kGraphHost, "GET", "/oauth/access_token_info", GetTokenInfo);
@@ -118,6 +118,10 @@ void Facebook::RegisterRoutes(Routes& routes) {
   add(kGraphHost, "POST", "/{node}/feed", [this](const ServiceRequest& r) { return PublishPost(r); });
   add(kGraphHost, "GET", "/{object}", [this](const ServiceRequest& r) { return GetObject(r); });
   add(kGraphHost, "POST", "/{object}", [this](const ServiceRequest& r) { return UpdateObject(r); });
+}
+
+Reply Facebook::UnknownPath(const ServiceRequest& request) const {
+  return ErrorReply({400, "OAuthException", 2500, 0, "Unknown path components: " + request.path});
 }
 
 // ---- Publishing ----
@@ -183,7 +187,7 @@ Reply Facebook::PublishPhoto(const ServiceRequest& request) {
 Reply Facebook::PublishPost(const ServiceRequest& request) {
   RequirePublishPermission(request);
   const std::string node = NodeId(request.PathParameter("node"));
-  const Pairs form = request.Form();
+  const Pairs& form = request.form;
   const std::string privacy = PrivacyValue(Find(form, "privacy").value_or("{'value':''}"));
   Object story = NewObject("story", node);
   story.message = Find(form, "message").value_or("");
@@ -222,7 +226,7 @@ Reply Facebook::GetObject(const ServiceRequest& request) {
 Reply Facebook::UpdateObject(const ServiceRequest& request) {
   RequirePublishPermission(request);
   Object& object = FindObject(request.PathParameter("object"), "post");
-  const Pairs form = request.Form();
+  const Pairs& form = request.form;
   const auto message = Find(form, "message");
   const auto description = Find(form, "description");
   const auto privacy = Find(form, "privacy");

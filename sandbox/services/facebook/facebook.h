@@ -21,12 +21,19 @@ namespace velk::sandbox {
 // The story of a photo has the photo's NUMBER. Objects exist until a reset.
 class Facebook : public Service {
  public:
+  static constexpr std::string_view kHosts[] = {"graph.facebook.com", "graph-video.facebook.com",
+                                                "www.facebook.com"};
+
   explicit Facebook(Store& store) : store_(store) {}
 
   std::string Name() const override { return "facebook"; }
-  void RegisterRoutes(Routes& routes) override;
+  std::span<const std::string_view> Hosts() const override { return kHosts; }
+  void RegisterRoutes() override;
   boost::json::object State() const override;
   void Reset() override;
+
+ protected:
+  Reply UnknownPath(const ServiceRequest& request) const override;
 
  private:
   // A video, a photo or a story.

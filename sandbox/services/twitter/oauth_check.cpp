@@ -10,6 +10,8 @@
 #include <charconv>
 #include <cstdlib>
 #include <ctime>
+#include <map>
+#include <set>
 
 #include "kit/byte_strings.h"
 
@@ -23,16 +25,26 @@ bool IsUnreserved(char c) {
          std::string_view("-._~").find(c) != std::string_view::npos;
 }
 
-// Parses name="value" and name=value, separated by commas.
+// Removes one name="value" or name=value from the start, with the comma after it. A quoted value may hold commas.
+std::string_view TakePair(std::string_view& list) {
+  const std::size_t quote = std::min(list.find("=\""), list.size());
+  const std::size_t comma = std::min(list.find(','), list.size());
+  const std::size_t closing = quote < comma ? std::min(list.find('"', quote + 2), list.size()) : 0;
+  const std::size_t end = std::min(list.find(',', closing), list.size());
+  const std::string_view pair = Trim(list.substr(0, end));
+  list.remove_prefix(std::min(end + 1, list.size()));
+  return pair;
+}
+
+// The realm describes the header. It is no parameter of the request.
 Pairs ParseAuthorization(std::string_view value) {
   Pairs pairs;
-  if (!value.starts_with(kScheme)) return pairs;
+  if (!SameName(value.substr(0, kScheme.size()), kScheme)) return pairs;
   value.remove_prefix(kScheme.size());
   while (!value.empty()) {
-    std::string_view pair = Trim(value.substr(0, value.find(',')));
-    value.remove_prefix(std::min(value.find(','), value.size() - 1) + 1);
+    const std::string_view pair = TakePair(value);
     const std::size_t equals = pair.find('=');
-    if (equals == std::string_view::npos) continue;
+    if (equals == std::string_view::npos || SameName(pair.substr(0, equals), "realm")) continue;
     std::string_view content = pair.substr(equals + 1);
     if (content.size() >= 2 && content.starts_with('"') && content.ends_with('"'))
       content = content.substr(1, content.size() - 2);
@@ -41,12 +53,23 @@ Pairs ParseAuthorization(std::string_view value) {
   return pairs;
 }
 
-Pairs CollectParameters(const ServiceRequest& request) {
-  Pairs all = ParseAuthorization(request.head.Header("Authorization"));
-  all.insert(all.end(), request.query.begin(), request.query.end());
-  if (request.head.Header("Content-Type").starts_with("application/x-www-form-urlencoded")) {
-    const Pairs form = request.Form();
-    all.insert(all.end(), form.begin(), form.end());
+bool IsOauthPair(const Pairs::value_type& pair) { return pair.first.starts_with("oauth_"); }
+
+// All parameters that a signature can cover. `conflict` reports an OAuth parameter that one place has twice, or
+// that has different values in two places.
+Pairs CollectParameters(const ServiceRequest& request, bool& conflict) {
+  const bool formEncoded = request.head.MediaType() == "application/x-www-form-urlencoded";
+  Pairs all;
+  std::map<std::string, std::string> values;
+  for (const Pairs& place : {ParseAuthorization(request.head.Header("Authorization")), request.query,
+                             formEncoded ? request.form : Pairs()}) {
+    std::set<std::string> here;
+    for (const auto& pair : place) {
+      const auto [known, isNew] = values.insert(pair);
+      if (isNew || !IsOauthPair(pair)) all.push_back(pair);
+      if (IsOauthPair(pair) && (!here.insert(pair.first).second || known->second != pair.second))
+        conflict = true;
+    }
   }
   return all;
 }
@@ -96,21 +119,24 @@ std::string PercentEncode(std::string_view text) {
 
 OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpSecret,
                       const std::vector<std::string_view>& unsignedNames) {
-  Pairs pairs = CollectParameters(request);
+  bool conflict = false;
+  Pairs pairs = CollectParameters(request, conflict);
   const auto isUnsigned = [&](const auto& pair) {
     return pair.first == "oauth_signature" ||
            std::ranges::find(unsignedNames, pair.first) != unsignedNames.end();
   };
   OauthCheck check;
+  check.parameters = pairs;
+  check.present = std::ranges::any_of(pairs, IsOauthPair);
   check.receivedSignature = Find(pairs, "oauth_signature").value_or("");
   std::erase_if(pairs, isUnsigned);
   check.consumerKey = Find(pairs, "oauth_consumer_key").value_or("");
   check.tokenKey = Find(pairs, "oauth_token").value_or("");
   check.nonce = Find(pairs, "oauth_nonce").value_or("");
   check.timestamp = Find(pairs, "oauth_timestamp").value_or("");
-  check.wellFormed = Find(pairs, "oauth_signature_method") == "HMAC-SHA1" &&
-                     Find(pairs, "oauth_version") == "1.0" && IsTimestampValid(check.timestamp) &&
-                     !check.nonce.empty();
+  check.fresh = IsTimestampValid(check.timestamp);
+  check.wellFormed = !conflict && Find(pairs, "oauth_signature_method") == "HMAC-SHA1" &&
+                     Find(pairs, "oauth_version").value_or("1.0") == "1.0" && !check.nonce.empty();
 
   const std::string url = "https://" + request.head.host + request.head.Path();
   check.baseString = PercentEncode(request.head.method) + '&' + PercentEncode(url) + '&' +

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/service.h"
+#include "kit/request.h"
 
 namespace velk::sandbox {
 
@@ -16,6 +16,7 @@ constexpr long long kClockTolerance = 300;  // in seconds, for past and future t
 
 // The OAuth parameters of a request and the result of the check.
 struct OauthCheck {
+  Pairs parameters;  // those of the request, from each place
   std::string consumerKey;
   std::string tokenKey;  // empty if the signature covers no token
   std::string nonce;
@@ -23,17 +24,21 @@ struct OauthCheck {
   std::string baseString;
   std::string receivedSignature;
   std::string expectedSignature;
-  bool wellFormed = false;  // version, method, timestamp and nonce are valid
+  bool present = false;     // the request has OAuth parameters
+  bool wellFormed = false;  // version, method and nonce are valid, and no parameter has two values
+  bool fresh = false;       // the timestamp is valid
 
-  bool Valid() const { return wellFormed && receivedSignature == expectedSignature; }
+  std::string Parameter(std::string_view name) const { return Find(parameters, name).value_or(""); }
+  bool SignatureFits() const { return wellFormed && receivedSignature == expectedSignature; }
+  bool Valid() const { return SignatureFits() && fresh; }
 };
 
 // Returns the secret of a consumer key or token. The name is that of its parameter, with the "="
 // ("oauth_token=").
 using SecretLookup = std::function<std::string(const std::string& key, std::string_view name)>;
 
-// Reads parameters from the Authorization header, the query and a form-encoded body. The signature does not
-// cover the parameters in unsignedNames.
+// Reads parameters from the Authorization header, the query and a form-encoded body. One that is in several of
+// these places counts once. The signature does not cover the parameters in unsignedNames.
 OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpSecret,
                       const std::vector<std::string_view>& unsignedNames = {});
 

@@ -1,49 +1,19 @@
-// Simulates Twitter: the sign-in with a PIN, chunked media uploads, and tweets.
+// Twitter's routes, and what its requests share: signatures, nonces, rate limits, the state.
 #include "services/twitter/twitter.h"
 
-#include <algorithm>
 #include <boost/json/array.hpp>
-#include <boost/json/serialize.hpp>
-#include <charconv>
 #include <cstdio>
-#include <ctime>
 
 namespace velk::sandbox {
+
+using namespace twitter;
+
 namespace {
 
 namespace json = boost::json;
 
-constexpr std::string_view kApiHost = "api.twitter.com";
-constexpr std::string_view kUploadHost = "upload.twitter.com";
-constexpr std::string_view kUploadPath = "/1.1/media/upload.json";
-
-constexpr std::uint64_t kMaxImageSize = 5'242'880;
-constexpr std::size_t kMaxTweetLength = 280;
-
-constexpr std::string_view kPin = "1234567";
-constexpr std::string_view kUserId = "7505382";
-constexpr std::string_view kScreenName = "velk_sandbox";
-
-using ApiError = Twitter::ApiError;
-
-constexpr ApiError kBadSignature{401, 32, "Could not authenticate you."};
-constexpr ApiError kNoToken{401, 0, "Failed to validate oauth signature and token"};
-
-void Require(bool condition, const ApiError& error) {
-  if (!condition) throw error;
-}
-
-Reply ErrorReply(const ApiError& error) {
-  if (error.code == 0)
-    return {
-        .status = error.status, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = error.message};
-  const json::object detail{{"code", error.code}, {"message", error.message}};
-  return JsonReply(error.status, {{"errors", json::array{detail}}});
-}
-
-Reply FormReply(const std::string& body) {
-  return {.status = 200, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = body};
-}
+constexpr std::uint64_t kWindow = 15 * 60;  // of a rate limit, in seconds
+constexpr std::uint64_t kRequestsInAWindow = 900;
 
 // The client's buffers limit name and value together to 1023 bytes. A key of that size gets a secret of
 // maximum size.
@@ -52,32 +22,13 @@ std::string KeySecret(const std::string& key, std::string_view name) {
   return isLong ? std::string(1024, 's') : key + "-secret";
 }
 
-bool IsMediaUpload(const ServiceRequest& request) {
-  return request.head.host == kUploadHost && request.head.method == "POST";
+bool ContinuesAnUpload(const ServiceRequest& request) {
+  const std::string command = request.Parameter("command");
+  return request.path == "/1.1/media/upload.json" && request.method == "POST" && !command.empty() &&
+         command != "INIT";
 }
 
-// Every text field is short. A field too large for memory has no bytes here, so it is never loaded from disk.
-std::string FieldText(const ServiceRequest& request, std::string_view name) {
-  const FormPart* const part = request.Field(name);
-  return part ? part->content.Text() : std::string();
-}
-
-template <typename Number>
-Number ToNumber(const std::string& text, const ApiError& error) {
-  Number number = 0;
-  const std::errc result = std::from_chars(text.data(), text.data() + text.size(), number).ec;
-  Require(AllDigits(text) && result == std::errc(), error);
-  return number;
-}
-
-std::vector<std::string> SplitIds(std::string_view ids) {
-  std::vector<std::string> split;
-  while (!ids.empty()) {
-    split.emplace_back(ids.substr(0, ids.find(',')));
-    ids.remove_prefix(std::min(split.back().size() + 1, ids.size()));
-  }
-  return split;
-}
+bool IsVersion2(const ServiceRequest& request) { return request.path.starts_with("/2/"); }
 
 // The base string lets a developer compare the received request with what the client signed.
 void LogSignatureMismatch(const ServiceRequest& request, const OauthCheck& check) {
@@ -89,46 +40,125 @@ void LogSignatureMismatch(const ServiceRequest& request, const OauthCheck& check
       check.receivedSignature.c_str(), check.expectedSignature.c_str(), check.baseString.c_str());
 }
 
+void AddRateLimit(Reply& reply, std::uint64_t remaining) {
+  const std::uint64_t reset = static_cast<std::uint64_t>(Now()) + kWindow;
+  const std::pair<const char*, std::uint64_t> values[] = {
+      {"limit", kRequestsInAWindow}, {"remaining", remaining}, {"reset", reset}};
+  for (const auto& [name, value] : values)
+    reply.headers.push_back(std::string("x-rate-limit-") + name + ": " + std::to_string(value));
+}
+
 }  // namespace
 
-void Twitter::RegisterRoutes(Routes& routes) {
-  const auto add = [&](std::string_view host, std::string_view method, std::string_view path, auto member) {
-    routes.Add(host, method, path,
-               WithErrorReply([this, member](const auto& request) { return (this->*member)(request); },
-                              &ErrorReply));
+void Twitter::RegisterRoutes() {
+  const struct {
+    std::span<const std::string_view> hosts;
+    const char* method;
+    const char* path;
+    Member member;
+  } rows[] = {
+      {kApiHosts, "GET", "/oauth/request_token", &Twitter::IssueRequestToken},
+      {kApiHosts, "POST", "/oauth/request_token", &Twitter::IssueRequestToken},
+      {kApiHosts, "GET", "/oauth/authorize", &Twitter::Authorize},
+      {kApiHosts, "GET", "/oauth/authenticate", &Twitter::Authorize},
+      {kApiHosts, "GET", "/oauth/access_token", &Twitter::IssueAccessToken},
+      {kApiHosts, "POST", "/oauth/access_token", &Twitter::IssueAccessToken},
+      {kApiHosts, "GET", "/1.1/account/verify_credentials.json", &Twitter::VerifyCredentials},
+      {kUploadHosts, "POST", "/1.1/media/upload.json", &Twitter::HandleMediaUpload},
+      {kUploadHosts, "GET", "/1.1/media/upload.json", &Twitter::GetMediaStatus},
+      {kUploadHosts, "POST", "/1.1/media/metadata/create.json", &Twitter::DescribeMedia},
+      {kUploadHosts, "POST", "/1.1/media/subtitles/create.json", &Twitter::AddSubtitles},
+      {kUploadHosts, "POST", "/1.1/media/subtitles/delete.json", &Twitter::RemoveSubtitles},
+      {kApiHosts, "POST", "/1.1/statuses/update.json", &Twitter::PostTweet},
+      {kApiHosts, "GET", "/1.1/statuses/show.json", &Twitter::ShowTweet},
+      {kApiHosts, "GET", "/1.1/statuses/show/{id}.json", &Twitter::ShowTweet},
+      {kApiHosts, "POST", "/1.1/statuses/destroy.json", &Twitter::DeleteTweet},
+      {kApiHosts, "POST", "/1.1/statuses/destroy/{id}.json", &Twitter::DeleteTweet},
+      {kApiHosts, "GET", "/1.1/statuses/lookup.json", &Twitter::LookUpTweets},
+      {kApiHosts, "POST", "/1.1/statuses/lookup.json", &Twitter::LookUpTweets},
+      {kApiHosts, "GET", "/1.1/statuses/user_timeline.json", &Twitter::ListTweets},
+      {kApiHosts, "POST", "/2/tweets", &Twitter::PostTweetV2},
+      {kApiHosts, "GET", "/2/tweets", &Twitter::LookUpTweetsV2},
+      {kApiHosts, "GET", "/2/tweets/{id}", &Twitter::ShowTweetV2},
+      {kApiHosts, "DELETE", "/2/tweets/{id}", &Twitter::DeleteTweetV2},
+      {kApiHosts, "GET", "/2/users/me", &Twitter::ShowUserV2},
+      {kApiHosts, "GET", "/2/users/{id}/tweets", &Twitter::ListTweetsV2},
   };
-  add(kApiHost, "GET", "/oauth/request_token", &Twitter::IssueRequestToken);
-  add(kApiHost, "GET", "/oauth/authorize", &Twitter::ShowPin);
-  add(kApiHost, "GET", "/oauth/access_token", &Twitter::IssueAccessToken);
-  add(kApiHost, "POST", "/1.1/statuses/update.json", &Twitter::PostTweet);
-  add(kUploadHost, "POST", kUploadPath, &Twitter::HandleMediaUpload);
-  add(kUploadHost, "GET", kUploadPath, &Twitter::GetMediaStatus);
+  for (const auto& row : rows) {
+    const bool isVersion2 = std::string_view(row.path).starts_with("/2/");
+    const auto call = [this, member = row.member](const ServiceRequest& r) { return (this->*member)(r); };
+    const Handler handler = WithErrorReply<ApiError>(call, isVersion2 ? &ErrorReplyV2 : &ErrorReply);
+    const Handler limited = [this, handler](const ServiceRequest& r) { return Limited(handler, r); };
+    for (const std::string_view host : row.hosts) routes_.Add(host, row.method, row.path, limited);
+  }
+}
+
+Reply Twitter::UnknownPath(const ServiceRequest& request) const {
+  return IsVersion2(request) ? ErrorReplyV2(kUnknownPath) : ErrorReply(kUnknownPath);
+}
+
+std::map<std::string_view, Switch*> Twitter::Switches() {
+  return {{"rateLimit", &rateLimit_},
+          {"processingSteps", &processingSteps_},
+          {"processingFails", &processingFails_},
+          {"checkAfterSecs", &checkAfterSecs_}};
+}
+
+// The refusal has the headers too.
+Reply Twitter::Limited(const Handler& handler, const ServiceRequest& request) {
+  if (!rateLimit_ || request.path.starts_with("/oauth/")) return handler(request);
+  const auto refuse = IsVersion2(request) ? &ErrorReplyV2 : &ErrorReply;
+  Reply reply = TakeFrom(rateLimit_) ? handler(request) : refuse(kRateLimit);
+  AddRateLimit(reply, *rateLimit_);
+  return reply;
+}
+
+// ---- Signatures ----
+
+std::string Twitter::SecretOf(const std::string& key, std::string_view name) const {
+  const auto found = name == "oauth_token=" ? requestTokens_.find(key) : requestTokens_.end();
+  return found == requestTokens_.end() ? KeySecret(key, name) : found->second.secret;
 }
 
 OauthCheck Twitter::Authenticate(const ServiceRequest& request, const ApiError& error,
                                  const std::vector<std::string_view>& unsignedNames) {
-  OauthCheck check = CheckOauth(request, KeySecret, unsignedNames);
+  const auto secretOf = [this](const std::string& key, std::string_view name) { return SecretOf(key, name); };
+  OauthCheck check = CheckOauth(request, secretOf);
+  if (!check.Valid() && !unsignedNames.empty()) check = CheckOauth(request, secretOf, unsignedNames);
   if (check.Valid()) {
     RejectReusedNonce(request, check);
     ++verified_;
     return check;
   }
   ++refused_;
+  const bool isSignIn = error.code == 0;
+  if (!check.present && !isSignIn) throw kNoAuthentication;
+  if (check.SignatureFits()) {
+    std::fprintf(stderr,
+                 "velk-sandbox: signature refused: the timestamp \"%s\" differs by more than %lld s\n",
+                 check.timestamp.c_str(), kClockTolerance);
+    throw isSignIn ? error : kOldTimestamp;
+  }
   LogSignatureMismatch(request, check);
   throw error;
+}
+
+std::string Twitter::UserOf(const ServiceRequest& request) {
+  if (IsVersion2(request) && !request.BearerToken().empty()) return std::string(kUserId);
+  const OauthCheck check = Authenticate(request);
+  return check.tokenKey.substr(0, check.tokenKey.find('-'));
 }
 
 // A client can sign a chunked upload once: the requests after an INIT can use its nonce again, for the media
 // that it created. Any other repeated nonce with the same timestamp could be a replay.
 void Twitter::RejectReusedNonce(const ServiceRequest& request, const OauthCheck& check) {
   const Nonce nonce{check.timestamp, check.consumerKey, check.tokenKey, check.nonce};
-  if (IsMediaUpload(request) && FieldText(request, "command") != "INIT") {
-    const auto media = media_.find(FieldText(request, "media_id"));
+  if (ContinuesAnUpload(request)) {
+    const auto media = media_.find(request.Parameter("media_id"));
     if (media != media_.end() && media->second.nonce == nonce) return;
   }
   // CheckOauth rejects these timestamps, so their nonces are no longer necessary.
-  nonces_.erase(nonces_.begin(),
-                nonces_.lower_bound({std::to_string(std::time(nullptr) - 2 * kClockTolerance)}));
+  nonces_.erase(nonces_.begin(), nonces_.lower_bound({std::to_string(Now() - 2 * kClockTolerance)}));
   if (nonces_.insert(nonce).second) return;
   ++refused_;
   std::fprintf(stderr, "velk-sandbox: signature refused: the nonce \"%s\" came before at %s\n",
@@ -136,152 +166,32 @@ void Twitter::RejectReusedNonce(const ServiceRequest& request, const OauthCheck&
   throw kBadSignature;
 }
 
-// ---- Sign-in ----
-
-Reply Twitter::IssueRequestToken(const ServiceRequest& request) {
-  Authenticate(request, kNoToken);
-  const std::string token = RandomName(27);
-  LimitPending(requestTokens_);
-  requestTokens_.insert(token);
-  return FormReply("oauth_token=" + token + "&oauth_token_secret=" + RandomName(32) +
-                   "&oauth_callback_confirmed=true");
-}
-
-Reply Twitter::ShowPin(const ServiceRequest& request) {
-  Require(requestTokens_.contains(request.Query("oauth_token")), {403, 0, "This page is no longer valid."});
-  return FormReply("<!DOCTYPE html><p>Enter this PIN to complete the authorization: <code>" +
-                   std::string(kPin) + "</code></p>\n");
-}
-
-Reply Twitter::IssueAccessToken(const ServiceRequest& request) {
-  Authenticate(request, kNoToken, {"oauth_token", "oauth_verifier"});
-  Require(request.Query("oauth_verifier") == kPin, kNoToken);
-  Require(requestTokens_.erase(request.Query("oauth_token")) == 1, kNoToken);
-  const std::string token = std::string(kUserId) + '-' + RandomName(40);
-  return FormReply("oauth_token=" + token + "&oauth_token_secret=" + KeySecret(token, "oauth_token=") +
-                   "&user_id=" + std::string(kUserId) + "&screen_name=" + std::string(kScreenName) +
-                   "&x_auth_expires=0");
-}
-
-// ---- Media ----
-
-Reply Twitter::HandleMediaUpload(const ServiceRequest& request) {
-  const OauthCheck check = Authenticate(request, kBadSignature);
-  const std::string command = FieldText(request, "command");
-  if (command == "INIT")
-    return InitMedia(request, {check.timestamp, check.consumerKey, check.tokenKey, check.nonce});
-  if (command == "APPEND") return AppendSegment(request);
-  if (command == "FINALIZE") return FinalizeMedia(request);
-  throw ApiError{400, 38, "command parameter is missing."};
-}
-
-Reply Twitter::InitMedia(const ServiceRequest& request, Nonce nonce) {
-  Media media{.nonce = std::move(nonce),
-              .type = FieldText(request, "media_type"),
-              .totalBytes = ToNumber<std::uint64_t>(FieldText(request, "total_bytes"),
-                                                    {400, 38, "total_bytes parameter is missing."})};
-  Require(media.type.starts_with("image/"), {400, 324, "The media type is not supported."});
-  Require(media.totalBytes <= kMaxImageSize, {400, 324, "Image file size must be <= 5242880 bytes"});
-  const std::string id = std::to_string(++lastId_);
-  LimitPending(media_);
-  media_.emplace(id, std::move(media));
-  return JsonReply(202, {{"media_id", lastId_}, {"media_id_string", id}, {"expires_after_secs", 86400}});
-}
-
-Twitter::Media& Twitter::FindMedia(const std::string& id) {
-  const auto found = media_.find(id);
-  Require(found != media_.end(), {400, 324, "Invalid mediaId."});
-  return found->second;
-}
-
-Reply Twitter::AppendSegment(const ServiceRequest& request) {
-  Media& media = FindMedia(FieldText(request, "media_id"));
-  const int index =
-      ToNumber<int>(FieldText(request, "segment_index"), {400, 38, "segment_index parameter is missing."});
-  const FormPart* const part = request.Field("media");
-  Require(part && part->content.Size() > 0, {400, 38, "media parameter is missing."});
-  Require(!media.complete, {400, 324, "The media was finalized before."});
-  media.segments[index] = {request.received, &part->content};
-  return {.status = 204};
-}
-
-Reply Twitter::FinalizeMedia(const ServiceRequest& request) {
-  const std::string id = FieldText(request, "media_id");
-  Media& media = FindMedia(id);
-  std::uint64_t size = 0;
-  int next = 0;
-  for (const auto& [index, segment] : media.segments) {
-    Require(index == next++, {400, 324, "A segment is missing."});
-    size += segment.content->Size();
-  }
-  Require(size == media.totalBytes, {400, 324, "Segments do not add up to provided total file size."});
-  AssembleSegments(id, media);
-  return JsonReply(201, {{"media_id", ToNumber<std::uint64_t>(id, kBadSignature)},
-                         {"media_id_string", id},
-                         {"size", size},
-                         {"expires_after_secs", 86400},
-                         {"image", {{"image_type", media.type}}}});
-}
-
-// If the sandbox only counts large contents, the bytes are missing and hash and file remain empty.
-void Twitter::AssembleSegments(const std::string& id, Media& media) {
-  Content whole(store_, store_.LargeContents());
-  for (const auto& [index, segment] : media.segments) whole.Append(segment.content->Load());
-  whole.Finish();
-  media.complete = true;
-  media.segments.clear();
-  if (whole.Size() != media.totalBytes) return;
-  media.sha256 = whole.Sha256();
-  media.file = store_.Keep(whole, id);
-}
-
-Reply Twitter::GetMediaStatus(const ServiceRequest& request) {
-  Authenticate(request, kBadSignature);
-  Require(request.Query("command") == "STATUS", {400, 38, "command parameter is missing."});
-  const std::string id = request.Query("media_id");
-  const Media& media = FindMedia(id);
-  return JsonReply(200, {{"media_id_string", id},
-                         {"processing_info", {{"state", media.complete ? "succeeded" : "pending"}}}});
-}
-
-// ---- Tweets ----
-
-Reply Twitter::PostTweet(const ServiceRequest& request) {
-  const OauthCheck check = Authenticate(request, kBadSignature);
-  const Pairs form = request.Form();
-  Tweet tweet{.id = {},
-              .text = Find(form, "status").value_or(""),
-              .mediaIds = Find(form, "media_ids").value_or(""),
-              .user = check.tokenKey.substr(0, check.tokenKey.find('-'))};
-  Require(!tweet.text.empty() || !tweet.mediaIds.empty(), {403, 170, "Missing required parameter: status."});
-  Require(CountCharacters(tweet.text) <= kMaxTweetLength, {403, 186, "Tweet needs to be a bit shorter."});
-  for (const std::string& id : SplitIds(tweet.mediaIds))
-    Require(FindMedia(id).complete, {400, 324, "The media was not finalized."});
-  Require(std::ranges::find(tweets_, tweet.DuplicateKey(), &Tweet::DuplicateKey) == tweets_.end(),
-          {403, 187, "Status is a duplicate."});
-  tweet.id = std::to_string(++lastId_);
-  tweets_.push_back(tweet);
-  KeepNewest(tweets_);
-  return JsonReply(200, {{"id", lastId_},
-                         {"id_str", tweet.id},
-                         {"text", tweet.text},
-                         {"user", {{"id_str", tweet.user}, {"screen_name", kScreenName}}}});
-}
+// ---- State ----
 
 json::object Twitter::State() const {
   json::array media;
   for (const auto& [id, item] : media_) {
+    json::array subtitles;
+    for (const std::string& language : item.subtitles) subtitles.emplace_back(language);
     media.push_back({{"id", id},
                      {"type", item.type},
+                     {"category", item.category},
                      {"size", item.totalBytes},
                      {"complete", item.complete},
+                     {"processed", item.complete && item.stepsLeft == 0},
+                     {"altText", item.altText},
+                     {"subtitles", std::move(subtitles)},
                      {"sha256", item.sha256},
                      {"file", item.file}});
   }
   json::array tweets;
   for (const Tweet& tweet : tweets_) {
-    tweets.push_back(
-        {{"id", tweet.id}, {"user", tweet.user}, {"text", tweet.text}, {"mediaIds", tweet.mediaIds}});
+    tweets.push_back({{"id", tweet.id},
+                      {"user", tweet.user},
+                      {"text", tweet.text},
+                      {"mediaIds", tweet.mediaIds},
+                      {"replyTo", tweet.replyTo},
+                      {"quoted", tweet.quoted}});
   }
   return {{"media", std::move(media)},
           {"tweets", std::move(tweets)},
@@ -297,4 +207,29 @@ void Twitter::Reset() {
   verified_ = refused_ = 0;
 }
 
+namespace twitter {
+
+std::uint64_t IdNumber(std::string_view id) { return ToNumber(id).value_or(0); }
+
+std::string UserIdOf(const std::string& user) { return ToNumber(user) ? user : std::string(kUserId); }
+
+json::object UserJson(const std::string& user) {
+  const std::string id = UserIdOf(user);
+  return {{"id", IdNumber(id)},
+          {"id_str", id},
+          {"name", kUserName},
+          {"screen_name", kScreenName},
+          {"location", ""},
+          {"description", "A simulated user"},
+          {"url", nullptr},
+          {"protected", false},
+          {"followers_count", 0},
+          {"friends_count", 0},
+          {"created_at", "Mon Jul 16 08:00:00 +0000 2007"},
+          {"verified", false},
+          {"statuses_count", 0},
+          {"default_profile", true}};
+}
+
+}  // namespace twitter
 }  // namespace velk::sandbox

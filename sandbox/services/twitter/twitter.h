@@ -1,4 +1,4 @@
-// Simulates Twitter: the sign-in with a PIN, chunked media uploads, and tweets.
+// Simulates Twitter: the sign-in, media uploads, and tweets.
 #pragma once
 
 #include <compare>
@@ -9,7 +9,9 @@
 #include <tuple>
 #include <vector>
 
+#include "kit/pieces.h"
 #include "kit/service.h"
+#include "services/twitter/errors.h"
 #include "services/twitter/oauth_check.h"
 
 namespace velk::sandbox {
@@ -19,24 +21,28 @@ namespace velk::sandbox {
 // 1234567. The authorize page shows it.
 class Twitter : public Service {
  public:
-  // Thrown by a failed check. Code 0 selects a plain text reply, which the sign-in uses.
-  struct ApiError {
-    int status;
-    int code;
-    const char* message;
-  };
+  static constexpr std::string_view kApiHosts[] = {"api.twitter.com", "api.x.com"};
+  static constexpr std::string_view kUploadHosts[] = {"upload.twitter.com", "upload.x.com"};
+  static constexpr std::string_view kHosts[] = {kApiHosts[0], kApiHosts[1], kUploadHosts[0], kUploadHosts[1]};
 
   explicit Twitter(Store& store) : store_(store) {}
 
   std::string Name() const override { return "twitter"; }
-  void RegisterRoutes(Routes& routes) override;
+  std::span<const std::string_view> Hosts() const override { return kHosts; }
+  void RegisterRoutes() override;
+  std::map<std::string_view, Switch*> Switches() override;
   boost::json::object State() const override;
   void Reset() override;
 
+ protected:
+  Reply UnknownPath(const ServiceRequest& request) const override;
+
  private:
-  struct Segment {
-    std::shared_ptr<const Received> owner;
-    const Content* content;
+  using ApiError = twitter::ApiError;
+  using Member = Reply (Twitter::*)(const ServiceRequest&);
+
+  struct RequestToken {
+    std::string secret, callback, verifier;
   };
   // Must be unique for each request. The timestamp is first, so that a set is in order of age.
   struct Nonce {
@@ -46,35 +52,77 @@ class Twitter : public Service {
   struct Media {
     Nonce nonce;  // of the INIT request
     std::string type;
-    std::uint64_t totalBytes;
-    std::map<int, Segment> segments = {};
+    std::string category = {};  // in lower case, without underscores
+    std::uint64_t totalBytes = 0;
+    std::map<int, Piece> segments = {};
     bool complete = false;
-    std::string sha256 = {}, file = {};  // set when complete
+    std::uint64_t stepsLeft = 0;           // replies that state an unfinished processing
+    bool failed = false;                   // once the processing is over
+    std::string sha256 = {}, file = {};    // set when complete
+    std::string altText = {};              // a description for those who cannot see
+    std::set<std::string> subtitles = {};  // the languages
   };
   struct Tweet {
     std::string id, text, mediaIds, user;
+    std::string replyTo = {}, quoted = {};
+    std::time_t created = 0;
     auto DuplicateKey() const { return std::tie(user, text, mediaIds); }
   };
 
+  // sign_in.cpp
   Reply IssueRequestToken(const ServiceRequest& request);
-  Reply ShowPin(const ServiceRequest& request);
+  Reply Authorize(const ServiceRequest& request);
   Reply IssueAccessToken(const ServiceRequest& request);
+  Reply VerifyCredentials(const ServiceRequest& request);
+
+  // media.cpp
   Reply HandleMediaUpload(const ServiceRequest& request);
   Reply InitMedia(const ServiceRequest& request, Nonce nonce);
   Reply AppendSegment(const ServiceRequest& request);
   Reply FinalizeMedia(const ServiceRequest& request);
+  Reply UploadSimply(const ServiceRequest& request, Nonce nonce);
   Reply GetMediaStatus(const ServiceRequest& request);
+  Reply DescribeMedia(const ServiceRequest& request);
+  Reply AddSubtitles(const ServiceRequest& request);
+  Reply RemoveSubtitles(const ServiceRequest& request);
+  Media& FindMedia(const std::string& id);
+  Piece PieceOf(const ServiceRequest& request);
+  std::string AddMedia(Media media);
+  void Complete(const std::string& id, Media& media, const Content& whole);
+  boost::json::object ProcessingInfo(const Media& media, bool started) const;
+  boost::json::object MediaReply(const std::string& id, const Media& media) const;
+  void RequireUsable(const std::vector<std::string>& mediaIds);
+
+  // tweets.cpp
   Reply PostTweet(const ServiceRequest& request);
+  Reply ShowTweet(const ServiceRequest& request);
+  Reply DeleteTweet(const ServiceRequest& request);
+  Reply LookUpTweets(const ServiceRequest& request);
+  Reply ListTweets(const ServiceRequest& request);
+  const Tweet& AddTweet(Tweet tweet);
+  Tweet* FindTweet(const std::string& id);
+  void RemoveTweet(const std::string& id, const std::string& user);
+  std::vector<const Tweet*> TweetsOf(const std::string& user) const;  // the newest first
+  boost::json::object TweetJson(const Tweet& tweet, bool extended) const;
+
+  // tweets_v2.cpp
+  Reply PostTweetV2(const ServiceRequest& request);
+  Reply ShowTweetV2(const ServiceRequest& request);
+  Reply LookUpTweetsV2(const ServiceRequest& request);
+  Reply DeleteTweetV2(const ServiceRequest& request);
+  Reply ListTweetsV2(const ServiceRequest& request);
+  Reply ShowUserV2(const ServiceRequest& request);
 
   // Throws the error if the signature is wrong, and logs the reason to the standard error stream.
-  OauthCheck Authenticate(const ServiceRequest& request, const ApiError& error,
+  OauthCheck Authenticate(const ServiceRequest& request, const ApiError& error = twitter::kBadSignature,
                           const std::vector<std::string_view>& unsignedNames = {});
+  std::string UserOf(const ServiceRequest& request);  // authenticates. Version 2 also takes a bearer token
   void RejectReusedNonce(const ServiceRequest& request, const OauthCheck& check);
-  Media& FindMedia(const std::string& id);
-  void AssembleSegments(const std::string& id, Media& media);
+  std::string SecretOf(const std::string& key, std::string_view name) const;
+  Reply Limited(const Handler& handler, const ServiceRequest& request);
 
   Store& store_;
-  std::set<std::string> requestTokens_;
+  std::map<std::string, RequestToken> requestTokens_;
   std::map<std::string, Media> media_;
   std::deque<Tweet> tweets_;
   std::uint64_t lastId_ = 710511363345354752;
@@ -82,6 +130,20 @@ class Twitter : public Service {
   std::set<Nonce> nonces_;
   std::uint64_t verified_ = 0;
   std::uint64_t refused_ = 0;
+
+  Switch rateLimit_, processingSteps_, processingFails_, checkAfterSecs_;
 };
 
+namespace twitter {
+
+// The simulated user. Each token starts with the number of its user.
+inline constexpr std::string_view kUserId = "7505382";
+inline constexpr std::string_view kScreenName = "velk_sandbox";
+inline constexpr std::string_view kUserName = "Velk Sandbox";
+
+std::uint64_t IdNumber(std::string_view id);
+std::string UserIdOf(const std::string& user);  // that of the simulated user for what is no number
+boost::json::object UserJson(const std::string& user);
+
+}  // namespace twitter
 }  // namespace velk::sandbox

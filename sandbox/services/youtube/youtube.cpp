@@ -46,9 +46,9 @@ json::array ToJson(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-void Youtube::RegisterRoutes(Routes& routes) {
+void Youtube::RegisterRoutes() {
   const auto add = [&](std::string_view host, std::string_view method, std::string_view path, auto handler) {
-    routes.Add(
+    routes_.Add(
         host, method, path,
         WithErrorReply([this, handler](const ServiceRequest& r) { return handler(*this, r); }, &ErrorReply));
   };
@@ -57,8 +57,11 @@ void Youtube::RegisterRoutes(Routes& routes) {
   add(kHost, "PUT", "/youtube/v3/videos", std::mem_fn(&Youtube::UpdateVideo));
   add(kGdataHost, "POST", "/action/GetUploadToken", std::mem_fn(&Youtube::GetUploadToken));
   add(kSandboxHost, "POST", "/action/FormDataUpload/{upload}", std::mem_fn(&Youtube::HandleFormUpload));
-  routes.Add(kHost, "GET", "/youtube/v3/videoCategories", WithErrorReply(&Youtube::GetCategory, &ErrorReply));
+  routes_.Add(kHost, "GET", "/youtube/v3/videoCategories",
+              WithErrorReply(&Youtube::GetCategory, &ErrorReply));
 }
+
+Reply Youtube::UnknownPath(const ServiceRequest&) const { return ErrorReply({404, "notFound", "Not Found"}); }
 
 Youtube::Metadata Youtube::ParseMetadata(const json::object& body) {
   static constexpr std::string_view kPrivacies[] = {"public", "private", "unlisted"};

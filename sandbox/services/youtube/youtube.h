@@ -12,13 +12,20 @@ namespace velk::sandbox {
 
 class Youtube : public Service {
  public:
+  static constexpr std::string_view kHosts[] = {"www.googleapis.com", "youtube.googleapis.com",
+                                                "gdata.youtube.com"};
+
   // The browser upload sends its forms to sandboxUrl.
   Youtube(Store& store, std::string sandboxUrl) : store_(store), sandboxUrl_(std::move(sandboxUrl)) {}
 
   std::string Name() const override { return "youtube"; }
-  void RegisterRoutes(Routes& routes) override;
+  std::span<const std::string_view> Hosts() const override { return kHosts; }
+  void RegisterRoutes() override;
   boost::json::object State() const override;
   void Reset() override;
+
+ protected:
+  Reply UnknownPath(const ServiceRequest& request) const override;
 
  private:
   struct Metadata {

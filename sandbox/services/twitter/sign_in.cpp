@@ -1,0 +1,73 @@
+// Twitter's sign-in: request tokens, the page where a user agrees, access tokens.
+#include <algorithm>
+
+#include "services/twitter/twitter.h"
+
+namespace velk::sandbox {
+
+using namespace twitter;
+
+namespace {
+
+constexpr std::string_view kPin = "1234567";
+constexpr std::string_view kOutOfBand = "oob";
+
+Reply FormReply(const std::string& body) {
+  return {.status = 200, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = body};
+}
+
+// A line end would end the Location header and let the client write the rest of the reply.
+bool IsUrl(std::string_view text) {
+  const bool printable = std::ranges::all_of(text, [](unsigned char c) { return c > ' ' && c != 0x7F; });
+  return printable && text.find("://") != std::string_view::npos;
+}
+
+}  // namespace
+
+// Without a callback, the sign-in is out of band: the user reads a PIN.
+Reply Twitter::IssueRequestToken(const ServiceRequest& request) {
+  const std::string callback = Authenticate(request, kNoToken).Parameter("oauth_callback");
+  const bool outOfBand = callback == kOutOfBand || callback.empty();
+  Require(outOfBand || IsUrl(callback), {403, 415, "Callback URL not approved for this client application."});
+  const std::string token = RandomName(27);
+  RequestToken pending{RandomName(32), outOfBand ? "" : callback,
+                       outOfBand ? std::string(kPin) : RandomName(32)};
+  LimitPending(requestTokens_);
+  const std::string secret = pending.secret;
+  requestTokens_.emplace(token, std::move(pending));
+  return FormReply("oauth_token=" + token + "&oauth_token_secret=" + secret +
+                   "&oauth_callback_confirmed=true");
+}
+
+// The user agrees at once.
+Reply Twitter::Authorize(const ServiceRequest& request) {
+  const auto found = requestTokens_.find(request.Query("oauth_token"));
+  Require(found != requestTokens_.end(), {403, 0, "This page is no longer valid."});
+  const auto& [token, pending] = *found;
+  if (pending.callback.empty())
+    return FormReply("<!DOCTYPE html><p>Enter this PIN to complete the authorization: <code>" +
+                     std::string(kPin) + "</code></p>\n");
+  const char* const separator = pending.callback.find('?') == std::string::npos ? "?" : "&";
+  return {.status = 302,
+          .headers = {"Location: " + pending.callback + separator + "oauth_token=" + token +
+                      "&oauth_verifier=" + pending.verifier}};
+}
+
+// A client may leave the token and the verifier unsigned.
+Reply Twitter::IssueAccessToken(const ServiceRequest& request) {
+  const OauthCheck check = Authenticate(request, kNoToken, {"oauth_token", "oauth_verifier"});
+  const auto found = requestTokens_.find(check.Parameter("oauth_token"));
+  Require(found != requestTokens_.end(), kNoToken);
+  Require(check.Parameter("oauth_verifier") == found->second.verifier, kNoToken);
+  requestTokens_.erase(found);
+  const std::string token = std::string(kUserId) + '-' + RandomName(40);
+  return FormReply("oauth_token=" + token + "&oauth_token_secret=" + SecretOf(token, "oauth_token=") +
+                   "&user_id=" + std::string(kUserId) + "&screen_name=" + std::string(kScreenName) +
+                   "&x_auth_expires=0");
+}
+
+Reply Twitter::VerifyCredentials(const ServiceRequest& request) {
+  return JsonReply(200, UserJson(UserOf(request)));
+}
+
+}  // namespace velk::sandbox
