@@ -124,7 +124,10 @@ OauthCheck Twitter::Authenticate(const ServiceRequest& request, const ApiError& 
                                  const std::vector<std::string_view>& unsignedNames) {
   const auto secretOf = [this](const std::string& key, std::string_view name) { return SecretOf(key, name); };
   OauthCheck check = CheckOauth(request, secretOf);
-  if (!check.Valid() && !unsignedNames.empty()) check = CheckOauth(request, secretOf, unsignedNames);
+  if (!check.Valid() && !unsignedNames.empty()) {
+    OauthCheck lessSigned = CheckOauth(request, secretOf, unsignedNames);
+    if (lessSigned.Valid()) check = std::move(lessSigned);
+  }
   if (check.Valid()) {
     RejectReusedNonce(request, check);
     ++verified_;
