@@ -71,9 +71,9 @@ bool Routes::Serves(std::string_view host) const {
 
 bool TakeFrom(Switch& remaining, std::uint64_t units) {
   if (!remaining) return true;
-  const bool enough = *remaining >= units;
-  remaining = enough ? *remaining - units : 0;
-  return enough;
+  if (*remaining < units) return false;
+  *remaining -= units;
+  return true;
 }
 
 std::time_t Now() { return std::time(nullptr); }

@@ -440,6 +440,10 @@ TEST(SandboxYoutube, RejectsWhatTheServiceRejects) {
       {"long title", "t", "5", Metadata(std::string(101, 'a')), "400"},
       {"unknown privacy", "t", "5", Metadata("a", "", "secret"), "400"},
       {"non-numeric category", "t", "5", Metadata("a", "", "public", "Music"), "400"},
+      {"angle bracket in the title", "t", "5", Metadata("a < b"), "400"},
+      {"angle bracket in a tag", "t", "5", Metadata("a", "'>'"), "400"},
+      {"unknown category", "t", "5", Metadata("a", "", "public", "3"), "400"},
+      {"category of no video", "t", "5", Metadata("a", "", "public", "30"), "400"},
       {"long tags", "t", "5", Metadata("a", "'" + std::string(501, 't') + "'"), "400"},
   };
   Sandbox sandbox;
@@ -447,7 +451,8 @@ TEST(SandboxYoutube, RejectsWhatTheServiceRejects) {
     SCOPED_TRACE(row.name);
     Wire wire(sandbox);
     wire.Send(
-        "POST http://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable HTTP/1.1\r\nHost: "
+        "POST http://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable&part=snippet,status "
+        "HTTP/1.1\r\nHost: "
         "h\r\nConnection: close\r\n"
         "Authorization: Bearer " +
         row.token + "\r\nX-Upload-Content-Length: " + row.length +

@@ -8,8 +8,11 @@
 namespace velk::sandbox {
 namespace {
 
+namespace json = boost::json;
+
 struct NamedCategory {
   std::string_view id, title;
+  bool assignable = true;  // to a video
 };
 
 constexpr NamedCategory kCategories[] = {
@@ -18,10 +21,10 @@ constexpr NamedCategory kCategories[] = {
     {"10", "Music"},
     {"15", "Pets & Animals"},
     {"17", "Sports"},
-    {"18", "Short Movies"},
+    {"18", "Short Movies", false},
     {"19", "Travel & Events"},
     {"20", "Gaming"},
-    {"21", "Videoblogging"},
+    {"21", "Videoblogging", false},
     {"22", "People & Blogs"},
     {"23", "Comedy"},
     {"24", "Entertainment"},
@@ -30,36 +33,58 @@ constexpr NamedCategory kCategories[] = {
     {"27", "Education"},
     {"28", "Science & Technology"},
     {"29", "Nonprofits & Activism"},
-    {"30", "Movies"},
-    {"31", "Anime/Animation"},
-    {"32", "Action/Adventure"},
-    {"33", "Classics"},
-    {"34", "Comedy"},
-    {"35", "Documentary"},
-    {"36", "Drama"},
-    {"37", "Family"},
-    {"38", "Foreign"},
-    {"39", "Horror"},
-    {"40", "Sci-Fi/Fantasy"},
-    {"41", "Thriller"},
-    {"42", "Shorts"},
-    {"43", "Shows"},
-    {"44", "Trailers"},
+    {"30", "Movies", false},
+    {"31", "Anime/Animation", false},
+    {"32", "Action/Adventure", false},
+    {"33", "Classics", false},
+    {"34", "Comedy", false},
+    {"35", "Documentary", false},
+    {"36", "Drama", false},
+    {"37", "Family", false},
+    {"38", "Foreign", false},
+    {"39", "Horror", false},
+    {"40", "Sci-Fi/Fantasy", false},
+    {"41", "Thriller", false},
+    {"42", "Shorts", false},
+    {"43", "Shows", false},
+    {"44", "Trailers", false},
 };
 
 }  // namespace
 
-Reply Youtube::GetCategory(const ServiceRequest& request) {
+Reply Youtube::ListCategories(const ServiceRequest& request) {
   using namespace youtube;
-  namespace json = boost::json;
-  RequireToken(request);
-  Require(request.Query("part") == "snippet", 400, "unexpectedPart", "Only the snippet can be asked for.");
-  const auto category = std::ranges::find(kCategories, request.Query("id"), &NamedCategory::id);
-  Require(category != std::end(kCategories), 404, "videoCategoryNotFound", "The category cannot be found.");
-  const json::object item{{"kind", "youtube#videoCategory"},
-                          {"id", category->id},
-                          {"snippet", {{"title", category->title}, {"assignable", true}}}};
-  return JsonReply(200, {{"kind", "youtube#videoCategoryListResponse"}, {"items", json::array{item}}});
+  static constexpr std::string_view kParts[] = {"id", "snippet"};
+  RequireTokenOrKey(request);
+  const Parts parts = RequireParts(request, kParts);
+  const std::vector<std::string> ids = request.List("id");
+  const std::string region = request.Query("regionCode");
+  Require(!ids.empty() || !region.empty(), 400, "missingRequiredParameter",
+          "No filter selected. Expected one of: id, regionCode", "parameters.");
+  Require(region.empty() || region.size() == 2, 400, "invalidRegionCode", "The region code is invalid.",
+          "regionCode");
+  for (const std::string& id : ids) {
+    Require(std::ranges::find(kCategories, id, &NamedCategory::id) != std::end(kCategories), 404,
+            "videoCategoryNotFound", "The category cannot be found.", "id");
+  }
+  json::array items;
+  for (const NamedCategory& category : kCategories) {
+    if (!ids.empty() && std::ranges::find(ids, category.id) == ids.end()) continue;
+    json::object item{{"kind", "youtube#videoCategory"}, {"etag", RandomName(27)}, {"id", category.id}};
+    if (parts.contains("snippet"))
+      item["snippet"] = {
+          {"title", category.title}, {"assignable", category.assignable}, {"channelId", kChannelId}};
+    items.push_back(std::move(item));
+  }
+  return JsonReply(200, {{"kind", "youtube#videoCategoryListResponse"}, {"items", std::move(items)}});
 }
 
+namespace youtube {
+
+bool IsAssignableCategory(std::string_view id) {
+  const auto category = std::ranges::find(kCategories, id, &NamedCategory::id);
+  return category != std::end(kCategories) && category->assignable;
+}
+
+}  // namespace youtube
 }  // namespace velk::sandbox

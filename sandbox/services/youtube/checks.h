@@ -1,24 +1,44 @@
 // Checks of YouTube requests. A failed check throws an error, which becomes the reply.
 #pragma once
 
-#include "kit/service.h"
+#include <boost/json/object.hpp>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "kit/reply.h"
+#include "kit/request.h"
 
 namespace velk::sandbox::youtube {
 
 // Thrown by a failed check.
 struct ApiError {
   int status;
-  const char* reason;
-  const char* message;
+  std::string reason;
+  std::string message;
+  std::string parameter = {};  // of the query, if it is to blame
 };
 
-inline void Require(bool condition, int status, const char* reason, const char* message) {
-  if (!condition) throw ApiError{status, reason, message};
+inline void Require(bool condition, int status, const char* reason, const std::string& message,
+                    const std::string& parameter = {}) {
+  if (!condition) throw ApiError{status, reason, message, parameter};
 }
 
 // Accepts any bearer token. Two tokens select an error, for tests of a client's error handling: "expired"
 // selects status 401 and "forbidden" status 403.
 void RequireToken(const ServiceRequest& request);
+bool HasToken(const ServiceRequest& request);
+
+// For what everybody may read: an API key serves too.
+void RequireTokenOrKey(const ServiceRequest& request);
+
+// The parts that the request names. Refuses none, and those that are not among the known ones.
+using Parts = std::set<std::string, std::less<>>;
+Parts RequireParts(const ServiceRequest& request, std::span<const std::string_view> known);
+
+// The body as the service reads it.
+boost::json::object ParseJson(const Content& body);
 
 Reply ErrorReply(const ApiError& error);
 

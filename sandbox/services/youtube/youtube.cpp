@@ -1,13 +1,12 @@
-// YouTube's current interface: resumable upload sessions, and updates of metadata.
+// YouTube's routes, and what its requests share: limits, selected fields, pages, the state.
 #include "services/youtube/youtube.h"
 
 #include <algorithm>
 #include <boost/json/array.hpp>
-#include <charconv>
-#include <functional>
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
 
-#include "services/lenient_json.h"
-#include "services/youtube/checks.h"
+#include "services/youtube/partial_response.h"
 
 namespace velk::sandbox {
 
@@ -17,25 +16,22 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::string_view kHost = "www.googleapis.com";
-constexpr std::string_view kGdataHost = "gdata.youtube.com";
-constexpr std::string_view kSandboxHost = "127.0.0.1";
-constexpr std::string_view kUploadPath = "/upload/youtube/v3/videos";
+constexpr std::string_view kGdataHosts[] = {"gdata.youtube.com"};
+constexpr std::string_view kTokenHosts[] = {"oauth2.googleapis.com"};
+constexpr std::string_view kSandboxHosts[] = {"127.0.0.1"};
 
-std::string StringMember(const json::object& object, std::string_view name) {
-  const json::value* const value = object.if_contains(name);
-  return value && value->is_string() ? std::string(value->get_string()) : std::string();
-}
+constexpr std::uint64_t kUploadCost = 1600;  // in units of the quota
+constexpr std::uint64_t kWriteCost = 50;
+constexpr std::uint64_t kReadCost = 1;
 
-json::object ObjectMember(const json::object& object, std::string_view name) {
-  const json::value* const value = object.if_contains(name);
-  return value && value->is_object() ? value->get_object() : json::object();
-}
-
-json::object ParseJson(const Content& body) {
-  const auto parsed = ParseLenientJson(body.Text());
-  Require(parsed && parsed->is_object(), 400, "parseError", "Parse Error");
-  return parsed->get_object();
+Reply WithSelectedFields(Reply reply, const std::string& fields) {
+  boost::system::error_code error;
+  const json::value body = json::parse(reply.body, error);
+  if (error) return reply;
+  const auto selected = SelectFields(body, fields);
+  Require(selected.has_value(), 400, "invalidParameter", "Invalid field selection " + fields, "fields");
+  reply.body = json::serialize(*selected);
+  return reply;
 }
 
 json::array ToJson(const std::vector<std::string>& texts) {
@@ -47,121 +43,71 @@ json::array ToJson(const std::vector<std::string>& texts) {
 }  // namespace
 
 void Youtube::RegisterRoutes() {
-  const auto add = [&](std::string_view host, std::string_view method, std::string_view path, auto handler) {
-    routes_.Add(
-        host, method, path,
-        WithErrorReply([this, handler](const ServiceRequest& r) { return handler(*this, r); }, &ErrorReply));
+  const struct {
+    std::span<const std::string_view> hosts;
+    const char* method;
+    const char* path;
+    Member member;
+    std::uint64_t cost;
+  } rows[] = {
+      {kApiHosts, "POST", "/upload/youtube/v3/videos", &Youtube::Insert, 0},
+      {kApiHosts, "PUT", "/upload/youtube/v3/videos", &Youtube::ContinueSession, 0},
+      {kApiHosts, "DELETE", "/upload/youtube/v3/videos", &Youtube::CancelSession, 0},
+      {kApiHosts, "POST", "/resumable/upload/youtube/v3/videos", &Youtube::Insert, 0},
+      {kApiHosts, "PUT", "/resumable/upload/youtube/v3/videos", &Youtube::ContinueSession, 0},
+      {kApiHosts, "DELETE", "/resumable/upload/youtube/v3/videos", &Youtube::CancelSession, 0},
+      {kApiHosts, "POST", "/upload/youtube/v3/thumbnails/set", &Youtube::SetThumbnail, kWriteCost},
+      {kApiHosts, "POST", "/youtube/v3/videos", &Youtube::InsertWithoutMedia, 0},
+      {kApiHosts, "GET", "/youtube/v3/videos", &Youtube::ListVideos, kReadCost},
+      {kApiHosts, "PUT", "/youtube/v3/videos", &Youtube::UpdateVideo, kWriteCost},
+      {kApiHosts, "DELETE", "/youtube/v3/videos", &Youtube::DeleteVideo, kWriteCost},
+      {kApiHosts, "GET", "/youtube/v3/videoCategories", &Youtube::ListCategories, kReadCost},
+      {kApiHosts, "GET", "/youtube/v3/channels", &Youtube::ListChannels, kReadCost},
+      {kApiHosts, "GET", "/youtube/v3/playlistItems", &Youtube::ListUploads, kReadCost},
+      {kApiHosts, "POST", "/oauth2/v4/token", &Youtube::IssueToken, 0},
+      {kTokenHosts, "POST", "/token", &Youtube::IssueToken, 0},
+      {kGdataHosts, "POST", "/action/GetUploadToken", &Youtube::GetUploadToken, 0},
+      {kSandboxHosts, "POST", "/action/FormDataUpload/{upload}", &Youtube::HandleFormUpload, 0},
   };
-  add(kHost, "POST", kUploadPath, std::mem_fn(&Youtube::StartSession));
-  add(kHost, "PUT", kUploadPath, std::mem_fn(&Youtube::UploadVideo));
-  add(kHost, "PUT", "/youtube/v3/videos", std::mem_fn(&Youtube::UpdateVideo));
-  add(kGdataHost, "POST", "/action/GetUploadToken", std::mem_fn(&Youtube::GetUploadToken));
-  add(kSandboxHost, "POST", "/action/FormDataUpload/{upload}", std::mem_fn(&Youtube::HandleFormUpload));
-  routes_.Add(kHost, "GET", "/youtube/v3/videoCategories",
-              WithErrorReply(&Youtube::GetCategory, &ErrorReply));
+  for (const auto& row : rows) {
+    const auto call = [this, member = row.member, cost = row.cost](const ServiceRequest& request) {
+      return Limited(member, cost, request);
+    };
+    for (const std::string_view host : row.hosts)
+      routes_.Add(host, row.method, row.path, WithErrorReply<ApiError>(call, &ErrorReply));
+  }
 }
 
 Reply Youtube::UnknownPath(const ServiceRequest&) const { return ErrorReply({404, "notFound", "Not Found"}); }
 
-Youtube::Metadata Youtube::ParseMetadata(const json::object& body) {
-  static constexpr std::string_view kPrivacies[] = {"public", "private", "unlisted"};
-  const json::object snippet = ObjectMember(body, "snippet");
-  Metadata metadata{StringMember(snippet, "title"),
-                    StringMember(snippet, "description"),
-                    StringMember(snippet, "categoryId"),
-                    StringMember(ObjectMember(body, "status"), "privacyStatus"),
-                    {}};
-  std::size_t tagCharacters = 0;
-  if (const json::value* const tags = snippet.if_contains("tags"); tags && tags->is_array()) {
-    for (const json::value& tag : tags->get_array()) {
-      Require(tag.is_string(), 400, "invalidTags", "The request metadata specifies invalid video keywords.");
-      metadata.tags.emplace_back(tag.get_string());
-      tagCharacters += CountCharacters(metadata.tags.back());
-    }
-  }
-  const std::size_t titleCharacters = CountCharacters(metadata.title);
-  Require(titleCharacters > 0 && titleCharacters <= 100, 400, "invalidTitle",
-          "The request metadata specifies an invalid or empty video title.");
-  Require(metadata.description.size() <= 5000, 400, "invalidDescription",
-          "The request metadata specifies an invalid video description.");
-  Require(AllDigits(metadata.categoryId), 400, "invalidCategoryId",
-          "The request metadata specifies an invalid category ID.");
-  Require(std::ranges::find(kPrivacies, metadata.privacyStatus) != std::end(kPrivacies), 400,
-          "invalidVideoMetadata", "The request metadata specifies an invalid privacy status.");
-  Require(tagCharacters <= 500, 400, "invalidTags", "The request metadata specifies invalid video keywords.");
-  return metadata;
+std::map<std::string_view, Switch*> Youtube::Switches() {
+  return {{"rateLimit", &rateLimit_}, {"quota", &quota_}, {"uploadLimit", &uploadLimit_}};
 }
 
-Reply Youtube::StartSession(const ServiceRequest& request) {
-  RequireToken(request);
-  Require(request.Query("uploadType") == "resumable", 400, "badRequest", "Only resumable uploads are known.");
-  const std::string declared = request.head.Header("X-Upload-Content-Length");
-  std::uint64_t length = 0;
-  const bool numeric =
-      AllDigits(declared) &&
-      std::from_chars(declared.data(), declared.data() + declared.size(), length).ec == std::errc();
-  Require(numeric, 400, "badRequest", "X-Upload-Content-Length is not a number.");
-  Session session{length, ParseMetadata(ParseJson(request.received->body))};
-  const std::string id = RandomName(24);
-  LimitPending(sessions_);
-  sessions_.emplace(id, std::move(session));
-  return {.status = 200,
-          .headers = {"X-GUploader-UploadID: " + id,
-                      "Location: https://" + std::string(kHost) + request.head.target + "&upload_id=" + id}};
-}
-
-Reply Youtube::UploadVideo(const ServiceRequest& request) {
-  RequireToken(request);
-  const auto session = sessions_.find(request.Query("upload_id"));
-  Require(session != sessions_.end(), 404, "notFound", "The upload session does not exist.");
-  const Content& body = request.received->body;
-  Require(body.Size() == session->second.length, 400, "badRequest",
-          "The upload's length differs from the one that was declared.");
-  const Video& video = Publish(session->second.metadata, body);
-  sessions_.erase(session);
-  return JsonReply(200, VideoResource(video));
-}
-
-const Youtube::Video& Youtube::Publish(Metadata metadata, const Content& content) {
-  Video video{RandomName(11), std::move(metadata), content.Size(), content.Sha256(), {}};
-  video.file = store_.Keep(content, video.id);
-  videos_.push_back(std::move(video));
-  KeepNewest(videos_);
-  return videos_.back();
-}
-
-// An update replaces whole parts, so a body without tags removes the tags.
-Reply Youtube::UpdateVideo(const ServiceRequest& request) {
-  RequireToken(request);
-  Require(request.Query("part") == "snippet,status", 400, "unexpectedPart",
-          "Only snippet and status can change.");
-  Require(request.head.Header("Content-Type").starts_with("application/json"), 400, "badRequest",
-          "The body's type is not supported.");
-  const json::object body = ParseJson(request.received->body);
-  const auto video = std::ranges::find(videos_, StringMember(body, "id"), &Video::id);
-  Require(video != videos_.end(), 404, "videoNotFound",
-          "The video that you are trying to update cannot be found.");
-  video->metadata = ParseMetadata(body);
-  return JsonReply(200, VideoResource(*video));
-}
-
-json::object Youtube::VideoResource(const Video& video) {
-  const Metadata& metadata = video.metadata;
-  return {{"kind", "youtube#video"},
-          {"etag", '"' + video.sha256.substr(0, 16) + '"'},
-          {"id", video.id},
-          {"snippet",
-           {{"title", metadata.title},
-            {"description", metadata.description},
-            {"tags", ToJson(metadata.tags)},
-            {"categoryId", metadata.categoryId}}},
-          {"status", {{"uploadStatus", "uploaded"}, {"privacyStatus", metadata.privacyStatus}}}};
+// A new upload counts for the quota when it starts. What continues it is free.
+Reply Youtube::Limited(Member member, std::uint64_t cost, const ServiceRequest& request) {
+  Require(TakeFrom(rateLimit_), 429, "rateLimitExceeded", "Rate Limit Exceeded");
+  const bool isUpload = member == &Youtube::Insert && request.Query("upload_id").empty();
+  Require(TakeFrom(quota_, isUpload ? kUploadCost : cost), 403, "quotaExceeded",
+          "The request cannot be completed because you have exceeded your quota.");
+  Require(!isUpload || TakeFrom(uploadLimit_), 400, "uploadLimitExceeded",
+          "The user has exceeded the number of videos they may upload.");
+  const std::string form = request.Query("alt");
+  Require(form.empty() || form == "json" || form == "media", 400, "invalidParameter",
+          "Invalid value \"" + form + "\".", "alt");
+  Reply reply = (this->*member)(request);
+  const std::string fields = request.Query("fields");
+  return fields.empty() || reply.status != 200 ? reply : WithSelectedFields(std::move(reply), fields);
 }
 
 json::object Youtube::State() const {
   json::array sessions;
   for (const auto& [id, session] : sessions_) {
-    sessions.push_back({{"uploadId", id}, {"length", session.length}, {"title", session.metadata.title}});
+    if (!session.videoId.empty()) continue;
+    sessions.push_back({{"uploadId", id},
+                        {"length", session.length ? json::value(*session.length) : json::value(nullptr)},
+                        {"received", SizeOf(session.pieces)},
+                        {"title", session.metadata.title}});
   }
   json::array videos;
   for (const Video& video : videos_) {
@@ -172,6 +118,7 @@ json::object Youtube::State() const {
                       {"tags", ToJson(metadata.tags)},
                       {"categoryId", metadata.categoryId},
                       {"privacyStatus", metadata.privacyStatus},
+                      {"thumbnailSha256", video.thumbnailSha256},
                       {"size", video.size},
                       {"sha256", video.sha256},
                       {"file", video.file}});
@@ -185,4 +132,24 @@ void Youtube::Reset() {
   videos_.clear();
 }
 
+namespace youtube {
+
+json::object Page(const ServiceRequest& request, const char* kind, const json::array& items) {
+  const std::uint64_t size = ToNumber(request.Query("maxResults")).value_or(items.size());
+  const std::string token = request.Query("pageToken");
+  const std::uint64_t first = token.empty() ? 0 : ToNumber(token.substr(1)).value_or(~0ULL);
+  Require(token.empty() || (token.starts_with('P') && first < items.size()), 400, "invalidPageToken",
+          "The request specifies an invalid page token.", "pageToken");
+  json::object page{{"kind", kind}, {"etag", RandomName(27)}};
+  json::array shown;
+  for (std::uint64_t i = first; i < items.size() && shown.size() < size; ++i) shown.push_back(items[i]);
+  const std::uint64_t next = first + shown.size();
+  if (next < items.size()) page["nextPageToken"] = "P" + std::to_string(next);
+  if (first > 0) page["prevPageToken"] = "P" + std::to_string(first - std::min(first, size));
+  page["pageInfo"] = {{"totalResults", items.size()}, {"resultsPerPage", size}};
+  page["items"] = std::move(shown);
+  return page;
+}
+
+}  // namespace youtube
 }  // namespace velk::sandbox

@@ -1,0 +1,171 @@
+// YouTube's uploads: resumable in one piece or in several, with the metadata in one multipart body, and of the media
+// alone.
+#include <algorithm>
+
+#include "services/youtube/content_range.h"
+#include "services/youtube/youtube.h"
+
+namespace velk::sandbox {
+
+using namespace youtube;
+
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::string_view kInsertParts[] = {"id",
+                                             "snippet",
+                                             "status",
+                                             "contentDetails",
+                                             "statistics",
+                                             "player",
+                                             "localizations",
+                                             "recordingDetails",
+                                             "processingDetails",
+                                             "fileDetails",
+                                             "liveStreamingDetails",
+                                             "suggestions",
+                                             "topicDetails",
+                                             "paidProductPlacementDetails"};
+constexpr std::uint64_t kPieceUnit = 256 * 1024;
+constexpr const char* kWrongLength = "The upload's length differs from the one that was declared.";
+
+void CheckMediaType(std::string_view type) {
+  type = Trim(type.substr(0, type.find(';')));
+  const bool fits =
+      type.empty() || Lower(type).starts_with("video/") || Lower(type) == "application/octet-stream";
+  Require(fits, 400, "badContent",
+          "Media type '" + std::string(type) +
+              "' is not supported. Valid media types: [video/*, application/octet-stream]");
+}
+
+// The client goes on after the last byte that has arrived.
+Reply Incomplete(std::uint64_t received) {
+  Reply reply{.status = 308, .reason = "Resume Incomplete", .headers = {"Content-Length: 0"}};
+  if (received > 0) reply.headers.push_back("Range: bytes=0-" + std::to_string(received - 1));
+  return reply;
+}
+
+}  // namespace
+
+Reply Youtube::Insert(const ServiceRequest& request) {
+  if (!request.Query("upload_id").empty()) return ContinueSession(request);
+  RequireToken(request);
+  const Parts parts = RequireParts(request, kInsertParts);
+  const std::string type = request.Query("uploadType");
+  if (type == "resumable") return StartSession(request, parts);
+  if (type == "multipart" || (type.empty() && !request.received->fields.empty()))
+    return InsertMultipart(request, parts);
+  Require(type == "media" || type.empty(), 400, "badRequest", "The uploadType is unknown.", "uploadType");
+  return InsertMedia(request, parts);
+}
+
+Reply Youtube::InsertMultipart(const ServiceRequest& request, const Parts& parts) {
+  const std::vector<FormPart>& bodies = request.received->fields;
+  Require(bodies.size() == 2, 400, "badRequest",
+          "A multipart upload has two parts, the metadata and the media.");
+  CheckMediaType(bodies[1].contentType);
+  const Metadata metadata = ParseMetadata(ParseJson(bodies[0].content), parts);
+  return JsonReply(200, VideoResource(Publish(metadata, bodies[1].content), parts));
+}
+
+Reply Youtube::InsertMedia(const ServiceRequest& request, const Parts& parts) {
+  CheckMediaType(request.head.Header("Content-Type"));
+  Require(request.received->body.Size() > 0, 400, "mediaBodyRequired",
+          "The request does not include the video content.");
+  return JsonReply(200, VideoResource(Publish(ParseMetadata({}, parts), request.received->body), parts));
+}
+
+// ---- Resumable uploads ----
+
+Reply Youtube::StartSession(const ServiceRequest& request, Parts parts) {
+  const std::string declared = request.head.Header("X-Upload-Content-Length");
+  const auto length = ToNumber(declared);
+  Require(declared.empty() || length, 400, "badRequest", "X-Upload-Content-Length is not a number.");
+  CheckMediaType(request.head.Header("X-Upload-Content-Type"));
+  const Content& body = request.received->body;
+  Metadata metadata = ParseMetadata(body.Size() > 0 ? ParseJson(body) : json::object(), parts);
+  const std::string id = RandomName(24);
+  LimitPending(sessions_);
+  sessions_.emplace(id, Session{length, std::move(metadata), std::move(parts)});
+  return {.status = 200,
+          .headers = {"X-GUploader-UploadID: " + id,
+                      "Location: https://" + request.head.host + request.head.target + "&upload_id=" + id}};
+}
+
+Youtube::Session& Youtube::FindSession(const ServiceRequest& request) {
+  const auto session = sessions_.find(request.Query("upload_id"));
+  Require(session != sessions_.end(), 404, "notFound", "The upload session does not exist.");
+  return session->second;
+}
+
+void Youtube::RequireLengthOf(const Session& session, std::optional<std::uint64_t> total) const {
+  Require(!total || !session.length || *total == *session.length, 400, "badRequest", kWrongLength);
+}
+
+// The URL of the session is a secret, so that a token is not necessary. A wrong one is refused.
+Reply Youtube::ContinueSession(const ServiceRequest& request) {
+  if (HasToken(request)) RequireToken(request);
+  Session& session = FindSession(request);
+  if (!session.videoId.empty())
+    return JsonReply(200, VideoResource(FindVideo(session.videoId), session.parts));
+  const Content& body = request.received->body;
+  const std::string header = request.head.Header("Content-Range");
+  if (header.empty()) {
+    RequireLengthOf(session, body.Size());
+    session.pieces = {BodyPiece(request.received)};
+    return FinishSession(session);
+  }
+  const auto range = ParseContentRange(header);
+  Require(range.has_value(), 400, "badRequest", "The Content-Range is malformed.");
+  RequireLengthOf(session, range->total);
+  if (range->total) session.length = range->total;
+  const std::uint64_t received = SizeOf(session.pieces);
+  if (!range->first) return session.length == received ? FinishSession(session) : Incomplete(received);
+  if (*range->first != received) return Incomplete(received);
+  const std::uint64_t size = *range->last - *range->first + 1;
+  Require(body.Size() == size, 400, "badRequest", "The body's length differs from its Content-Range.");
+  const bool isLast = session.length == *range->last + 1;
+  Require(isLast || size % kPieceUnit == 0, 400, "badRequest",
+          "The length of a piece is no multiple of 256 KiB.");
+  session.pieces.push_back(BodyPiece(request.received));
+  return isLast ? FinishSession(session) : Incomplete(received + size);
+}
+
+Reply Youtube::FinishSession(Session& session) {
+  const std::vector<Piece> pieces = std::move(session.pieces);
+  session.pieces.clear();
+  const Video& video = pieces.size() == 1 ? Publish(session.metadata, *pieces[0].content)
+                                          : Publish(session.metadata, Assemble(store_, pieces));
+  session.videoId = video.id;
+  return JsonReply(200, VideoResource(video, session.parts));
+}
+
+// Keeps what arrived before a connection broke, if it continues what is there.
+void Youtube::TakePartial(const ServiceRequest& request) {
+  const auto found = sessions_.find(request.Query("upload_id"));
+  if (found == sessions_.end() || !found->second.videoId.empty() || request.received->body.Size() == 0)
+    return;
+  Session& session = found->second;
+  const auto range = ParseContentRange(request.head.Header("Content-Range"));
+  if (!range) session.pieces.clear();
+  const std::uint64_t received = SizeOf(session.pieces);
+  const bool fits = !session.length || received + request.received->body.Size() <= *session.length;
+  if (fits && (!range || range->first == received)) session.pieces.push_back(BodyPiece(request.received));
+}
+
+Reply Youtube::CancelSession(const ServiceRequest& request) {
+  FindSession(request);
+  sessions_.erase(request.Query("upload_id"));
+  return {.status = 499, .reason = "Client Closed Request", .headers = {"Content-Length: 0"}};
+}
+
+const Youtube::Video& Youtube::Publish(Metadata metadata, const Content& content) {
+  Video video{RandomName(11), std::move(metadata), content.Size(), content.Sha256(), {}, Now()};
+  video.file = store_.Keep(content, video.id);
+  videos_.push_back(std::move(video));
+  KeepNewest(videos_);
+  return videos_.back();
+}
+
+}  // namespace velk::sandbox
