@@ -18,6 +18,11 @@ int HexValue(char c) {
   return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
+bool IsUnreserved(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
+         std::string_view("-._~").find(c) != std::string_view::npos;
+}
+
 }  // namespace
 
 bool SameName(std::string_view a, std::string_view b) {
@@ -77,6 +82,19 @@ std::string PercentDecode(std::string_view text, bool plusIsSpace) {
     }
   }
   return decoded;
+}
+
+std::string PercentEncode(std::string_view text) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (IsUnreserved(c))
+      encoded += c;
+    else
+      encoded.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
+  }
+  return encoded;
 }
 
 Pairs ParsePairs(std::string_view text) {

@@ -25,6 +25,9 @@ std::size_t CountCharacters(std::string_view utf8);
 // "%41" becomes "A". A percent sign without two hexadecimal digits is unchanged.
 std::string PercentDecode(std::string_view text, bool plusIsSpace);
 
+// Encodes every byte except the unreserved characters of RFC 3986.
+std::string PercentEncode(std::string_view text);
+
 // The decoded name=value pairs of a query string or a form-encoded body, in their order.
 Pairs ParsePairs(std::string_view text);
 std::optional<std::string> Find(const Pairs& pairs, std::string_view name);  // the first match

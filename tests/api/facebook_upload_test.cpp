@@ -83,15 +83,16 @@ TEST_F(FacebookUpload, UploadsFilesOfAnyNameAndSize) {
       sandbox.Reset();
       if (row.content.empty()) sandbox.Add({.body = R"({"id":"1","post_id":"1_2"})"});
       if (row.content.empty() && !video) sandbox.Add({});
-      const TempFile media(row.fileName, row.content);
+      const std::string content = video || row.content.empty() ? row.content : Png(row.content);
+      const TempFile media(row.fileName, content);
       Fill(info.filePath, media.Path());
       ASSERT_EQ(video ? Video() : Photo(), VELK_OK);
       const Request request = sandbox.Requests().front();
       const FormField* sent = request.Field("file");
       ASSERT_NE(sent, nullptr);
       EXPECT_EQ(sent->fileName, Announced(media.Path()));
-      EXPECT_EQ(sent->sha256, Sha256(row.content));
-      EXPECT_EQ(sent->size, row.content.size());
+      EXPECT_EQ(sent->sha256, Sha256(content));
+      EXPECT_EQ(sent->size, content.size());
       EXPECT_TRUE(Deletable(media));
       if (row.content.empty()) continue;
       const std::string state = boost::json::serialize(sandbox.State());
@@ -226,6 +227,7 @@ TEST_F(FacebookUpload, ValidatesArgumentsBeforeSending) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Reset();
+    sandbox.Add({.times = 0, .body = R"({"id":"1","post_id":"1_2"})"});
     const char kept = std::exchange(*row.emptied, '\0');
     EXPECT_EQ(Video(), row.videoNeeds ? VELK_MISSING_ARGUMENT : VELK_OK);
     EXPECT_EQ(Photo(), row.photoNeeds ? VELK_MISSING_ARGUMENT : VELK_OK);

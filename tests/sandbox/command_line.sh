@@ -96,17 +96,17 @@ done
 
 request "$control/ca.pem" >"$folder/first.pem"
 head -c 200000 /dev/urandom >"$folder/video"
-photo=$(request --cacert "$folder/first.pem" -x "$proxy" -F "file=@$folder/video" \
-  'https://graph.facebook.com/me/photos?access_token=t')
-[[ $photo == *'"id"'* ]] || fail "upload by a client that trusts ca.pem: $photo"
-cmp -s "$folder/video" "$folder"/store/photo-* || fail 'the stored photo differs'
+video=$(request --cacert "$folder/first.pem" -x "$proxy" -F "file=@$folder/video" \
+  'https://graph.facebook.com/me/videos?access_token=t')
+[[ $video == *'"id"'* ]] || fail "upload by a client that trusts ca.pem: $video"
+cmp -s "$folder/video" "$folder"/store/video-* || fail 'the stored video differs'
 others=077
 [[ -z $windows ]] || others=007 # Wine gives the group what Windows gives the administrators
 readable=$(find "$folder/store" "$folder/authority" -perm "/$others")
 [[ -z $readable ]] || fail "others can read $readable"
 stop
 [[ ! -e $folder/store/spool ]] || fail 'the spool was left'
-cmp -s "$folder/video" "$folder"/store/photo-* || fail 'the photo was not kept'
+cmp -s "$folder/video" "$folder"/store/video-* || fail 'the video was not kept'
 
 start --port 0 --control-port 0 --ca-dir "$folder/authority"
 request "$(member control)/ca.pem" | cmp -s - "$folder/first.pem" || fail 'the authority was not kept'
@@ -116,7 +116,7 @@ stop
 start --port 0 --control-port 0 --slow-network 100000
 begin=$(date +%s%N)
 request -o /dev/null -x "$(member proxy)" -F "file=@$folder/video" \
-  'http://graph.facebook.com/me/photos?access_token=t'
+  'http://graph.facebook.com/me/videos?access_token=t'
 milliseconds=$((($(date +%s%N) - begin) / 1000000))
 ((milliseconds >= 1800)) || fail "200 kB at 100 kB/s took $milliseconds ms"
 stop

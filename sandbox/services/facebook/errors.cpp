@@ -1,7 +1,9 @@
 // The errors of the Graph API, and their replies.
 #include "services/facebook/errors.h"
 
-namespace velk::sandbox {
+#include "net/text.h"
+
+namespace velk::sandbox::facebook {
 namespace {
 
 constexpr const char* kOAuth = "OAuthException";
@@ -25,6 +27,17 @@ const GraphError kNoPhoto{400, kOAuth, 324, 0, "(#324) Requires upload file"};
 const GraphError kNothingToPost{400, kOAuth, 100, 0, "(#100) Missing message or attachment"};
 const GraphError kNothingToChange{400, kOAuth, 100, 0, "(#100) You must provide something to change"};
 
+const GraphError kNotAPhoto{400, kOAuth, 324, 2069019, "(#324) Missing or invalid image file"};
+const GraphError kAppLimit{403, kOAuth, 4, 0, "(#4) Application request limit reached", {}, true};
+const GraphError kCallLimit{400, kOAuth, 613, 0, "(#613) Calls to this api have exceeded the rate limit.",
+                            {},  true};
+
+GraphError UnknownPath(const std::string& path) {
+  return {400, kOAuth, 2500, 0, "Unknown path components: " + path};
+}
+
+GraphError InvalidParameter(const std::string& message) { return {400, kOAuth, 100, 0, "(#100) " + message}; }
+
 GraphError UnknownObject(const std::string& method, const std::string& id) {
   return {400, kMethod, 100, 33,
           "Unsupported " + method + " request. Object with ID '" + id +
@@ -44,8 +57,10 @@ void RequireToken(const std::string& accessToken) {
 Reply ErrorReply(const GraphError& error) {
   boost::json::object body{{"message", error.message}, {"type", error.type}, {"code", error.code}};
   if (error.subcode != 0) body["error_subcode"] = error.subcode;
+  if (error.transient) body["is_transient"] = true;
+  if (!error.data.empty()) body["error_data"] = error.data;
   body["fbtrace_id"] = RandomName(11);
   return JsonReply(error.status, {{"error", std::move(body)}});
 }
 
-}  // namespace velk::sandbox
+}  // namespace velk::sandbox::facebook

@@ -1,11 +1,12 @@
 // The errors of the Graph API, and their replies.
 #pragma once
 
+#include <boost/json/object.hpp>
 #include <string>
 
-#include "kit/service.h"
+#include "kit/reply.h"
 
-namespace velk::sandbox {
+namespace velk::sandbox::facebook {
 
 // Thrown by a failed check. ErrorReply makes the reply from it.
 struct GraphError {
@@ -14,17 +15,21 @@ struct GraphError {
   int code;
   int subcode;  // 0: none
   std::string message;
+  boost::json::object data = {};  // what a client needs to go on
+  bool transient = false;         // worth another try
 };
 
 extern const GraphError kMissingClient, kWrongSecret, kNoPermission, kBadPrivacy, kNoVideo, kNoPhoto,
-    kNothingToPost, kNothingToChange;
+    kNotAPhoto, kNothingToPost, kNothingToChange, kAppLimit, kCallLimit;
 
 // The error for an unknown identifier, and for an object that does not support the method.
 GraphError UnknownObject(const std::string& method, const std::string& id);
+GraphError UnknownPath(const std::string& path);
+GraphError InvalidParameter(const std::string& message);
 
 void Require(bool condition, const GraphError& error);
 void RequireToken(const std::string& accessToken);  // neither empty nor expired
 
 Reply ErrorReply(const GraphError& error);
 
-}  // namespace velk::sandbox
+}  // namespace velk::sandbox::facebook

@@ -1,241 +1,133 @@
-// Simulates Facebook's Graph API: access tokens, the user, the user's pages, and published objects.
+// The routes of the Graph API, and what its requests share: versions, tokens, limits, the state.
 #include "services/facebook/facebook.h"
 
 #include <algorithm>
 #include <boost/json/array.hpp>
+#include <boost/locale/utf.hpp>
+#include <cstdio>
 
-#include "services/facebook/errors.h"
 #include "services/lenient_json.h"
 
 namespace velk::sandbox {
+
+using namespace facebook;
+
 namespace {
 
 namespace json = boost::json;
+namespace utf = boost::locale::utf;
 
-constexpr std::string_view kGraphHost = "graph.facebook.com";
-constexpr std::string_view kVideoHost = "graph-video.facebook.com";
-
-constexpr std::string_view kUserId = "100000000000001";
-constexpr std::uint64_t kFirstObjectNumber = 10150000000001;
-constexpr int kSixtyDays = 60 * 24 * 60 * 60;
-
-struct Page {
-  const char* id;
-  const char* name;
-  const char* categoryId;
-  const char* category;
-};
+constexpr std::string_view kGraphHosts[] = {Facebook::kHosts[0], Facebook::kHosts[1]};
 
 constexpr Page kPages[] = {
     {"104000000000001", "Velk News", "2233", "Media company"},
-    {"104000000000002", "Velk Garden", "2301", "Gardener"},
+    {"104000000000002", "Velk Caf\u00E9", "2301", "Cafe"},
 };
 
-// ---- Access tokens and the user ----
-
-Reply ExchangeToken(const ServiceRequest& request) {
-  const std::string token = request.Query("fb_exchange_token");
-  Require(!request.Query("client_id").empty(), kMissingClient);
-  Require(request.Query("client_secret") != "wrong", kWrongSecret);
-  RequireToken(token);
-  return JsonReply(200,
-                   {{"access_token", "long-" + token}, {"token_type", "bearer"}, {"expires_in", kSixtyDays}});
+// The length of "/v24.0" at the start of a path. 0 without a version.
+std::size_t VersionLength(std::string_view path) {
+  const std::string_view segment = path.substr(0, path.find('/', 1));
+  const std::size_t point = segment.find('.');
+  const bool matches = segment.starts_with("/v") && point != std::string_view::npos &&
+                       AllDigits(segment.substr(2, point - 2)) && AllDigits(segment.substr(point + 1));
+  return matches ? segment.size() : 0;
 }
 
-Reply GetTokenInfo(const ServiceRequest& request) {
-  Require(!request.Query("client_id").empty(), kMissingClient);
-  RequireToken(request.Query("access_token"));
-  return JsonReply(200, {{"access_token", request.Query("access_token")},
-                         {"token_type", "bearer"},
-                         {"expires_in", kSixtyDays}});
+void AppendEscape(std::string& text, unsigned unit) {
+  char escape[7];
+  std::snprintf(escape, sizeof escape, "\\u%04x", unit);
+  text += escape;
 }
 
-Reply GetUser(const ServiceRequest& request) {
-  RequireToken(request.Query("access_token"));
-  return JsonReply(200, {{"id", kUserId}, {"name", "Vera Velk"}, {"email", "vera@velk.example"}});
-}
-
-Reply ListPages(const ServiceRequest& request) {
-  RequireToken(request.Query("access_token"));
-  json::array pages;
-  if (request.Query("access_token") == "pageless") return JsonReply(200, {{"data", std::move(pages)}});
-  for (const Page& page : kPages) {
-    pages.push_back({{"access_token", std::string("page-token-") + page.id},
-                     {"category", page.category},
-                     {"category_list", json::array{{{"id", page.categoryId}, {"name", page.category}}}},
-                     {"name", page.name},
-                     {"id", page.id},
-                     {"tasks", {"ANALYZE", "CREATE_CONTENT"}}});
+// The service escapes every character that is not ASCII.
+std::string EscapeNonAscii(std::string_view text) {
+  std::string escaped;
+  for (const char* at = text.data(); at != text.data() + text.size();) {
+    const char* const start = at;
+    if (static_cast<unsigned char>(*at) < 0x80) {
+      escaped += *at++;
+      continue;
+    }
+    utf::code_point point = utf::utf_traits<char>::decode(at, text.data() + text.size());
+    if (!utf::is_valid_codepoint(point)) {
+      point = 0xFFFD;
+      at = start + 1;
+    }
+    if (point >= 0x10000) AppendEscape(escaped, 0xD800 + ((point - 0x10000) >> 10));
+    AppendEscape(escaped, point >= 0x10000 ? 0xDC00 + ((point - 0x10000) & 0x3FF) : point);
   }
-  return JsonReply(
-      200, {{"data", std::move(pages)}, {"paging", {{"cursors", {{"before", "A"}, {"after", "B"}}}}}});
-}
-
-// ---- Request parameters ----
-
-// The identifier of a node that accepts publications.
-std::string NodeId(const std::string& node) {
-  if (node == "me" || node == kUserId) return std::string(kUserId);
-  Require(std::ranges::find(kPages, node, &Page::id) != std::end(kPages), UnknownObject("post", node));
-  return node;
-}
-
-void RequirePublishPermission(const ServiceRequest& request) {
-  RequireToken(request.Query("access_token"));
-  Require(request.Query("access_token") != "forbidden", kNoPermission);
-}
-
-// The value in a privacy object such as {'value':'SELF'}. An empty value selects the service's default.
-std::string PrivacyValue(std::string_view text) {
-  static constexpr std::string_view kValues[] = {"EVERYONE", "ALL_FRIENDS", "FRIENDS_OF_FRIENDS", "SELF"};
-  const auto parsed = ParseLenientJson(text);
-  const json::value* const value =
-      parsed && parsed->is_object() ? parsed->get_object().if_contains("value") : nullptr;
-  Require(value && value->is_string(), kBadPrivacy);
-  if (value->get_string().empty()) return "EVERYONE";
-  Require(std::ranges::find(kValues, value->get_string()) != std::end(kValues), kBadPrivacy);
-  return std::string(value->get_string());
-}
-
-std::string FieldText(const ServiceRequest& request, std::string_view field) {
-  const FormPart* const part = request.Field(field);
-  return part ? part->content.Text() : std::string();
+  return escaped;
 }
 
 }  // namespace
 
 void Facebook::RegisterRoutes() {
-  const auto add = [&](std::string_view host, const char* method, const char* pattern, Handler handler) {
-    routes_.Add(host, method, pattern, WithErrorReply(std::move(handler), &ErrorReply));
+  const struct {
+    const char* method;
+    const char* path;
+    Member member;
+  } rows[] = {
+      {"GET", "/oauth/access_token", &Facebook::IssueToken},
+      {"POST", "/oauth/access_token", &Facebook::IssueToken},
+      {"GET", "/oauth/access_token_info", &Facebook::GetTokenInfo},
+      {"GET", "/debug_token", &Facebook::DebugToken},
+      {"GET", "/", &Facebook::GetNodes},
+      {"POST", "/", &Facebook::RunBatch},
+      {"POST", "/{node}/videos", &Facebook::PublishVideo},
+      {"POST", "/{node}/videos/uploaded", &Facebook::PublishVideo},
+      {"POST", "/{node}/photos", &Facebook::PublishPhoto},
+      {"POST", "/{node}/feed", &Facebook::PublishPost},
+      {"POST", "/{node}/comments", &Facebook::PublishComment},
+      {"GET", "/{object}", &Facebook::GetNode},
+      {"POST", "/{object}", &Facebook::UpdateObject},
+      {"DELETE", "/{object}", &Facebook::DeleteObject},
+      {"GET", "/{object}/{edge}", &Facebook::GetEdge},
+      {"GET", "/{object}/{edge}/uploaded", &Facebook::GetEdge},
   };
-  add(kGraphHost, "GET", "/oauth/access_token", ExchangeToken);
-  add(kGraphHost, "GET", "/oauth/access_token_info", GetTokenInfo);
-  add(kGraphHost, "GET", "/me", GetUser);
-  add(kGraphHost, "GET", "/me/accounts", ListPages);
-  for (const std::string_view host : {kGraphHost, kVideoHost})
-    add(host, "POST", "/{node}/videos/uploaded", [this](const ServiceRequest& r) { return PublishVideo(r); });
-  add(kGraphHost, "POST", "/{node}/photos", [this](const ServiceRequest& r) { return PublishPhoto(r); });
-  add(kGraphHost, "POST", "/{node}/feed", [this](const ServiceRequest& r) { return PublishPost(r); });
-  add(kGraphHost, "GET", "/{object}", [this](const ServiceRequest& r) { return GetObject(r); });
-  add(kGraphHost, "POST", "/{object}", [this](const ServiceRequest& r) { return UpdateObject(r); });
+  for (const auto& row : rows) {
+    const auto call = [this, member = row.member](const ServiceRequest& r) { return (this->*member)(r); };
+    const Handler handler = WithErrorReply<GraphError>(call, &ErrorReply);
+    const Handler limited = [this, handler](const ServiceRequest& r) { return Limited(handler, r); };
+    for (const std::string_view host : kGraphHosts) routes_.Add(host, row.method, row.path, limited);
+  }
+}
+
+// A client that cannot send DELETE names the method in a parameter. A step of a batch has the version of the batch,
+// and can have one of its own.
+void Facebook::Normalize(ServiceRequest& request) const {
+  while (const std::size_t version = VersionLength(request.path)) request.path.erase(0, version);
+  if (request.path.size() > 1 && request.path.ends_with('/')) request.path.pop_back();
+  if (request.path.empty()) request.path = "/";
+  const std::string method = request.Parameter("method");
+  for (const char* const known : {"GET", "POST", "DELETE"}) {
+    if (SameName(method, known)) request.method = known;
+  }
 }
 
 Reply Facebook::UnknownPath(const ServiceRequest& request) const {
-  return ErrorReply({400, "OAuthException", 2500, 0, "Unknown path components: " + request.path});
+  return ErrorReply(facebook::UnknownPath(request.path));
 }
 
-// ---- Publishing ----
-
-void Facebook::Publish(Object object) {
-  objects_.push_back(std::move(object));
-  KeepNewest(objects_);
+std::map<std::string_view, Switch*> Facebook::Switches() {
+  return {{"appLimit", &appLimit_}, {"callLimit", &callLimit_}};
 }
 
-Facebook::Object Facebook::NewObject(std::string kind, const std::string& node) {
-  Object object;
-  object.id = std::to_string(kFirstObjectNumber + objectCount_++);
-  if (kind == "story") object.id = node + '_' + object.id;
-  object.kind = std::move(kind);
-  object.node = node;
-  object.privacy = "EVERYONE";
-  return object;
+Reply Facebook::Limited(const Handler& handler, const ServiceRequest& request) {
+  const bool isLimited = appLimit_ || callLimit_;
+  Reply reply = !TakeFrom(appLimit_)    ? ErrorReply(kAppLimit)
+                : !TakeFrom(callLimit_) ? ErrorReply(kCallLimit)
+                                        : handler(request);
+  if (isLimited) {
+    const bool isUsedUp = appLimit_ == 0 || callLimit_ == 0;
+    const std::string percent = isUsedUp ? "100" : "50";
+    reply.headers.push_back("X-App-Usage: {\"call_count\":" + percent +
+                            ",\"total_cputime\":1,\"total_time\":1}");
+  }
+  reply.body = EscapeNonAscii(reply.body);
+  return reply;
 }
 
-void Facebook::StoreFile(const ServiceRequest& request, Object& object) {
-  const Content& content = request.Field("file")->content;
-  object.size = content.Size();
-  object.sha256 = content.Sha256();
-  object.file = store_.Keep(content, object.kind + '-' + object.id);
-}
-
-Reply Facebook::PublishVideo(const ServiceRequest& request) {
-  RequirePublishPermission(request);
-  const std::string node = NodeId(request.PathParameter("node"));
-  const FormPart* const file = request.Field("file");
-  Require(file && file->content.Size() > 0, kNoVideo);
-  const std::string privacy = PrivacyValue(request.Query("privacy"));
-  Object video = NewObject("video", node);
-  video.title = FieldText(request, "title");
-  video.description = FieldText(request, "description");
-  video.privacy = privacy;
-  video.source = "https://video.velk.example/" + video.id + ".mp4";
-  StoreFile(request, video);
-  Publish(video);
-  return JsonReply(200, {{"id", video.id}});
-}
-
-Reply Facebook::PublishPhoto(const ServiceRequest& request) {
-  RequirePublishPermission(request);
-  const std::string node = NodeId(request.PathParameter("node"));
-  const FormPart* const file = request.Field("file");
-  Require(file && file->content.Size() > 0, kNoPhoto);
-  Object photo = NewObject("photo", node);
-  photo.message = FieldText(request, "message");
-  photo.link = "https://www.facebook.com/photo.php?fbid=" + photo.id;
-  photo.source = "https://photos.velk.example/" + photo.id + ".jpg";
-  StoreFile(request, photo);
-  Object story = NewObject("story", node);
-  story.id = node + '_' + photo.id;
-  story.message = photo.message;
-  story.link = photo.link;
-  story.photoId = photo.id;
-  Publish(photo);
-  Publish(story);
-  return JsonReply(200, {{"id", photo.id}, {"post_id", story.id}});
-}
-
-Reply Facebook::PublishPost(const ServiceRequest& request) {
-  RequirePublishPermission(request);
-  const std::string node = NodeId(request.PathParameter("node"));
-  const Pairs& form = request.form;
-  const std::string privacy = PrivacyValue(Find(form, "privacy").value_or("{'value':''}"));
-  Object story = NewObject("story", node);
-  story.message = Find(form, "message").value_or("");
-  story.link = Find(form, "link").value_or("");
-  story.privacy = privacy;
-  Require(!story.message.empty() || !story.link.empty(), kNothingToPost);
-  Publish(story);
-  return JsonReply(200, {{"id", story.id}});
-}
-
-// ---- Published objects ----
-
-Facebook::Object& Facebook::FindObject(const std::string& id, const char* method) {
-  const auto found = std::ranges::find(objects_, id, &Object::id);
-  Require(found != objects_.end(), UnknownObject(method, id));
-  return *found;
-}
-
-Reply Facebook::GetObject(const ServiceRequest& request) {
-  RequireToken(request.Query("access_token"));
-  const Object& object = FindObject(request.PathParameter("object"), "get");
-  json::object body{{"id", object.id}};
-  const auto add = [&](const char* name, const std::string& text) {
-    if (!text.empty()) body[name] = text;
-  };
-  add("link", object.link);
-  add("source", object.source);
-  add("object_id", object.photoId);
-  add("title", object.title);
-  add("description", object.description);
-  add(object.kind == "photo" ? "name" : "message", object.message);
-  body["privacy"] = {{"value", object.privacy}};
-  return JsonReply(200, body);
-}
-
-Reply Facebook::UpdateObject(const ServiceRequest& request) {
-  RequirePublishPermission(request);
-  Object& object = FindObject(request.PathParameter("object"), "post");
-  const Pairs& form = request.form;
-  const auto message = Find(form, "message");
-  const auto description = Find(form, "description");
-  const auto privacy = Find(form, "privacy");
-  Require(message || description || privacy, kNothingToChange);
-  if (privacy) object.privacy = PrivacyValue(*privacy);
-  if (message) object.message = *message;
-  if (description) object.description = *description;
-  return JsonReply(200, {{"success", true}});
-}
+// ---- State ----
 
 json::object Facebook::State() const {
   json::array objects;
@@ -249,16 +141,77 @@ json::object Facebook::State() const {
                        {"link", object.link},
                        {"privacy", object.privacy},
                        {"about", object.photoId},
+                       {"parent", object.parent},
+                       {"attached", json::array(object.attached.begin(), object.attached.end())},
+                       {"url", object.url},
+                       {"published", object.published},
                        {"size", object.size},
                        {"sha256", object.sha256},
                        {"file", object.file}});
   }
-  return {{"objects", std::move(objects)}};
+  json::array sessions;
+  for (const auto& [id, session] : sessions_) {
+    sessions.push_back({{"uploadSessionId", id},
+                        {"videoId", session.video.id},
+                        {"size", session.size},
+                        {"received", SizeOf(session.pieces)}});
+  }
+  return {{"objects", std::move(objects)}, {"sessions", std::move(sessions)}};
 }
 
 void Facebook::Reset() {
   objectCount_ = 0;
   objects_.clear();
+  sessions_.clear();
 }
 
+// ---- Parameters ----
+
+namespace facebook {
+
+std::span<const Page> Pages() { return kPages; }
+
+const Page* FindPage(std::string_view id) {
+  const auto page = std::ranges::find(kPages, id, &Page::id);
+  return page == std::end(kPages) ? nullptr : page;
+}
+
+std::string VersionOf(const ServiceRequest& request) {
+  const std::string path = request.head.Path();
+  return path.substr(0, VersionLength(path));
+}
+
+std::string TokenOf(const ServiceRequest& request) {
+  static constexpr std::string_view kOlderScheme = "OAuth ";
+  const std::string header = request.head.Header("Authorization");
+  if (const auto token = request.FindParameter("access_token")) return *token;
+  return header.starts_with(kOlderScheme) ? header.substr(kOlderScheme.size()) : request.BearerToken();
+}
+
+std::string NodeId(const ServiceRequest& request, const std::string& node) {
+  const std::string token = TokenOf(request);
+  const bool isPage = token.starts_with(kPageToken) && FindPage(token.substr(kPageToken.size()));
+  if (node == "me") return isPage ? token.substr(kPageToken.size()) : std::string(kUserId);
+  Require(node == kUserId || FindPage(node), UnknownObject("post", node));
+  return node;
+}
+
+void RequirePublishPermission(const ServiceRequest& request) {
+  RequireToken(TokenOf(request));
+  Require(TokenOf(request) != "forbidden", kNoPermission);
+}
+
+std::string PrivacyOf(const ServiceRequest& request) {
+  static constexpr std::string_view kValues[] = {"EVERYONE", "ALL_FRIENDS", "FRIENDS_OF_FRIENDS", "SELF",
+                                                 "CUSTOM"};
+  const auto parsed = ParseLenientJson(request.FindParameter("privacy").value_or("{'value':''}"));
+  const json::value* const value =
+      parsed && parsed->is_object() ? parsed->get_object().if_contains("value") : nullptr;
+  Require(value && value->is_string(), kBadPrivacy);
+  if (value->get_string().empty()) return "EVERYONE";
+  Require(std::ranges::find(kValues, value->get_string()) != std::end(kValues), kBadPrivacy);
+  return std::string(value->get_string());
+}
+
+}  // namespace facebook
 }  // namespace velk::sandbox

@@ -20,11 +20,6 @@ namespace {
 
 constexpr std::string_view kScheme = "OAuth ";
 
-bool IsUnreserved(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
-         std::string_view("-._~").find(c) != std::string_view::npos;
-}
-
 // Removes one name="value" or name=value from the start, with the comma after it. A quoted value may hold commas.
 std::string_view TakePair(std::string_view& list) {
   const std::size_t quote = std::min(list.find("=\""), list.size());
@@ -103,19 +98,6 @@ bool IsTimestampValid(const std::string& timestamp) {
 }
 
 }  // namespace
-
-std::string PercentEncode(std::string_view text) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string encoded;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (IsUnreserved(c))
-      encoded += c;
-    else
-      encoded.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
-  }
-  return encoded;
-}
 
 OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpSecret,
                       const std::vector<std::string_view>& unsignedNames) {

@@ -42,7 +42,4 @@ using SecretLookup = std::function<std::string(const std::string& key, std::stri
 OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpSecret,
                       const std::vector<std::string_view>& unsignedNames = {});
 
-// Encodes every byte except the unreserved characters of RFC 3986.
-std::string PercentEncode(std::string_view text);
-
 }  // namespace velk::sandbox

@@ -1,0 +1,67 @@
+// Facebook's batches: several requests in one.
+#include <boost/json/array.hpp>
+#include <boost/json/parse.hpp>
+
+#include "services/facebook/facebook.h"
+
+namespace velk::sandbox {
+
+using namespace facebook;
+
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::size_t kMaxSteps = 50;
+
+std::string Text(const json::object& object, std::string_view name) {
+  const json::value* const value = object.if_contains(name);
+  return value && value->is_string() ? std::string(value->get_string()) : std::string();
+}
+
+json::array Headers(const Reply& reply) {
+  json::array headers;
+  for (const std::string& line : reply.headers) {
+    const std::size_t colon = line.find(':');
+    headers.push_back(
+        {{"name", line.substr(0, colon)}, {"value", Trim(std::string_view(line).substr(colon + 1))}});
+  }
+  return headers;
+}
+
+}  // namespace
+
+Reply Facebook::RunBatch(const ServiceRequest& request) {
+  boost::system::error_code error;
+  const json::value steps = json::parse(request.Parameter("batch"), error);
+  Require(!error && steps.is_array() && !inBatch_, facebook::UnknownPath("/"));
+  Require(steps.get_array().size() <= kMaxSteps,
+          {400, "GraphBatchException", 3, 0, "Too many requests in batch message. Maximum batch size is 50"});
+  RequireToken(TokenOf(request));
+  json::array replies;
+  for (const json::value& step : steps.get_array())
+    replies.push_back(step.is_object() ? RunStep(request, step.get_object()) : json::object{{"code", 400}});
+  return JsonListReply(200, replies);
+}
+
+// A step without a token of its own has that of the batch. Its body is a form.
+json::object Facebook::RunStep(const ServiceRequest& request, const json::object& step) {
+  std::string target = Text(step, "relative_url");
+  if (!target.starts_with('/')) target.insert(target.begin(), '/');
+  const std::string body = Text(step, "body");
+  if (target.find("access_token=") == std::string::npos && !Find(ParsePairs(body), "access_token"))
+    target += (target.find('?') == std::string::npos ? "?access_token=" : "&access_token=") +
+              PercentEncode(TokenOf(request));
+  target.insert(0, VersionOf(request));
+  Head head;
+  head.method = Text(step, "method");
+  head.host = request.head.host;
+  head.target = target;
+  head.lines = {"Content-Type: application/x-www-form-urlencoded"};
+  inBatch_ = true;
+  const std::shared_ptr<void> end(nullptr, [this](void*) { inBatch_ = false; });
+  const Reply reply = Handle(head, NewPiece(store_, body).owner);
+  return {{"code", reply.status}, {"headers", Headers(reply)}, {"body", reply.body}};
+}
+
+}  // namespace velk::sandbox
