@@ -123,6 +123,8 @@ Reply Facebook::Limited(const Handler& handler, const ServiceRequest& request) {
     reply.headers.push_back("X-App-Usage: {\"call_count\":" + percent +
                             ",\"total_cputime\":1,\"total_time\":1}");
   }
+  const std::string version = VersionOf(request);
+  reply.headers.push_back("facebook-api-version: " + (version.empty() ? "v24.0" : version.substr(1)));
   reply.body = EscapeNonAscii(reply.body);
   return reply;
 }

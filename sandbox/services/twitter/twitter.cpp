@@ -77,6 +77,7 @@ void Twitter::RegisterRoutes() {
       {kApiHosts, "GET", "/1.1/statuses/lookup.json", &Twitter::LookUpTweets},
       {kApiHosts, "POST", "/1.1/statuses/lookup.json", &Twitter::LookUpTweets},
       {kApiHosts, "GET", "/1.1/statuses/user_timeline.json", &Twitter::ListTweets},
+      {kApiHosts, "GET", "/1.1/statuses/home_timeline.json", &Twitter::ListTweets},
       {kApiHosts, "POST", "/2/tweets", &Twitter::PostTweetV2},
       {kApiHosts, "GET", "/2/tweets", &Twitter::LookUpTweetsV2},
       {kApiHosts, "GET", "/2/tweets/{id}", &Twitter::ShowTweetV2},
