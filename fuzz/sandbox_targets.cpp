@@ -19,8 +19,12 @@
 #include "net/body.h"
 #include "net/head.h"
 #include "net/text.h"
+#include "services/facebook/fields.h"
 #include "services/lenient_json.h"
 #include "services/twitter/oauth_check.h"
+#include "services/twitter/tweet_length.h"
+#include "services/youtube/content_range.h"
+#include "services/youtube/partial_response.h"
 
 namespace velk::fuzz {
 namespace {
@@ -257,6 +261,23 @@ void SandboxJson(std::string_view input) {
   if (!value || !IsUtf8(input)) return;
   const std::optional<json::value> again = ParseStrictly(json::serialize(*value), 64);
   Demand(again && SameValue(*value, *again));
+}
+
+// The first line of the input selects fields of the rest, which is JSON. Selecting them again changes nothing. The line
+// is also read as what other short texts of a request are.
+void SandboxFields(std::string_view input) {
+  const std::string_view line = input.substr(0, input.find('\n'));
+  const std::optional<json::value> document =
+      ParseStrictly(input.substr(std::min(line.size() + 1, input.size())), 32);
+  const auto selected = youtube::SelectFields(document.value_or(nullptr), line);
+  Demand(!selected || youtube::SelectFields(*selected, line) == selected);
+  const auto fields = facebook::ParseFields(line);
+  Demand(!fields || !fields->empty());
+  const auto range = youtube::ParseContentRange(line);
+  Demand(!range || range->first.has_value() == range->last.has_value());
+  Demand(!range || !range->first ||
+         (*range->first <= *range->last && range->last < range->total.value_or(~0ULL)));
+  Demand(twitter::TweetLength(line) <= 3 * line.size());
 }
 
 // Also reads the input as base64. What is accepted must be what an encoder produces.

@@ -10,6 +10,7 @@ void SandboxBody(std::string_view input);
 void SandboxForm(std::string_view input);
 void SandboxQuery(std::string_view input);
 void SandboxJson(std::string_view input);
+void SandboxFields(std::string_view input);
 void SandboxStrings(std::string_view input);
 
 }  // namespace velk::fuzz

@@ -162,6 +162,7 @@ constexpr Target kTargets[] = {
     {"sandbox_form", SandboxForm},
     {"sandbox_query", SandboxQuery},
     {"sandbox_json", SandboxJson},
+    {"sandbox_fields", SandboxFields},
     {"sandbox_strings", SandboxStrings},
 };
 
