@@ -72,6 +72,7 @@ void Content::KeepStart(std::string_view bytes) {
 }
 
 void Content::Append(std::string_view bytes) {
+  if (bytes.empty()) return;
   KeepStart(bytes);
   const bool wasInMemory = InMemory();
   size_ += bytes.size();
