@@ -90,7 +90,7 @@ class Service {
 
   bool Serves(std::string_view host) const;
   Reply Handle(const Head& head, std::shared_ptr<const Received> received);
-  // Takes the first part of a body whose client has gone. There is nobody to reply to.
+  // Takes the first part of a body. Its client has gone, so that there is nobody to reply to.
   virtual void TakePartial(const ServiceRequest&) {}
 
  protected:

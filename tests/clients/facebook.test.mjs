@@ -2,9 +2,30 @@
 import assert from 'node:assert/strict';
 import { beforeEach, test } from 'node:test';
 
-import { agent, bytes, clip, photo, png, raw, require, reset, setSwitches, sha256, state } from './support.mjs';
+import {
+  agent,
+  bytes,
+  clip,
+  photo,
+  png,
+  raw,
+  require,
+  reset,
+  setSwitches,
+  sha256,
+  state,
+} from './support.mjs';
 
-const { FacebookAdsApi, FacebookAdsApiBatch, User, Page, Photo, AdVideo, PagePost, Comment } = require('facebook-nodejs-business-sdk');
+const {
+  FacebookAdsApi,
+  FacebookAdsApiBatch,
+  User,
+  Page,
+  Photo,
+  AdVideo,
+  PagePost,
+  Comment,
+} = require('facebook-nodejs-business-sdk');
 const axios = require('axios');
 
 axios.defaults.httpsAgent = agent;
@@ -17,7 +38,11 @@ const me = new User('me', {}, undefined, api);
 
 const objects = async () => (await state('facebook')).objects;
 const refused = (status, code, subcode) => (error) => {
-  assert.deepEqual([error.status, error.response.code, error.response.error_subcode], [status, code, subcode], error.message);
+  assert.deepEqual(
+    [error.status, error.response.code, error.response.error_subcode],
+    [status, code, subcode],
+    error.message,
+  );
   assert.ok(error.response.fbtrace_id);
   return true;
 };
@@ -38,14 +63,25 @@ test('names the user and lists the pages', async () => {
   const accounts = await me.getAccounts(['id', 'name', 'access_token'], { limit: 1 });
   assert.deepEqual([accounts[0].id, accounts[0].name, accounts.hasNext()], [pageId, 'Velk News', true]);
   await accounts.next();
-  assert.deepEqual([accounts[0].name, accounts[0].access_token, accounts.hasNext()], ['Velk Café', 'page-token-104000000000002', false]);
+  assert.deepEqual(
+    [accounts[0].name, accounts[0].access_token, accounts.hasNext()],
+    ['Velk Café', 'page-token-104000000000002', false],
+  );
   await accounts.previous();
   assert.equal(accounts[0].id, pageId);
   const all = await me.read(['accounts{name}']);
-  assert.deepEqual(all.accounts.data.map((account) => account.name), ['Velk News', 'Velk Café']);
+  assert.deepEqual(
+    all.accounts.data.map((account) => account.name),
+    ['Velk News', 'Velk Café'],
+  );
   const { text } = await raw('GET', 'https://graph.facebook.com/me/accounts?access_token=t');
   assert.match(text, /Velk Caf\\u00e9/);
-  const own = await new User('me', {}, undefined, new FacebookAdsApi('page-token-104000000000002', 'en_US', false)).read(['name']);
+  const own = await new User(
+    'me',
+    {},
+    undefined,
+    new FacebookAdsApi('page-token-104000000000002', 'en_US', false),
+  ).read(['name']);
   assert.equal(own.name, 'Velk Café');
   assert.equal((await Page.getByIds([pageId, '104000000000002'], ['name'], {}, api)).length, 2);
 });
@@ -55,14 +91,30 @@ test('publishes, reads, changes and deletes posts', async () => {
   const post = await page.createFeed([], { message, link: 'https://velk.example/?a=1&b=2' });
   assert.match(post.id, /^104000000000001_\d+$/);
   const [stored] = await objects();
-  assert.deepEqual([stored.kind, stored.message, stored.link], ['story', message, 'https://velk.example/?a=1&b=2']);
-  const read = await new PagePost(post.id).read(['message', 'link', 'from{name}', 'created_time', 'full_picture']);
+  assert.deepEqual(
+    [stored.kind, stored.message, stored.link],
+    ['story', message, 'https://velk.example/?a=1&b=2'],
+  );
+  const read = await new PagePost(post.id).read([
+    'message',
+    'link',
+    'from{name}',
+    'created_time',
+    'full_picture',
+  ]);
   assert.deepEqual([read.message, read.from.name], [message, 'Velk News']);
   const plain = await api.call('GET', [post.id]);
-  assert.deepEqual(Object.keys(plain).sort(), ['created_time', 'id', 'message'], 'the fields without a request for others');
+  assert.deepEqual(
+    Object.keys(plain).sort(),
+    ['created_time', 'id', 'message'],
+    'the fields without a request for others',
+  );
 
   await new PagePost(post.id).update([], { message: 'changed' });
-  const named = await page.createFeed(['message', 'permalink_url'], { message: 'second', privacy: { value: 'SELF' } });
+  const named = await page.createFeed(['message', 'permalink_url'], {
+    message: 'second',
+    privacy: { value: 'SELF' },
+  });
   assert.equal(named.message, 'second');
   const feed = await page.getFeed(['message'], { limit: 1 });
   assert.deepEqual([feed[0].message, feed.hasNext()], ['second', true]);
@@ -75,39 +127,68 @@ test('publishes, reads, changes and deletes posts', async () => {
   assert.equal((await new Comment(comment.id).read(['message', 'from'])).from.name, 'Velk News');
   assert.deepEqual(await new PagePost(post.id).delete(), { success: true });
   await assert.rejects(new PagePost(post.id).read(['id']), refused(400, 100, 33));
-  assert.deepEqual((await objects()).map((object) => object.message), ['second'], 'the comment has gone too');
+  assert.deepEqual(
+    (await objects()).map((object) => object.message),
+    ['second'],
+    'the comment has gone too',
+  );
 });
 
 test('publishes photos', async () => {
   const sent = await page.createPhoto([], form({ caption: 'A gradient' }, 'source', photo, 'photo.jpg'));
   const [stored, story] = await objects();
   assert.deepEqual([stored.id, stored.sha256, stored.message], [sent.id, sha256(photo), 'A gradient']);
-  assert.deepEqual([sent.post_id, story.id, story.about], [`${pageId}_${sent.id}`, `${pageId}_${sent.id}`, sent.id]);
+  assert.deepEqual(
+    [sent.post_id, story.id, story.about],
+    [`${pageId}_${sent.id}`, `${pageId}_${sent.id}`, sent.id],
+  );
   const read = await new Photo(sent.id).read(['name', 'link', 'source', 'images']);
-  assert.deepEqual([read.name, read.link], ['A gradient', `https://www.facebook.com/photo.php?fbid=${sent.id}`]);
+  assert.deepEqual(
+    [read.name, read.link],
+    ['A gradient', `https://www.facebook.com/photo.php?fbid=${sent.id}`],
+  );
   assert.equal((await page.getPhotos(['name'], { type: 'uploaded' })).length, 1);
 
   const hidden = await page.createPhoto([], form({ published: 'false' }, 'source', png, 'a.png'));
   const linked = await page.createPhoto([], { url: 'https://velk.example/photo.jpg', published: false });
-  const post = await page.createFeed([], { message: 'two', attached_media: [{ media_fbid: hidden.id }, { media_fbid: linked.id }] });
+  const post = await page.createFeed([], {
+    message: 'two',
+    attached_media: [{ media_fbid: hidden.id }, { media_fbid: linked.id }],
+  });
   const all = await objects();
   assert.deepEqual(all.find((object) => object.id === post.id).attached, [hidden.id, linked.id]);
   assert.equal(all.find((object) => object.id === linked.id).url, 'https://velk.example/photo.jpg');
   assert.equal((await page.getFeed([])).length, 2, 'unpublished photos have no story');
 
-  await assert.rejects(page.createPhoto([], form({}, 'source', 'a text', 'photo.jpg')), refused(400, 324, 2069019));
+  await assert.rejects(
+    page.createPhoto([], form({}, 'source', 'a text', 'photo.jpg')),
+    refused(400, 324, 2069019),
+  );
   await assert.rejects(page.createPhoto([], { caption: 'no photo' }), refused(400, 324, undefined));
   await new Photo(sent.id).delete();
   await assert.rejects(new PagePost(sent.post_id).read(['id']), refused(400, 100, 33));
 });
 
 test('publishes videos in one request', async () => {
-  const sent = await page.createVideo([], form({ title: 'Bars', description: 'Colour bars' }, 'source', clip, 'clip.mp4'));
+  const sent = await page.createVideo(
+    [],
+    form({ title: 'Bars', description: 'Colour bars' }, 'source', clip, 'clip.mp4'),
+  );
   const [stored] = await objects();
-  assert.deepEqual([stored.id, stored.title, stored.description, stored.sha256], [sent.id, 'Bars', 'Colour bars', sha256(clip)]);
+  assert.deepEqual(
+    [stored.id, stored.title, stored.description, stored.sha256],
+    [sent.id, 'Bars', 'Colour bars', sha256(clip)],
+  );
   const read = await new AdVideo(sent.id).read(['title', 'status', 'source', 'length']);
   assert.deepEqual([read.title, read.status.video_status], ['Bars', 'ready']);
-  const other = await api.call('POST', ['me', 'videos'], form({}, 'source', clip, 'clip.mp4'), {}, false, FacebookAdsApi.GRAPH_VIDEO);
+  const other = await api.call(
+    'POST',
+    ['me', 'videos'],
+    form({}, 'source', clip, 'clip.mp4'),
+    {},
+    false,
+    FacebookAdsApi.GRAPH_VIDEO,
+  );
   assert.equal((await objects())[1].id, other.id);
   assert.equal((await page.getVideos(['title'])).length, 1);
   await assert.rejects(page.createVideo([], { title: 'no video' }), refused(400, 353, undefined));
@@ -121,13 +202,22 @@ test('publishes videos in phases', async () => {
   const { upload_session_id: session, video_id: id } = started;
   let { start_offset: start, end_offset: end } = started;
   assert.deepEqual([start, end], ['0', '1048576']);
-  const transfer = (from, to) => page.createVideo([], form({ upload_phase: 'transfer', upload_session_id: session, start_offset: from },
-    'video_file_chunk', video.subarray(Number(from), Number(to)), 'chunk'));
+  const transfer = (from, to) =>
+    page.createVideo(
+      [],
+      form(
+        { upload_phase: 'transfer', upload_session_id: session, start_offset: from },
+        'video_file_chunk',
+        video.subarray(Number(from), Number(to)),
+        'chunk',
+      ),
+    );
   await assert.rejects(transfer('5', '10'), (error) => {
     assert.deepEqual(error.response.error_data, { start_offset: '0', end_offset: '1048576' });
     return refused(400, 6000, 1363037)(error);
   });
-  const finish = () => page.createVideo([], { upload_phase: 'finish', upload_session_id: session, title: 'In phases' });
+  const finish = () =>
+    page.createVideo([], { upload_phase: 'finish', upload_session_id: session, title: 'In phases' });
   while (start !== end) {
     await assert.rejects(finish(), refused(400, 6000, 1363037));
     ({ start_offset: start, end_offset: end } = await transfer(start, end));
@@ -149,7 +239,10 @@ test('runs a batch', async () => {
   batch.add('GET', 'me', { fields: 'name' }, null, collect, collect);
   batch.add('GET', '1_2', {}, null, collect, collect);
   await batch.execute();
-  assert.deepEqual(results.map((response) => response.status), [200, 200, 400]);
+  assert.deepEqual(
+    results.map((response) => response.status),
+    [200, 200, 400],
+  );
   assert.equal(results[1].body.name, 'Vera Velk');
   assert.equal((await objects())[0].message, 'from a batch');
 });
@@ -159,7 +252,10 @@ test('refuses what the service refuses', async () => {
   await assert.rejects(as('expired').createFeed([], { message: 'x' }), refused(400, 190, 463));
   await assert.rejects(as('forbidden').createFeed([], { message: 'x' }), refused(403, 200, undefined));
   await assert.rejects(page.createFeed([], {}), refused(400, 100, undefined));
-  await assert.rejects(page.createFeed([], { message: 'x', privacy: { value: 'SOME' } }), refused(400, 100, undefined));
+  await assert.rejects(
+    page.createFeed([], { message: 'x', privacy: { value: 'SOME' } }),
+    refused(400, 100, undefined),
+  );
   await assert.rejects(new Page('1').createFeed([], { message: 'x' }), refused(400, 100, 33));
   await assert.rejects(me.read(['id', 'nonsense']), (error) => {
     assert.match(error.message, /nonexisting field \(nonsense\) on node type \(User\)/);

@@ -38,7 +38,7 @@ export const state = async (service) => (await control('GET', '/state'))[service
 
 const { text: authority } = await send('GET', '/ca.pem');
 export const agent = new HttpsProxyAgent(process.env.VELK_SANDBOX_PROXY);
-agent.options.ca = authority;  // for the service; an option of the constructor would be for the proxy
+agent.options.ca = authority; // for the service; an option of the constructor would be for the proxy
 
 // A request as no client here sends it. With breakAfter, the connection breaks after that number of body bytes.
 export function raw(method, url, { headers = {}, body, breakAfter } = {}) {
@@ -49,7 +49,12 @@ export function raw(method, url, { headers = {}, body, breakAfter } = {}) {
       reply.on('end', () => {
         const text = Buffer.concat(pieces).toString();
         const isJson = /json/.test(reply.headers['content-type'] ?? '');
-        resolve({ status: reply.statusCode, headers: reply.headers, text, data: isJson ? JSON.parse(text) : undefined });
+        resolve({
+          status: reply.statusCode,
+          headers: reply.headers,
+          text,
+          data: isJson ? JSON.parse(text) : undefined,
+        });
       });
     });
     sent.on('error', breakAfter ? () => resolve(undefined) : reject);

@@ -2,7 +2,22 @@
 import assert from 'node:assert/strict';
 import { beforeEach, test } from 'node:test';
 
-import { agent, bytes, clip, clipPath, gif, photo, photoPath, png, raw, require, reset, setSwitches, sha256, state } from './support.mjs';
+import {
+  agent,
+  bytes,
+  clip,
+  clipPath,
+  gif,
+  photo,
+  photoPath,
+  png,
+  raw,
+  require,
+  reset,
+  setSwitches,
+  sha256,
+  state,
+} from './support.mjs';
 
 const { TwitterApi, EUploadMimeType } = require('twitter-api-v2');
 
@@ -20,13 +35,19 @@ const errorCode = (code, status) => (error) => {
 beforeEach(reset);
 
 test('signs in with a PIN', async () => {
-  const signIn = await new TwitterApi(app, { httpAgent: agent }).generateAuthLink('oob', { linkMode: 'authorize' });
+  const signIn = await new TwitterApi(app, { httpAgent: agent }).generateAuthLink('oob', {
+    linkMode: 'authorize',
+  });
   assert.equal(signIn.oauth_callback_confirmed, 'true');
   const page = await raw('GET', signIn.url);
   assert.match(page.text, /<code>1234567<\/code>/);
   const keys = { ...app, accessToken: signIn.oauth_token, accessSecret: signIn.oauth_token_secret };
   await assert.rejects(new TwitterApi(keys, { httpAgent: agent }).login('7654321'), { code: 401 });
-  const { client: own, userId, screenName } = await new TwitterApi(keys, { httpAgent: agent }).login('1234567');
+  const {
+    client: own,
+    userId,
+    screenName,
+  } = await new TwitterApi(keys, { httpAgent: agent }).login('1234567');
   assert.deepEqual([userId, screenName], ['7505382', 'velk_sandbox']);
   await own.v1.tweet('signed in');
   await assert.rejects(new TwitterApi(keys, { httpAgent: agent }).login('1234567'), { code: 401 }, 'used up');
@@ -42,7 +63,9 @@ test('signs in with a callback', async () => {
   assert.equal(target.searchParams.get('from'), 'velk');
   assert.equal(target.searchParams.get('oauth_token'), signIn.oauth_token);
   const keys = { ...app, accessToken: signIn.oauth_token, accessSecret: signIn.oauth_token_secret };
-  const { client: own } = await new TwitterApi(keys, { httpAgent: agent }).login(target.searchParams.get('oauth_verifier'));
+  const { client: own } = await new TwitterApi(keys, { httpAgent: agent }).login(
+    target.searchParams.get('oauth_verifier'),
+  );
   const account = await own.v1.verifyCredentials({ include_email: true });
   assert.deepEqual([account.id_str, account.screen_name], ['7505382', 'velk_sandbox']);
 });
@@ -64,22 +87,37 @@ test('tweets, replies, quotes, and reads them', async () => {
   const thread = await client.v1.tweetThread(['one', { status: 'two' }]);
   assert.equal(thread[1].in_reply_to_status_id_str, thread[0].id_str);
   const { tweets } = await twitter();
-  assert.deepEqual(tweets.map((tweet) => tweet.text), [text, 'first reply', 'quoted', 'one', 'two']);
-  assert.deepEqual(tweets.map((tweet) => tweet.replyTo), ['', first.id_str, '', '', thread[0].id_str]);
+  assert.deepEqual(
+    tweets.map((tweet) => tweet.text),
+    [text, 'first reply', 'quoted', 'one', 'two'],
+  );
+  assert.deepEqual(
+    tweets.map((tweet) => tweet.replyTo),
+    ['', first.id_str, '', '', thread[0].id_str],
+  );
   assert.equal(tweets[2].quoted, first.id_str);
   assert.deepEqual(new Set(tweets.map((tweet) => tweet.user)), new Set(['7']));
 
   const read = await client.v1.singleTweet(reply.id_str);
   assert.deepEqual([read.full_text, read.in_reply_to_status_id_str], ['first reply', first.id_str]);
   const listed = await client.v1.tweets([first.id_str, quote.id_str, '1']);
-  assert.deepEqual(listed.map((tweet) => tweet.full_text), [text, 'quoted']);
+  assert.deepEqual(
+    listed.map((tweet) => tweet.full_text),
+    [text, 'quoted'],
+  );
   const timeline = await client.v1.userTimeline('7', { count: 2 });
-  assert.deepEqual(timeline.tweets.map((tweet) => tweet.full_text), ['two', 'one']);
+  assert.deepEqual(
+    timeline.tweets.map((tweet) => tweet.full_text),
+    ['two', 'one'],
+  );
 });
 
 test('deletes tweets', async () => {
   const tweet = await client.v1.tweet('gone soon');
-  const other = new TwitterApi({ ...user, accessToken: '8-x', accessSecret: '8-x-secret' }, { httpAgent: agent });
+  const other = new TwitterApi(
+    { ...user, accessToken: '8-x', accessSecret: '8-x-secret' },
+    { httpAgent: agent },
+  );
   await assert.rejects(other.v1.deleteTweet(tweet.id_str), errorCode(183, 403));
   assert.equal((await client.v1.deleteTweet(tweet.id_str)).id_str, tweet.id_str);
   await assert.rejects(client.v1.deleteTweet(tweet.id_str), errorCode(144, 404));
@@ -94,9 +132,14 @@ test('tweets through version 2', async () => {
   const { data: reply } = await client.v2.reply('reply v2', first.id);
   await client.v2.quote('quote v2', first.id);
   const { tweets } = await twitter();
-  assert.deepEqual(tweets.map((tweet) => tweet.text), ['hello v2', 'reply v2', 'quote v2']);
+  assert.deepEqual(
+    tweets.map((tweet) => tweet.text),
+    ['hello v2', 'reply v2', 'quote v2'],
+  );
   assert.deepEqual([tweets[0].mediaIds, tweets[1].replyTo, tweets[2].quoted], [photoId, first.id, first.id]);
-  const { data: read } = await client.v2.singleTweet(reply.id, { 'tweet.fields': ['author_id', 'created_at'] });
+  const { data: read } = await client.v2.singleTweet(reply.id, {
+    'tweet.fields': ['author_id', 'created_at'],
+  });
   assert.deepEqual([read.text, read.author_id], ['reply v2', '7']);
   assert.equal((await client.v2.tweets([first.id, reply.id])).data.length, 2);
   assert.equal((await client.v2.userTimeline('7')).tweets.length, 3);
@@ -125,14 +168,23 @@ test('uploads a photo by its path and as bytes', async () => {
   const ids = [
     await client.v1.uploadMedia(photoPath),
     await client.v1.uploadMedia(png, { mimeType: EUploadMimeType.Png }),
-    await client.v1.uploadMedia(Buffer.concat([png, bytes(300000)]), { mimeType: EUploadMimeType.Png, chunkLength: 65536 }),
+    await client.v1.uploadMedia(Buffer.concat([png, bytes(300000)]), {
+      mimeType: EUploadMimeType.Png,
+      chunkLength: 65536,
+    }),
   ];
   const tweet = await client.v1.tweet('three photos', { media_ids: ids });
   assert.equal(tweet.extended_entities.media.length, 3);
   await client.v1.createMediaMetadata(ids[0], { alt_text: { text: 'a gradient' } });
   const { media, tweets } = await twitter();
-  assert.deepEqual(media.map((one) => one.sha256), [photo, png, Buffer.concat([png, bytes(300000)])].map(sha256));
-  assert.deepEqual([media[0].type, media[0].altText, tweets[0].mediaIds], ['image/jpeg', 'a gradient', ids.join(',')]);
+  assert.deepEqual(
+    media.map((one) => one.sha256),
+    [photo, png, Buffer.concat([png, bytes(300000)])].map(sha256),
+  );
+  assert.deepEqual(
+    [media[0].type, media[0].altText, tweets[0].mediaIds],
+    ['image/jpeg', 'a gradient', ids.join(',')],
+  );
   const fifth = await client.v1.uploadMedia(png, { mimeType: EUploadMimeType.Png });
   const five = [...ids, fifth, fifth];
   await assert.rejects(client.v1.tweet('five photos', { media_ids: five }), errorCode(324, 400));
@@ -140,20 +192,36 @@ test('uploads a photo by its path and as bytes', async () => {
 
 test('refuses what is no photo as a photo', async () => {
   await assert.rejects(client.v1.uploadMedia(clip, { mimeType: EUploadMimeType.Jpeg }), errorCode(324, 400));
-  await assert.rejects(client.v1.uploadMedia(bytes(5242881), { mimeType: EUploadMimeType.Jpeg }), errorCode(324, 400));
-  await assert.rejects(client.v1.uploadMedia(bytes(10), { mimeType: 'application/pdf' }), errorCode(324, 400));
+  await assert.rejects(
+    client.v1.uploadMedia(bytes(5242881), { mimeType: EUploadMimeType.Jpeg }),
+    errorCode(324, 400),
+  );
+  await assert.rejects(
+    client.v1.uploadMedia(bytes(10), { mimeType: 'application/pdf' }),
+    errorCode(324, 400),
+  );
 });
 
 test('uploads a video, a GIF and subtitles, which are processed', async () => {
   const video = await client.v1.uploadMedia(clipPath, { chunkLength: 20000 });
   const animation = await client.v1.uploadMedia(gif, { mimeType: EUploadMimeType.Gif });
-  const text = await client.v1.uploadMedia(Buffer.from('1\n00:00 --> 00:01\nHi\n'), { mimeType: EUploadMimeType.Srt });
-  await client.v1.createMediaSubtitles(video, [{ media_id: text, language_code: 'EN', display_name: 'English' }]);
+  const text = await client.v1.uploadMedia(Buffer.from('1\n00:00 --> 00:01\nHi\n'), {
+    mimeType: EUploadMimeType.Srt,
+  });
+  await client.v1.createMediaSubtitles(video, [
+    { media_id: text, language_code: 'EN', display_name: 'English' },
+  ]);
   await client.v1.tweet('a video', { media_ids: video });
   await client.v1.tweet('an animation', { media_ids: animation });
   const { media, tweets } = await twitter();
-  assert.deepEqual(media.map((one) => one.type), ['video/mp4', 'image/gif', 'text/plain']);
-  assert.deepEqual(media.map((one) => one.category), ['amplifyvideo', 'tweetgif', 'subtitles']);
+  assert.deepEqual(
+    media.map((one) => one.type),
+    ['video/mp4', 'image/gif', 'text/plain'],
+  );
+  assert.deepEqual(
+    media.map((one) => one.category),
+    ['amplifyvideo', 'tweetgif', 'subtitles'],
+  );
   assert.equal(media[0].sha256, sha256(clip));
   assert.deepEqual(media[0].subtitles, ['EN']);
   assert.equal(tweets.length, 2);

@@ -4,14 +4,27 @@ import { createReadStream } from 'node:fs';
 import { Readable } from 'node:stream';
 import { beforeEach, test } from 'node:test';
 
-import { addScript, agent, bytes, clip, clipPath, png, raw, require, reset, setSwitches, sha256, state } from './support.mjs';
+import {
+  addScript,
+  agent,
+  bytes,
+  clip,
+  clipPath,
+  png,
+  raw,
+  require,
+  reset,
+  setSwitches,
+  sha256,
+  state,
+} from './support.mjs';
 
 const { youtube, auth } = require('@googleapis/youtube');
 
-const clientFor = (token) => {
+const clientFor = (token, more = {}) => {
   const oauth = new auth.OAuth2({ clientId: 'id', clientSecret: 'secret', transporterOptions: { agent } });
   oauth.setCredentials({ access_token: token });
-  return youtube({ version: 'v3', auth: oauth, agent, retry: false });
+  return youtube({ version: 'v3', auth: oauth, agent, retry: false, ...more });
 };
 const client = clientFor('token');
 
@@ -21,7 +34,12 @@ const metadata = (title, more = {}) => ({
   status: { privacyStatus: 'unlisted' },
 });
 const insert = (requestBody, more = {}) =>
-  client.videos.insert({ part: ['snippet', 'status'], requestBody, media: { body: createReadStream(clipPath) }, ...more });
+  client.videos.insert({
+    part: ['snippet', 'status'],
+    requestBody,
+    media: { body: createReadStream(clipPath) },
+    ...more,
+  });
 const reason = (name, status) => (error) => {
   assert.equal(error.response.status, status);
   assert.equal(error.response.data.error.code, status);
@@ -39,15 +57,38 @@ test('uploads a video with its metadata, and reads it', async () => {
   assert.deepEqual([video.id, video.title, video.sha256], [data.id, 'Multipart', sha256(clip)]);
   assert.deepEqual([video.description, video.tags, video.categoryId], ['about it', ['x', 'y z'], '22']);
 
-  const { data: list } = await client.videos.list({ part: ['snippet', 'status', 'contentDetails'], id: [data.id, 'none'] });
+  const { data: list } = await client.videos.list({
+    part: ['snippet', 'status', 'contentDetails'],
+    id: [data.id, 'none'],
+  });
   assert.equal(list.pageInfo.totalResults, 1);
   assert.deepEqual(list.items[0].snippet.tags, ['x', 'y z']);
-  const { data: some } = await client.videos.list({ part: 'snippet', id: data.id, fields: 'items(id,snippet/title)' });
+  const { data: some } = await client.videos.list({
+    part: 'snippet',
+    id: data.id,
+    fields: 'items(id,snippet/title)',
+  });
   assert.deepEqual(some, { items: [{ id: data.id, snippet: { title: 'Multipart' } }] });
   const { data: mine } = await client.channels.list({ part: ['contentDetails'], mine: true });
   const playlistId = mine.items[0].contentDetails.relatedPlaylists.uploads;
   const { data: uploads } = await client.playlistItems.list({ part: ['snippet'], playlistId });
-  assert.deepEqual(uploads.items.map((item) => item.snippet.resourceId.videoId), [data.id]);
+  assert.deepEqual(
+    uploads.items.map((item) => item.snippet.resourceId.videoId),
+    [data.id],
+  );
+});
+
+test('is at the older host too', async () => {
+  const older = clientFor('token', { rootUrl: 'https://www.googleapis.com/' });
+  const { data } = await older.videos.insert({
+    part: ['snippet', 'status'],
+    requestBody: metadata('Older host'),
+    media: { body: createReadStream(clipPath) },
+  });
+  assert.equal(
+    (await older.videos.list({ part: ['snippet'], id: [data.id] })).data.items[0].snippet.title,
+    'Older host',
+  );
 });
 
 test('uploads media alone', async () => {
@@ -57,25 +98,47 @@ test('uploads media alone', async () => {
   });
   assert.equal(data.snippet.title, 'unknown');
   assert.equal((await videos())[0].sha256, sha256(clip));
-  await assert.rejects(client.videos.insert({ part: ['snippet'], media: { body: 'a text' } }), reason('badContent', 400));
-  await assert.rejects(client.videos.insert({ part: ['snippet'], requestBody: metadata('x') }), reason('mediaBodyRequired', 400));
+  await assert.rejects(
+    client.videos.insert({ part: ['snippet'], media: { body: 'a text' } }),
+    reason('badContent', 400),
+  );
+  await assert.rejects(
+    client.videos.insert({ part: ['snippet'], requestBody: metadata('x') }),
+    reason('mediaBodyRequired', 400),
+  );
 });
 
 test('updates and deletes a video', async () => {
   const { data: video } = await insert(metadata('Before'));
   const { data } = await client.videos.update({
     part: ['snippet'],
-    requestBody: { id: video.id, snippet: { title: 'After', categoryId: '27' }, status: { privacyStatus: 'public' } },
+    requestBody: {
+      id: video.id,
+      snippet: { title: 'After', categoryId: '27' },
+      status: { privacyStatus: 'public' },
+    },
   });
   assert.equal(data.snippet.title, 'After');
   const [stored] = await videos();
-  assert.deepEqual([stored.title, stored.description, stored.tags, stored.categoryId], ['After', '', [], '27']);
+  assert.deepEqual(
+    [stored.title, stored.description, stored.tags, stored.categoryId],
+    ['After', '', [], '27'],
+  );
   assert.equal(stored.privacyStatus, 'unlisted', 'not among the parts');
-  await client.videos.update({ part: ['status'], requestBody: { id: video.id, status: { privacyStatus: 'private' } } });
+  await client.videos.update({
+    part: ['status'],
+    requestBody: { id: video.id, status: { privacyStatus: 'private' } },
+  });
   assert.equal((await videos())[0].privacyStatus, 'private');
-  await client.thumbnails.set({ videoId: video.id, media: { mimeType: 'image/png', body: Readable.from([png]) } });
+  await client.thumbnails.set({
+    videoId: video.id,
+    media: { mimeType: 'image/png', body: Readable.from([png]) },
+  });
   assert.equal((await videos())[0].thumbnailSha256, sha256(png));
-  const bad = client.videos.update({ part: ['snippet'], requestBody: { id: video.id, snippet: { title: 'No category' } } });
+  const bad = client.videos.update({
+    part: ['snippet'],
+    requestBody: { id: video.id, snippet: { title: 'No category' } },
+  });
   await assert.rejects(bad, reason('invalidCategoryId', 400));
 
   const anyone = youtube({ version: 'v3', auth: 'an API key', agent });
@@ -88,12 +151,21 @@ test('updates and deletes a video', async () => {
 
 test('names categories', async () => {
   const one = await client.videoCategories.list({ part: ['snippet'], id: ['10', '30'] });
-  assert.deepEqual(one.data.items.map(({ id, snippet }) => [id, snippet.title, snippet.assignable]), [
-    ['10', 'Music', true],
-    ['30', 'Movies', false],
-  ]);
-  assert.equal((await client.videoCategories.list({ part: ['snippet'], regionCode: 'DE' })).data.items.length, 32);
-  await assert.rejects(client.videoCategories.list({ part: ['snippet'], id: ['3'] }), reason('videoCategoryNotFound', 404));
+  assert.deepEqual(
+    one.data.items.map(({ id, snippet }) => [id, snippet.title, snippet.assignable]),
+    [
+      ['10', 'Music', true],
+      ['30', 'Movies', false],
+    ],
+  );
+  assert.equal(
+    (await client.videoCategories.list({ part: ['snippet'], regionCode: 'DE' })).data.items.length,
+    32,
+  );
+  await assert.rejects(
+    client.videoCategories.list({ part: ['snippet'], id: ['3'] }),
+    reason('videoCategoryNotFound', 404),
+  );
 });
 
 test('refuses what the service refuses', async () => {
@@ -111,8 +183,14 @@ test('refuses what the service refuses', async () => {
   await assert.rejects(insert(metadata('x'), { part: ['snippet', 'nonsense'] }), reason('unknownPart', 400));
   await assert.rejects(insert(metadata('x'), { part: [] }), reason('required', 400));
   await assert.rejects(client.videos.list({ part: ['snippet'] }), reason('missingRequiredParameter', 400));
-  await assert.rejects(client.videos.list({ part: ['id'], id: ['x'], fields: 'items(' }), reason('invalidParameter', 400));
-  await assert.rejects(clientFor('expired').videos.list({ part: ['id'], id: ['x'] }), reason('authError', 401));
+  await assert.rejects(
+    client.videos.list({ part: ['id'], id: ['x'], fields: 'items(' }),
+    reason('invalidParameter', 400),
+  );
+  await assert.rejects(
+    clientFor('expired').videos.list({ part: ['id'], id: ['x'] }),
+    reason('authError', 401),
+  );
   await assert.rejects(clientFor('forbidden').videos.delete({ id: 'x' }), reason('forbidden', 403));
   const unknown = await raw('GET', 'https://youtube.googleapis.com/youtube/v3/nothing');
   assert.deepEqual([unknown.status, unknown.data.error.errors[0].reason], [404, 'notFound']);
@@ -145,7 +223,8 @@ test('renews a token', async () => {
 
 const unit = 256 * 1024;
 const long = bytes(2 * unit + 1000);
-const url = 'https://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable&part=snippet&part=status';
+const url =
+  'https://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable&part=snippet&part=status';
 const authorization = { Authorization: 'Bearer token' };
 
 async function startSession(title, headers = {}, host = 'www.googleapis.com') {
@@ -158,13 +237,22 @@ async function startSession(title, headers = {}, host = 'www.googleapis.com') {
 }
 const put = (session, first, end, total, body = long.subarray(first, end)) =>
   raw('PUT', session, {
-    headers: { ...authorization, 'Content-Length': body.length, 'Content-Range': `bytes ${first}-${end - 1}/${total}` },
+    headers: {
+      ...authorization,
+      'Content-Length': body.length,
+      'Content-Range': `bytes ${first}-${end - 1}/${total}`,
+    },
     body,
   });
-const ask = (session) => raw('PUT', session, { headers: { 'Content-Length': 0, 'Content-Range': `bytes */${long.length}` } });
+const ask = (session) =>
+  raw('PUT', session, { headers: { 'Content-Length': 0, 'Content-Range': `bytes */${long.length}` } });
 
 test('takes a resumable upload in one piece', async () => {
-  const session = await startSession('One piece', { 'X-Upload-Content-Type': 'video/*' }, 'youtube.googleapis.com');
+  const session = await startSession(
+    'One piece',
+    { 'X-Upload-Content-Type': 'video/*' },
+    'youtube.googleapis.com',
+  );
   assert.ok(session.startsWith('https://youtube.googleapis.com/'));
   const reply = await raw('PUT', session, { headers: authorization, body: clip });
   assert.equal(reply.data.snippet.title, 'One piece');

@@ -11,7 +11,7 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::uint64_t kPieceSize = 1024 * 1024;  // the longest that the service asks for
+constexpr std::uint64_t kPieceSize = 1024 * 1024;  // the longest that the service requests
 constexpr std::size_t kMaxPieces = 10'000;
 
 // The offsets of the piece that the client sends next. Both are the size after the last one.

@@ -139,8 +139,8 @@ Reply Twitter::LookUpTweets(const ServiceRequest& request) {
 
 std::vector<const Twitter::Tweet*> Twitter::TweetsOf(const std::string& user) const {
   std::vector<const Tweet*> own;
-  for (const Tweet& tweet : tweets_) {
-    if (UserIdOf(tweet.user) == UserIdOf(user)) own.insert(own.begin(), &tweet);
+  for (auto tweet = tweets_.rbegin(); tweet != tweets_.rend(); ++tweet) {
+    if (UserIdOf(tweet->user) == UserIdOf(user)) own.push_back(&*tweet);
   }
   return own;
 }

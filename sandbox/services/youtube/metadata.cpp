@@ -80,7 +80,7 @@ Youtube::Metadata Youtube::ParseMetadata(const json::object& body, const Parts& 
   return UpdatedMetadata(defaults, complete, parts);
 }
 
-// Replaces whole parts: a snippet without tags removes the tags. Parts that the request does not name stay.
+// Replaces whole parts: a snippet without tags removes the tags. Parts that the request does not name are unchanged.
 Youtube::Metadata Youtube::UpdatedMetadata(const Metadata& old, const json::object& body,
                                            const Parts& parts) {
   Metadata metadata = old;
