@@ -5,6 +5,7 @@
 
 #include "kit/byte_strings.h"
 #include "services/facebook/facebook.h"
+#include "services/facebook/node_types.h"
 
 namespace velk::sandbox {
 
@@ -17,51 +18,6 @@ namespace json = boost::json;
 constexpr std::uint64_t kPageSize = 25;
 constexpr std::string_view kEdges[] = {"accounts", "feed",   "posts",   "published_posts",
                                        "photos",   "videos", "comments"};
-
-// A kind of node: the members that a request with a version gets without `fields`, and those that may be absent.
-struct NodeType {
-  std::string_view name;
-  std::vector<std::string_view> defaults, optional;
-};
-
-const NodeType& TypeOf(std::string_view kind) {
-  static const std::map<std::string_view, NodeType> kTypes = {
-      {"user",
-       {"User",
-        {"id", "name"},
-        {"first_name", "last_name", "middle_name", "picture", "link", "gender", "birthday", "locale",
-         "short_name"}}},
-      {"page",
-       {"Page",
-        {"id", "name"},
-        {"about", "cover", "description", "emails", "fan_count", "followers_count", "phone", "picture",
-         "single_line_address", "username", "verification_status", "website", "instagram_business_account"}}},
-      {"photo",
-       {"Photo",
-        {"created_time", "id", "name"},
-        {"album", "alt_text", "backdated_time", "event", "height", "icon", "images", "name_tags", "picture",
-         "place", "target", "webp_images", "width", "privacy"}}},
-      {"video",
-       {"Video",
-        {"updated_time", "description", "id"},
-        {"ad_breaks", "backdated_time", "content_category", "custom_labels", "event", "format", "icon",
-         "length", "live_status", "picture", "place", "post_id", "post_views", "views", "title",
-         "file_url"}}},
-      {"story",
-       {"Post",
-        {"created_time", "message", "id", "story"},
-        {"actions",      "application", "attachments", "caption",    "description",
-         "full_picture", "icon",        "is_hidden",   "name",       "object_id",
-         "link",         "picture",     "place",       "properties", "scheduled_publish_time",
-         "shares",       "source",      "status_type", "targeting",  "to",
-         "type",         "likes",       "reactions"}}},
-      {"comment",
-       {"Comment",
-        {"created_time", "from", "message", "id"},
-        {"attachment", "can_remove", "comment_count", "like_count", "user_likes"}}},
-  };
-  return kTypes.at(kind);
-}
 
 std::string TimeText(std::time_t time) { return FormatTime(time, "%Y-%m-%dT%H:%M:%S+0000"); }
 
@@ -94,9 +50,9 @@ json::object OldestMembers(const json::object& all) {
   return body;
 }
 
-std::vector<Field> Fields(const std::vector<std::string_view>& names) {
+std::vector<Field> Fields(const std::vector<std::string>& names) {
   std::vector<Field> fields;
-  for (const std::string_view name : names) fields.push_back({std::string(name), {}, {}});
+  for (const std::string& name : names) fields.push_back({name, {}, {}});
   return fields;
 }
 
@@ -194,7 +150,6 @@ json::object Facebook::AllMembers(const Object& object) const {
 // The requested fields, of which each must exist on this type of node.
 json::object Facebook::Select(const ServiceRequest& request, const std::string& id, const json::object& all,
                               std::string_view kind, const std::vector<Field>& fields) {
-  const NodeType& type = TypeOf(kind);
   json::object body;
   for (const Field& field : fields) {
     const json::value* const value = all.if_contains(field.name);
@@ -210,10 +165,9 @@ json::object Facebook::Select(const ServiceRequest& request, const std::string& 
     } else if (std::ranges::find(kEdges, field.name) != std::end(kEdges)) {
       body[field.name] = EdgePage(request, id, field.name, field.fields, field.limit.value_or(kPageSize));
     } else {
-      const bool exists = std::ranges::find(type.optional, field.name) != type.optional.end() ||
-                          std::ranges::find(type.defaults, field.name) != type.defaults.end();
-      Require(exists, InvalidParameter("Tried accessing nonexisting field (" + field.name +
-                                       ") on node type (" + std::string(type.name) + ")"));
+      Require(HasField(kind, field.name),
+              InvalidParameter("Tried accessing nonexisting field (" + field.name + ") on node type (" +
+                               TypeName(kind) + ")"));
     }
   }
   body["id"] = id;
@@ -232,7 +186,7 @@ json::object Facebook::ReadNode(const ServiceRequest& request, const std::string
                                     : UserMembers();
   const std::vector<Field> fields = RequestedFields(request);
   if (!fields.empty()) return Select(request, id, all, kind, fields);
-  return !VersionOf(request).empty() ? Select(request, id, all, kind, Fields(TypeOf(kind).defaults))
+  return !VersionOf(request).empty() ? Select(request, id, all, kind, Fields(DefaultFields(kind)))
                                      : OldestMembers(all);
 }
 
@@ -304,7 +258,7 @@ json::object Facebook::EdgeMember(const ServiceRequest& request,
   if (!fields.empty()) return Select(request, id, all, kind, fields);
   if (kind == "page") return all;
   return VersionOf(request).empty() ? OldestMembers(all)
-                                    : Select(request, id, all, kind, Fields(TypeOf(kind).defaults));
+                                    : Select(request, id, all, kind, Fields(DefaultFields(kind)));
 }
 
 Reply Facebook::GetEdge(const ServiceRequest& request) {
