@@ -28,9 +28,11 @@ fi
 diff <(sed -nE 's/^([A-Za-z]+).*/\1/p' "$list" | sort) <(awk '{ print $1 }' <<<"$names" | sort) ||
   { echo 'the exports do not match the list'; exit 1; }
 
+address() { awk -v name="$1" '$1 == name { print $2 }' <<<"$names"; }
+
 # An alias must have the address of its target.
 while read -r alias target; do
-  [[ $(awk -v n="$alias" '$1 == n { print $2 }' <<<"$names") == $(awk -v n="$target" '$1 == n { print $2 }' <<<"$names") ]] ||
+  [[ $(address "$alias") == $(address "$target") ]] ||
     { echo "$alias and $target are different functions"; exit 1; }
 done < <(sed -nE 's/^([A-Za-z]+) = ([A-Za-z]+)$/\1 \2/p' "$list")
 echo "$(wc -l <<<"$names") exports match the list"

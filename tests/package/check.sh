@@ -149,7 +149,8 @@ linux_links() {
   for file in bin/velk-publish bin/velk-sandbox try-it.sh; do
     [[ -x $linux/$file ]] || fail "$file is not executable"
   done
-  equal 'the owner of the packed files' "$(tar --numeric-owner -tvzf "$linux_archive" | awk '{ print $2 }' | sort -u)" 0/0
+  equal 'the owner of the packed files' \
+    "$(tar --numeric-owner -tvzf "$linux_archive" | awk '{ print $2 }' | sort -u)" 0/0
 }
 
 # pages FOLDER: every link to a local file must lead to one. The reference has its own start page.
@@ -198,7 +199,8 @@ configured() {
 
 plain_mingw() {
   mkdir plain-mingw
-  "$mingw"-gcc "${strict[@]}" -I "$windows/include" "$tests/host.c" "$windows/lib/LibVelkUpload.dll.a" -o plain-mingw/host.exe
+  "$mingw"-gcc "${strict[@]}" -I "$windows/include" "$tests/host.c" "$windows/lib/LibVelkUpload.dll.a" \
+    -o plain-mingw/host.exe
   cp "$windows/bin/LibVelkUpload.dll" plain-mingw
   runs "$checkout/scripts/wine" plain-mingw/host.exe
 }
@@ -347,7 +349,8 @@ symbols() {
     if [[ -n $name ]]; then
       [[ ${candidate##*/} == "$name" ]] || continue
       # The trailer of a gzip file has the checksum that a debug link uses.
-      [[ $(gzip -1c "$candidate" | tail -c 8 | head -c 4 | od -An -tx4 | tr -d ' ') == $(printf '%08x' "0x$sum") ]] || continue
+      [[ $(gzip -1c "$candidate" | tail -c 8 | head -c 4 | od -An -tx4 | tr -d ' ') == \
+        $(printf '%08x' "0x$sum") ]] || continue
     else
       [[ $(build_id "$candidate") == "$id" ]] || continue
     fi
@@ -369,14 +372,16 @@ import_libraries() {
   local list file
   list=$(sed -nE 's/^([A-Za-z]+).*/\1/p' "$checkout/src/core/exports.list")
   for file in LibVelkUpload.lib LibVelkUpload.dll.a; do
-    same_lines "$file" "$("$mingw"-nm "$windows/lib/$file" 2>/dev/null | sed -nE 's/^[0-9a-f]+ T ([A-Za-z]+)$/\1/p')" "$list"
+    same_lines "$file" \
+      "$("$mingw"-nm "$windows/lib/$file" 2>/dev/null | sed -nE 's/^[0-9a-f]+ T ([A-Za-z]+)$/\1/p')" "$list"
   done
   same_lines LibVelkUpload.def "$(sed -nE 's/^  ([A-Za-z]+).*/\1/p' "$windows/lib/LibVelkUpload.def")" "$list"
 }
 
 verified_differs() {
   ! cmp -s "$windows/bin/LibVelkUpload.dll" "$windows/verified/LibVelkUpload.dll" || fail 'the DLLs are the same file'
-  ! cmp -s "$linux/lib/libvelkupload.so.1" "$linux/verified/libvelkupload.so.1" || fail 'the libraries are the same file'
+  ! cmp -s "$linux/lib/libvelkupload.so.1" "$linux/verified/libvelkupload.so.1" ||
+    fail 'the libraries are the same file'
 }
 
 for file in bin/LibVelkUpload.dll verified/LibVelkUpload.dll bin/velk-sandbox.exe bin/velk-publish.exe; do
@@ -399,7 +404,8 @@ step 'the verified libraries are others' verified_differs
 
 # described_version BILL: the version of the package that a bill of materials describes.
 described_version() {
-  jq -r '([.documentDescribes[]?] + [.relationships[]? | select(.relationshipType == "DESCRIBES") | .relatedSpdxElement])
+  jq -r '([.documentDescribes[]?] +
+      [.relationships[]? | select(.relationshipType == "DESCRIBES") | .relatedSpdxElement])
     as $described | [.packages[] | select(.SPDXID | IN($described[])) | .versionInfo] | unique | join(" ")' "$1"
 }
 
@@ -412,9 +418,11 @@ versions() {
   cmp "$windows/include/velk_upload.h" "$linux/include/velk_upload.h" || fail 'the archives have different headers'
   for folder in "$windows" "$linux"; do
     name=${folder##*/}
-    equal "pkg-config of $name" "$(PKG_CONFIG_LIBDIR="$folder/lib/pkgconfig" pkg-config --modversion velk-upload)" "$version"
+    equal "pkg-config of $name" \
+      "$(PKG_CONFIG_LIBDIR="$folder/lib/pkgconfig" pkg-config --modversion velk-upload)" "$version"
     equal "CMake of $name" \
-      "$(sed -nE 's/^set\(PACKAGE_VERSION "(.*)"\)$/\1/p' "$folder/lib/cmake/VelkUpload/VelkUploadConfigVersion.cmake")" "$version"
+      "$(sed -nE 's/^set\(PACKAGE_VERSION "(.*)"\)$/\1/p' \
+        "$folder/lib/cmake/VelkUpload/VelkUploadConfigVersion.cmake")" "$version"
     bill=$dist/$name.spdx.json
     equal "the bill of materials ${bill##*/}" "$(described_version "$bill")" "$version"
     equal "the newest section of CHANGELOG.md in $name" \

@@ -15,8 +15,8 @@ fail() {
 }
 
 for name in publisher stranger; do
-  openssl req -x509 -newkey rsa:2048 -nodes -sha256 -days 2 -subj "/CN=Test $name" -keyout "$name.key" -out "$name.pem" \
-    -addext 'extendedKeyUsage=codeSigning' -addext 'keyUsage=critical,digitalSignature' 2>openssl.log ||
+  openssl req -x509 -newkey rsa:2048 -nodes -sha256 -days 2 -subj "/CN=Test $name" \
+    -keyout "$name.key" -out "$name.pem" -addext 'extendedKeyUsage=codeSigning' -addext 'keyUsage=critical,digitalSignature' 2>openssl.log ||
     { cat openssl.log; exit 1; }
 done
 
@@ -107,8 +107,10 @@ cp "$exe" last.exe
 program second_time <<'END'
 [[ $file != *first.exe ]] || exec "$(dirname "$0")/signer" -h sha256 "$file"
 END
-! VELK_SIGN=$folder/second_time "$sign" last.exe first.exe 2>errors || fail 'accepted: an unsigned file before a signed one'
-! VELK_SIGN=$folder/second_time "$sign" first.exe last.exe 2>errors || fail 'accepted: an unsigned file after a signed one'
+! VELK_SIGN=$folder/second_time "$sign" last.exe first.exe 2>errors ||
+  fail 'accepted: an unsigned file before a signed one'
+! VELK_SIGN=$folder/second_time "$sign" first.exe last.exe 2>errors ||
+  fail 'accepted: an unsigned file after a signed one'
 for name in README.md none.exe; do
   ! VELK_SIGN="$folder/signer -h sha256" "$sign" "$name" 2>errors || fail "accepted: $name"
 done

@@ -17,7 +17,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
 
-cmake -S "$tests/subproject" -B build -G Ninja -DCHECKOUT="$checkout" >log 2>&1 || { cat log; fail 'does not configure'; }
+cmake -S "$tests/subproject" -B build -G Ninja -DCHECKOUT="$checkout" >log 2>&1 ||
+  { cat log; fail 'does not configure'; }
 # Without the sandbox and the tests, everything is the library and the parent.
 cmake --build build -j 2 >log 2>&1 || { tail -n 40 log; fail "the parent's warnings are errors, or the build fails"; }
 grep -F 'src/core/' log >/dev/null || fail 'the library was not compiled'

@@ -23,22 +23,24 @@ std::vector<Operation> AllocationFailures::Operations() {
   const std::vector<int32_t> request = {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY};
   const Operation internal[] = {
       {"GetYoutubeCategoryTitle",
-       [this] {
-         return GetYoutubeCategoryTitle(
-             "t", "20", std::span<char, kCategoryTitleCapacity>(text, kCategoryTitleCapacity));
+       [] {
+         char title[kCategoryTitleCapacity];
+         return GetYoutubeCategoryTitle("t", "20", title);
        },
        {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY, VELK_NO_TITLE}},
       {"BuildAtomEntry",
        [this] {
-         size = sizeof text;
-         return BuildAtomEntry(&video, text, &size, "News");
+         char entry[8192];
+         int32_t size = sizeof entry;
+         return BuildAtomEntry(&host.video, entry, &size, "News");
        },
        {VELK_OUT_OF_MEMORY}},
       {"RequestUploadToken",
        [this] {
-         int32_t urlCapacity = 1024;
-         int32_t tokenCapacity = 1024;
-         return RequestUploadToken("t", nullptr, "<entry/>", text, &urlCapacity, other, &tokenCapacity);
+         char token[1024];
+         int32_t urlCapacity = sizeof host.text;
+         int32_t tokenCapacity = sizeof token;
+         return RequestUploadToken("t", nullptr, "<entry/>", host.text, &urlCapacity, token, &tokenCapacity);
        },
        {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY, VELK_UNEXPECTED_REPLY}},
       {"ParseUploadTokenReply",
@@ -49,11 +51,15 @@ std::vector<Operation> AllocationFailures::Operations() {
        },
        {VELK_UNEXPECTED_REPLY}},
       {"PostBrowserUploadForm",
-       [this] { return PostBrowserUploadForm(&uploader, "t", path.c_str(), text, formUrl.c_str(), "token"); },
+       [this] {
+         return PostBrowserUploadForm(&host.uploader, "t", host.video.filePath, host.text, formUrl.c_str(),
+                                      "token");
+       },
        request},
       {"EscapeControlChars",
        [this] {
-         return EscapeControlChars(video.title, sizeof video.title) == 0 ? VELK_OK : VELK_OUT_OF_MEMORY;
+         return EscapeControlChars(host.video.title, sizeof host.video.title) == 0 ? VELK_OK
+                                                                                   : VELK_OUT_OF_MEMORY;
        },
        {VELK_OUT_OF_MEMORY}},
       {"XmlParseString",
@@ -84,21 +90,22 @@ TEST_F(AllocationFailures, ReturnExpectedCodesInCurl) {
 TEST_F(AllocationFailures, TreatAnUnallocatedReplyAsEmpty) {
   sandbox.Reset();
   sandbox.Add({.times = 0});
-  const auto identity = [this](int32_t nameSize) {
-    return GetFacebookUserNameEmail("t", text, &nameSize, other, &size);
+  int32_t emailSize = 0;
+  const auto identity = [&](int32_t nameSize) {
+    return GetFacebookUserNameEmail("t", host.text, &nameSize, host.email, &emailSize);
   };
   const std::pair<int32_t, std::function<int32_t()>> rows[] = {
       {VELK_BUFFER_TOO_SMALL, [=] { return identity(1); }},  // which writes the e-mail's size
       {VELK_UNEXPECTED_REPLY, [=] { return identity(1); }},
       {VELK_BUFFER_TOO_SMALL, [=] { return identity(0); }},
-      {VELK_OK, [this] { return GetFacebookPhotoUrl("t", "12", text, nullptr); }},
-      {VELK_TRANSFER_FAILED, [this] { return GetFacebookVideoEmbedUrl("t", "12", text, nullptr); }},
+      {VELK_OK, [this] { return CallNamed("GetFacebookPhotoUrl").run(host); }},
+      {VELK_TRANSFER_FAILED, [this] { return CallNamed("GetFacebookVideoEmbedUrl").run(host); }},
   };
   for (const auto& [code, call] : rows) {
     const FailingAllocation failing(Allocator::kLibrary, 0);
     EXPECT_EQ(call(), code);
   }
-  EXPECT_EQ(size, 1);
+  EXPECT_EQ(emailSize, 1);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #include "torture/fixture.h"
 
 #include <algorithm>
+#include <map>
+#include <string_view>
 
 namespace velk::test {
 namespace {
@@ -14,18 +16,7 @@ constexpr const char* kTokens = "oauth_token=t&oauth_token_secret=s&user_id=7&sc
 }  // namespace
 
 AllocationTest::AllocationTest() {
-  Fill(video.filePath, path);
-  Fill(video.title, "title");
-  Fill(video.description, "description");
-  Fill(video.privacyStatus, "private");
-  Fill(video.categoryId, "22");
-  Fill(video.tags, "one\ntwo");
-  Fill(facebook.filePath, path);
-  for (char* field : {facebook.title, facebook.description, facebook.privacy, facebook.link}) *field = 'x';
-  const size_t name = path.find_last_of("/\\");
-  Fill(photo.folderPath, path.substr(0, name));
-  Fill(photo.fileName, path.substr(name + 1));
-  Fill(photo.statusText, "text");
+  Fill(host.post.link, "http://l/");
   // One reply that almost every request accepts as success. Only the session and token requests need their
   // own.
   sandbox.Add({.path = "/upload/youtube/v3/videos",
@@ -55,64 +46,46 @@ int AllocationTest::Torture(const Operation& operation, Allocator allocator) {
 
 std::vector<Operation> AllocationTest::Exports() {
   using Codes = std::vector<int32_t>;
-  const Codes request = {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY};
+  const Codes usual = {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY};
   const Codes identified = {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY, VELK_NO_IDENTIFIER};
   const Codes signedRequest = {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY,
                                VELK_CREDENTIALS_REFUSED, VELK_NO_IDENTIFIER};
-  const Codes updated = {VELK_PRIVACY_NOT_UPDATED, VELK_TEXT_NOT_UPDATED, VELK_MESSAGE_NOT_UPDATED};
-  const auto freed = [](FileUploader* made, int32_t (*uninit)(FileUploader*)) {
+  const std::map<std::string_view, Codes> others = {
+      {"StartYoutubeUploadFile", identified},
+      {"StartFacebookUploadVideo", identified},
+      {"StartFacebookUploadPhoto",
+       {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY, VELK_PRIVACY_NOT_UPDATED}},
+      {"PostFacebookComment", identified},
+      {"GetFacebookUserPagesList", {VELK_TRANSFER_FAILED, VELK_UNEXPECTED_REPLY}},
+      {"SetFacebookUpdateInfo message", {VELK_MESSAGE_NOT_UPDATED}},
+      {"SetFacebookUpdateInfo privacy and message", {VELK_PRIVACY_NOT_UPDATED, VELK_TEXT_NOT_UPDATED}},
+      {"SetFacebookUpdateInfo description", {VELK_TEXT_NOT_UPDATED}},
+  };
+  const auto released = [](FileUploader* made, int32_t (*uninit)(FileUploader*)) {
     return made ? uninit(made) : VELK_OUT_OF_MEMORY;
   };
-  const auto update = [this](uint32_t kind) {
-    facebook.updateKind = kind;
-    return SetFacebookUpdateInfo("token", "12", &facebook);
-  };
-  return {
-      {"InitYoutube",
-       [=] { return freed(InitYoutubeFileUploder(), UninitYoutubeFileUploder); },
+  std::vector<Operation> operations = {
+      {"InitYoutubeFileUploder",
+       [=] { return released(InitYoutubeFileUploder(), UninitYoutubeFileUploder); },
        {VELK_OUT_OF_MEMORY}},
-      {"InitFacebook",
-       [=] { return freed(InitFacebookFileUploder(), UninitFacebookFileUploder); },
+      {"InitFacebookFileUploder",
+       [=] { return released(InitFacebookFileUploder(), UninitFacebookFileUploder); },
        {VELK_OUT_OF_MEMORY}},
-      {"StartYoutubeUploadFile", [this] { return StartYoutubeUploadFile(&uploader, "token", &video, text); },
-       identified},
-      {"SetYoutubeUploadFileUpdateInfo",
-       [this] { return SetYoutubeUploadFileUpdateInfo("token", "v", &video); }, request},
-      {"ExangeFacebookAccessToken",
-       [this] { return ExangeFacebookAccessToken("a", "s", "t", text, &number, &number); }, request},
-      {"CheckFacebookAccessTokenValid", [this] { return CheckFacebookAccessTokenValid("a", "t", &number); },
-       request},
-      {"GetFacebookUserNameEmail",
-       [this] { return GetFacebookUserNameEmail("t", text, &size, other, &size); }, request},
-      {"StartFacebookUploadVideo",
-       [this] { return StartFacebookUploadVideo(&uploader, "t", &facebook, text); }, identified},
-      {"StartFacebookUploadPhoto",
-       [this] { return StartFacebookUploadPhoto(&uploader, "t", &facebook, text); },
-       {VELK_TRANSFER_FAILED, VELK_NO_HANDLE, VELK_OUT_OF_MEMORY, VELK_PRIVACY_NOT_UPDATED}},
-      {"PostFacebookComment", [this] { return PostFacebookComment("t", &facebook, text); }, identified},
-      {"GetFacebookUserPagesList",
-       [this] {
-         FacebookPage* pages = nullptr;
-         const int32_t result = GetFacebookUserPagesList("t", &pages, &size);
-         FreeFacebookUserPagesList(&pages);
-         return result;
-       },
-       {VELK_TRANSFER_FAILED, VELK_UNEXPECTED_REPLY}},
-      {"SetFacebookUpdateInfo 0", [=] { return update(0); }, updated},
-      {"SetFacebookUpdateInfo 1", [=] { return update(1); }, updated},
-      {"SetFacebookUpdateInfo 2", [=] { return update(2); }, updated},
-      {"GetFacebookPhotoUrl", [this] { return GetFacebookPhotoUrl("t", "12", text, nullptr); }, request},
-      {"GetFacebookVideoEmbedUrl", [this] { return GetFacebookVideoEmbedUrl("t", "12", text, nullptr); },
-       request},
-      {"GetTwitterOauthUrl", [this] { return GetTwitterOauthUrl("c", "c-secret", nullptr, text); },
-       signedRequest, true},
-      {"GetTwitterAccessToken", [this] { return GetTwitterAccessToken(&access, &token); }, signedRequest,
-       true},
-      {"PostTwitterComment", [this] { return PostTwitterComment(&consumer, &token, "text", ""); },
-       signedRequest, true},
-      {"StartTwitterUploadPhoto",
-       [this] { return StartTwitterUploadPhoto(&uploader, &consumer, &token, &photo); }, signedRequest, true},
   };
+  for (const Call& call : Calls()) {
+    const auto found = others.find(call.name);
+    const auto run = [this, &call] {
+      const int32_t result = call.run(host);
+      FreeFacebookUserPagesList(&host.pages);
+      return result;
+    };
+    operations.push_back({call.name, run,
+                          found != others.end() ? found->second
+                          : call.isSigned       ? signedRequest
+                                                : usual,
+                          call.isSigned});
+  }
+  return operations;
 }
 
 }  // namespace velk::test

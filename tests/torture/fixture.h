@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "api/service_test.h"
+#include "support/host.h"
+#include "support/service_fixture.h"
 #include "torture/failures.h"
 
 namespace velk::test {
@@ -30,18 +31,7 @@ class AllocationTest : public ServiceTest {
   int Torture(const Operation& operation, Allocator allocator);
 
   TempFile file{"clip.mp4", RandomBytes(3000, 1)};
-  const std::string path = file.Path();
-  YoutubeUploadInfo video{};
-  FacebookUploadInfo facebook{};
-  TwitterConsumer consumer{"c", "c-secret"};
-  TwitterAccessToken token{"t", "t-secret", "7", "name"};
-  TwitterAccessRequest access{"c", "c-secret", "r", "1"};
-  TwitterUploadFile photo{};
-  FileUploader uploader{};
-  char text[8192] = "";
-  char other[1024] = "";
-  uint32_t number = 0;
-  int32_t size = 0;
+  Host host{file.Path()};
 };
 
 }  // namespace velk::test

@@ -9,7 +9,7 @@
 #include <new>
 #include <system_error>
 
-#include "support/sandbox.h"
+#include "support/files.h"
 
 namespace velk {
 namespace {

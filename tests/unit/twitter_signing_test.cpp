@@ -97,15 +97,19 @@ std::vector<Vector> Computed() {
   };
 }
 
-TEST(SignRequest, MatchesKnownSignatures) {
-  for (const auto& vectors : {Published(), Computed()}) {
-    for (const Vector& row : vectors) {
-      SCOPED_TRACE(row.signature);
-      const std::string query =
-          SignRequest(row.url, row.postArguments, row.method, row.keys, OauthForm::kQuery);
-      EXPECT_EQ(Value(query, "oauth_signature="), Escaped(row.signature));
+TEST(SignRequest, MatchesKnownSignaturesOnTwoThreadsAtOnce) {
+  const auto sign = [](const std::vector<Vector>& vectors) {
+    for (int round = 0; round < 100; ++round) {
+      for (const Vector& row : vectors) {
+        const std::string query =
+            SignRequest(row.url, row.postArguments, row.method, row.keys, OauthForm::kQuery);
+        ASSERT_EQ(Value(query, "oauth_signature="), Escaped(row.signature));
+      }
     }
-  }
+  };
+  std::thread other(sign, Published());
+  sign(Computed());
+  other.join();
 }
 
 TEST(SignRequest, WritesAllThreeForms) {
@@ -169,19 +173,6 @@ TEST(SignRequest, GeneratesANonceAndTheCurrentTimestamp) {
     EXPECT_GT(std::ranges::count(drawn, character), 40) << character;
     EXPECT_LT(std::ranges::count(drawn, character), 180) << character;
   }
-}
-
-TEST(SignRequest, SignsOnConcurrentThreads) {
-  const auto sign = [](const std::string& word) {
-    const std::string url = "https://a.b/c?" + word + "=1&" + word + "=2&" + word + "=3";
-    for (int round = 0; round < 500; ++round) {
-      const std::string query = SignRequest(url, {}, "GET", kKeys, OauthForm::kQuery);
-      ASSERT_TRUE(query.starts_with(url + "oauth_consumer_key=")) << query;
-    }
-  };
-  std::thread other(sign, "other");
-  sign("this");
-  other.join();
 }
 
 }  // namespace

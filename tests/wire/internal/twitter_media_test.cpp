@@ -1,5 +1,5 @@
 // The steps of a photo upload where no exported call exposes them: missing arguments, and the status query.
-#include "api/service_test.h"
+#include "support/service_fixture.h"
 #include "twitter/twitter.h"
 
 namespace velk::twitter {
@@ -93,14 +93,6 @@ TEST_F(TwitterMedia, MapsEveryStatusReplyToItsCode) {
     EXPECT_EQ(TwitterMediaStatus(connections, &consumer, &token, mediaId), result)
         << script.status << script.body;
   }
-}
-
-TEST(MediaExtension, FollowsTheLastDot) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"a.b.gif", "gif"}, {".hidden", "hid"}, {"x.j", "j"},         {"photo.", "pho"},
-      {"...", ""},        {"", ""},           {"a..jpeg..", "jpe"},
-  };
-  for (const auto& [name, extension] : rows) EXPECT_EQ(MediaExtension(name), extension) << name;
 }
 
 }  // namespace

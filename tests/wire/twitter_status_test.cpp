@@ -1,5 +1,5 @@
 // Posting a tweet: the exact request, the signature of every text, and every result code.
-#include "api/twitter_test.h"
+#include "support/twitter_fixture.h"
 
 namespace velk::test {
 namespace {
@@ -94,10 +94,7 @@ TEST_F(TwitterStatus, ReportsRejectionsByTheService) {
 }
 
 TEST_F(TwitterStatus, ValidatesArgumentsBeforeSending) {
-  EXPECT_EQ(PostTwitterComment(nullptr, &token, "", ""), VELK_MISSING_ARGUMENT);
-  EXPECT_EQ(PostTwitterComment(&consumer, nullptr, "", ""), VELK_MISSING_ARGUMENT);
-  EXPECT_EQ(PostTwitterComment(&consumer, &token, nullptr, ""), VELK_MISSING_ARGUMENT);
-  EXPECT_EQ(PostTwitterComment(&consumer, &token, "", nullptr), VELK_MISSING_ARGUMENT);
+  ExpectRequired<0, 1, 2, 3>("PostTwitterComment", PostTwitterComment, &consumer, &token, "", "");
   for (char* field : {consumer.consumerKey, consumer.consumerSecret}) {
     const char kept = std::exchange(*field, '\0');
     EXPECT_EQ(Post(std::string(421, 'x')), VELK_MISSING_ARGUMENT) << "reported before the length";

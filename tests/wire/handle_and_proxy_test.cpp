@@ -4,8 +4,9 @@
 #include <cstring>
 #include <string>
 
-#include "velk_upload.h"
+#include "support/records.h"
 
+namespace velk::test {
 namespace {
 
 using Progress = int32_t (*)(const FileUploader*, double*, double*);
@@ -22,22 +23,21 @@ TEST(Uploader, TwitterAndFacebookNamesReferToTheSameFunction) {
 TEST(Uploader, RejectsNullPointers) {
   FileUploader uploader{1, 2, 1, 0};
   double figure = 0;
-  for (const Progress progress :
-       {Progress{GetFacebookUploadFileProgress}, Progress{GetYoutubeUploadFileProgress}}) {
-    EXPECT_EQ(progress(nullptr, &figure, &figure), VELK_MISSING_ARGUMENT);
-    EXPECT_EQ(progress(&uploader, nullptr, &figure), VELK_MISSING_ARGUMENT);
-    EXPECT_EQ(progress(&uploader, &figure, nullptr), VELK_MISSING_ARGUMENT);
-  }
-  for (const OnHandle call : {OnHandle{CancelFacebookUploadFile}, OnHandle{UninitFacebookFileUploder},
-                              OnHandle{CancelYoutubeUploadFile}, OnHandle{UninitYoutubeFileUploder}})
-    EXPECT_EQ(call(nullptr), VELK_MISSING_ARGUMENT);
+  ExpectRequired<0, 1, 2>("Facebook's progress", GetFacebookUploadFileProgress, &uploader, &figure, &figure);
+  ExpectRequired<0, 1, 2>("YouTube's progress", GetYoutubeUploadFileProgress, &uploader, &figure, &figure);
+  ExpectRequired<0>("CancelFacebookUploadFile", CancelFacebookUploadFile, &uploader);
+  ExpectRequired<0>("CancelYoutubeUploadFile", CancelYoutubeUploadFile, &uploader);
+  ExpectRequired<0>("UninitFacebookFileUploder", UninitFacebookFileUploder, &uploader);
+  ExpectRequired<0>("UninitYoutubeFileUploder", UninitYoutubeFileUploder, &uploader);
 }
 
 TEST(Uploader, TracksItsState) {
   FileUploader* uploader = InitTwitterFileUploder();
   ASSERT_NE(uploader, nullptr);
-  const FileUploader zeroed{};
-  EXPECT_EQ(std::memcmp(uploader, &zeroed, sizeof zeroed), 0);
+  EXPECT_EQ(uploader->uploadedBytes, 0);
+  EXPECT_EQ(uploader->totalBytes, 0);
+  EXPECT_EQ(uploader->state, 0U);
+  EXPECT_EQ(uploader->cancelRequested, 0U);
 
   double uploaded = -1;
   double total = -1;
@@ -117,8 +117,8 @@ TEST(Proxy, RequiresABufferForTheWholeSetting) {
   size = -1;
   EXPECT_EQ(GetLibVelkUploadProxy(text, &size), VELK_BUFFER_TOO_SMALL);
   EXPECT_STREQ(text, "untouched");
-  EXPECT_EQ(GetLibVelkUploadProxy(nullptr, &size), VELK_MISSING_ARGUMENT);
-  EXPECT_EQ(GetLibVelkUploadProxy(text, nullptr), VELK_MISSING_ARGUMENT);
+  ExpectRequired<0, 1>("GetLibVelkUploadProxy", GetLibVelkUploadProxy, text, &size);
 }
 
 }  // namespace
+}  // namespace velk::test

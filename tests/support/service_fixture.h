@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/files.h"
+#include "support/records.h"
 #include "support/sandbox.h"
 #include "velk_upload.h"
 
@@ -45,22 +47,6 @@ inline std::vector<Media> MediaToUpload() {
 
 // The URL of a proxy that refuses every connection.
 constexpr const char* kRefusingProxy = "http://127.0.0.1:1";
-
-// Fills a record's field. A string that does not fit is an error in the test.
-template <size_t width>
-void Fill(char (&field)[width], const std::string& text) {
-  ASSERT_LE(text.size(), width);
-  std::fill(std::begin(field), std::end(field), '\0');
-  text.copy(field, width);
-}
-
-inline void ExpectTenSecondLimit(const std::function<int32_t()>& call) {
-  const auto began = std::chrono::steady_clock::now();
-  EXPECT_EQ(call(), VELK_TRANSFER_FAILED);
-  const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - began;
-  EXPECT_GE(waited.count(), 9);
-  EXPECT_LE(waited.count(), 13);
-}
 
 // Starts an upload on another thread, cancels it through its handle once it reports progress, and returns the
 // upload's result. `index` is the request to cancel. `total` receives the size that the handle reports.

@@ -5,11 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "api/service_test.h"
+#include "support/service_fixture.h"
 
 namespace velk::test {
 
-constexpr const char* kUntouched = "untouched";
 constexpr const char* kRejectedToken =
     R"({"error":{"message":"Error validating access token: Session has expired","type":"OAuthException"}})";
 

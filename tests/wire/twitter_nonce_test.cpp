@@ -5,7 +5,7 @@
 #include <regex>
 #include <set>
 
-#include "api/twitter_test.h"
+#include "support/twitter_fixture.h"
 
 namespace velk::test {
 namespace {
@@ -34,13 +34,6 @@ class TwitterNonces : public TwitterTest {
     ExpectVerified(kSignatures);
   }
 };
-
-TEST_F(TwitterNonces, DifferOnConcurrentThreads) {
-  std::vector<std::thread> threads;
-  for (int number = 0; number < kSignatures; ++number) threads.emplace_back([=, this] { Tweet(number); });
-  for (std::thread& thread : threads) thread.join();
-  ExpectAllDifferent();
-}
 
 TEST_F(TwitterNonces, DifferOnSuccessiveThreads) {
   for (int number = 0; number < kSignatures; ++number) std::thread([=, this] { Tweet(number); }).join();

@@ -1,7 +1,7 @@
 // Video and photo uploads to Facebook: the exact forms, the choice of host, faults and cancellation.
-#include <boost/json/serialize.hpp>
+#include <boost/json.hpp>
 
-#include "api/facebook_test.h"
+#include "support/facebook_fixture.h"
 
 namespace velk::test {
 namespace {
@@ -153,7 +153,7 @@ TEST_F(FacebookUpload, FallsBackToTheVideoHostAfterAnyFailure) {
     SCOPED_TRACE(row.name);
     sandbox.Reset();
     Fill(text, kUntouched);
-    for (Script script : {row.first, row.second}) sandbox.Add(script);
+    for (const Script& script : {row.first, row.second}) sandbox.Add(script);
     EXPECT_EQ(Video(), row.result);
     EXPECT_STREQ(text, row.result == VELK_OK ? "v1" : kUntouched);
     EXPECT_EQ(Hosts(), row.hosts);

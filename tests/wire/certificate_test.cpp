@@ -1,5 +1,5 @@
 // How the default build treats certificates: it verifies no chain, and compares the host name on Linux only.
-#include "api/service_test.h"
+#include "support/service_fixture.h"
 
 namespace velk::test {
 namespace {

@@ -1,7 +1,7 @@
 // The common fixture of the Twitter tests: a consumer and a user that the simulated service knows.
 #pragma once
 
-#include "api/service_test.h"
+#include "support/service_fixture.h"
 
 namespace velk::test {
 
@@ -19,16 +19,10 @@ class TwitterTest : public ServiceTest {
     Fill(token.screenName, "velk");
   }
 
-  boost::json::object Service() { return sandbox.State().at("twitter").as_object(); }
-  std::uint64_t Count(const char* what) { return Service().at(what).to_number<std::uint64_t>(); }
-  // Returns the values of one member of all tweets or media, in order.
-  std::vector<std::string> All(const char* kind, const char* member) {
-    std::vector<std::string> texts;
-    const boost::json::object service = Service();
-    for (const boost::json::value& one : service.at(kind).as_array())
-      texts.emplace_back(one.at(member).as_string());
-    return texts;
-  }
+  // The state of the service, a count in it, and the values of one member of all tweets or media, in order.
+  boost::json::object Service();
+  std::uint64_t Count(const char* what);
+  std::vector<std::string> All(const char* kind, const char* member);
   // Expects that the service verified this number of requests and rejected none. It recomputes every
   // signature.
   void ExpectVerified(std::uint64_t requests) {

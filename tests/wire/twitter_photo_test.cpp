@@ -1,8 +1,10 @@
 // Publishing a photo: the exact requests, file sizes, names, states, result codes and cancellation.
+#include <boost/json.hpp>
 #include <chrono>
+#include <map>
 #include <thread>
 
-#include "api/twitter_test.h"
+#include "support/twitter_fixture.h"
 
 namespace velk::test {
 namespace {
@@ -18,12 +20,7 @@ class TwitterPhoto : public TwitterTest {
     EXPECT_EQ(UninitTwitterFileUploder(uploader), VELK_OK);
   }
 
-  void Choose(const TempFile& file) {
-    const std::string path = file.Path();
-    const size_t separator = path.find_last_of("/\\");
-    Fill(upload.folderPath, path.substr(0, separator));
-    Fill(upload.fileName, path.substr(separator + 1));
-  }
+  void Choose(const TempFile& file) { FillPath(upload, file.Path()); }
 
   int32_t Start() { return StartTwitterUploadPhoto(uploader, &consumer, &token, &upload); }
   int32_t Start(const TempFile& file) {
@@ -64,7 +61,7 @@ std::string FieldsOf(const Request& request) {
 }
 
 TEST_F(TwitterPhoto, SendsTheExactRequests) {
-  const std::string content = "not\0much\xFF of a photo\r\n--" + RandomBytes(1000, 1);
+  const std::string content = std::string("not\0much\xFF of a photo\r\n--", 24) + RandomBytes(1000, 1);
   ScriptReplies({{.status = 202, .body = R"({"media_id_string":"71\/0"})"},
                  {.status = 204},
                  {.body = R"({"processing_info":{"state":"pending"}})"}});
@@ -83,7 +80,7 @@ TEST_F(TwitterPhoto, SendsTheExactRequests) {
                 "Authorization: OAuth QUOTED\r\nContent-Length: " + std::to_string(request.bodySize) +
                     "\r\nContent-Type: multipart/form-data; BOUNDARY");
   };
-  for (const size_t step : {0, 1, 2}) EXPECT_EQ(Masked(requests[step].head), form(requests[step]));
+  for (const size_t step : {0U, 1U, 2U}) EXPECT_EQ(Masked(requests[step].head), form(requests[step]));
   EXPECT_EQ(Masked(requests[3].head), head("GET /1.1/media/upload.json?command=STATUS&media_id=pending",
                                            kUploadHost, "Authorization: OAuth BARE"));
   EXPECT_EQ(Masked(requests[4].head),
@@ -237,38 +234,39 @@ TEST_F(TwitterPhoto, UsesTheIdentifiersAndStatesOfTheService) {
 TEST_F(TwitterPhoto, MapsEveryReplyToItsCode) {
   const std::string credentials = "Could not authenticate you";
   const std::string duplicate = "Status is a duplicate.";
+  enum Step { kInit, kAppend, kFinalize, kTweet };
   const std::string all[] = {"INIT ", "APPEND ", "FINALIZE ", "TWEET "};
   struct Row {
     const char* name;
-    int step;      // the step that gets the reply; the steps before it succeed
+    Step step;     // it gets the reply; the steps before it succeed
     Script reply;  // two resets where a step is retried on a new connection
     int32_t result;
   };
   const Row rows[] = {
-      {"INIT 201", 0, Reply(201), VELK_UNEXPECTED_REPLY},
-      {"INIT 401", 0, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
-      {"INIT 403", 0, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
-      {"INIT reset", 0, {.reset = true}, VELK_UNEXPECTED_REPLY},
-      {"APPEND 202", 1, Reply(202), VELK_UNEXPECTED_REPLY},
-      {"APPEND 400", 1, Reply(400, credentials), VELK_CREDENTIALS_REFUSED},
-      {"APPEND 403", 1, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
-      {"APPEND reset", 1, {.times = 2, .reset = true}, VELK_TRANSFER_FAILED},
-      {"FINALIZE 202", 2, Reply(202), VELK_UNEXPECTED_REPLY},
-      {"FINALIZE 204", 2, Reply(204), VELK_UNEXPECTED_REPLY},
-      {"FINALIZE 401", 2, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
-      {"FINALIZE 403", 2, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
-      {"FINALIZE reset", 2, {.times = 2, .reset = true}, VELK_TRANSFER_FAILED},
-      {"tweet 401", 3, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
-      {"tweet 403", 3, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
-      {"tweet reset", 3, {.reset = true}, VELK_TRANSFER_FAILED},
-      {"200 throughout", 3, Reply(200), VELK_OK},
+      {"INIT 201", kInit, Reply(201), VELK_UNEXPECTED_REPLY},
+      {"INIT 401", kInit, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
+      {"INIT 403", kInit, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
+      {"INIT reset", kInit, {.reset = true}, VELK_UNEXPECTED_REPLY},
+      {"APPEND 202", kAppend, Reply(202), VELK_UNEXPECTED_REPLY},
+      {"APPEND 400", kAppend, Reply(400, credentials), VELK_CREDENTIALS_REFUSED},
+      {"APPEND 403", kAppend, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
+      {"APPEND reset", kAppend, {.times = 2, .reset = true}, VELK_TRANSFER_FAILED},
+      {"FINALIZE 202", kFinalize, Reply(202), VELK_UNEXPECTED_REPLY},
+      {"FINALIZE 204", kFinalize, Reply(204), VELK_UNEXPECTED_REPLY},
+      {"FINALIZE 401", kFinalize, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
+      {"FINALIZE 403", kFinalize, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
+      {"FINALIZE reset", kFinalize, {.times = 2, .reset = true}, VELK_TRANSFER_FAILED},
+      {"tweet 401", kTweet, Reply(401, credentials), VELK_CREDENTIALS_REFUSED},
+      {"tweet 403", kTweet, Reply(403, duplicate), VELK_DUPLICATE_STATUS},
+      {"tweet reset", kTweet, {.reset = true}, VELK_TRANSFER_FAILED},
+      {"200 throughout", kTweet, Reply(200), VELK_OK},
   };
   const TempFile photo("photo.png", "content");
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     sandbox.Reset();
     std::string steps = all[0];
-    for (int step = 0; step < row.step; ++step) {
+    for (int step = kInit; step < row.step; ++step) {
       sandbox.Add(Reply(200, R"({"media_id_string":"9"})"));
       steps += all[step + 1];
     }
@@ -280,38 +278,21 @@ TEST_F(TwitterPhoto, MapsEveryReplyToItsCode) {
   EXPECT_TRUE(Deletable(photo)) << "no failure leaves the file open";
 }
 
-TEST_F(TwitterPhoto, IgnoresABrokenInitReply) {
+TEST_F(TwitterPhoto, JudgesInitByItsStatusAlone) {
   const std::string body = R"({"media_id_string":"9","expires":1})";
   ScriptReplies({{.body = body, .cutBodyAfter = body.size() - 3, .reset = true}, {}, {}});
   sandbox.Add({.path = kTweetPath});
   EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_OK) << "the status had already arrived";
   EXPECT_EQ(Steps(), "INIT APPEND FINALIZE TWEET ");
-}
 
-TEST_F(TwitterPhoto, ReportsConnectTimeoutsOfEachStep) {
-  // The number of connections that open before the silent one. Each step opens one.
-  const std::pair<int, int32_t> rows[] = {
-      {0, VELK_UNEXPECTED_REPLY}, {1, VELK_TOO_LARGE}, {2, VELK_TOO_LARGE}, {3, VELK_TRANSFER_FAILED}};
-  const TempFile photo("photo.png", Png("content"));
-  for (const auto& [opened, result] : rows) {
-    SCOPED_TRACE(opened);
-    sandbox.Reset();
-    // No connection is reused, so that each step opens its own.
-    sandbox.Add({.times = 0, .passThrough = true, .hangUp = true});
-    if (opened > 0) sandbox.Add({.method = "CONNECT", .times = opened, .passThrough = true});
-    sandbox.Add({.method = "CONNECT", .neverAnswer = true});
-    EXPECT_EQ(Start(photo), result);
-  }
   SetLibVelkUploadProxy(kRefusingProxy);
-  EXPECT_EQ(Start(photo), VELK_UNEXPECTED_REPLY) << "INIT depends on the status only";
+  EXPECT_EQ(Start(TempFile("photo.png", "content")), VELK_UNEXPECTED_REPLY) << "no status arrived";
 }
 
 TEST_F(TwitterPhoto, ValidatesArgumentsBeforeSending) {
   Choose(TempFile("photo.png", "gone at once"));
-  EXPECT_EQ(StartTwitterUploadPhoto(nullptr, &consumer, &token, &upload), VELK_MISSING_ARGUMENT);
-  EXPECT_EQ(StartTwitterUploadPhoto(uploader, nullptr, &token, &upload), VELK_MISSING_ARGUMENT);
-  EXPECT_EQ(StartTwitterUploadPhoto(uploader, &consumer, nullptr, &upload), VELK_MISSING_ARGUMENT);
-  EXPECT_EQ(StartTwitterUploadPhoto(uploader, &consumer, &token, nullptr), VELK_MISSING_ARGUMENT);
+  ExpectRequired<0, 1, 2, 3>("StartTwitterUploadPhoto", StartTwitterUploadPhoto, uploader, &consumer, &token,
+                             &upload);
   for (char* field : {consumer.consumerKey, consumer.consumerSecret, token.oauthToken, token.oauthTokenSecret,
                       token.userId, token.screenName, upload.statusText}) {
     const char kept = std::exchange(*field, '\0');
@@ -383,21 +364,39 @@ TEST_F(TwitterPhoto, CancelsDuringASegmentFromAnotherThread) {
   EXPECT_EQ(Start(TempFile("photo.png", "")), VELK_OK) << "only segments check for it";
 }
 
-TEST_F(TwitterPhoto, RunsOnTwoThreadsConcurrently) {
-  const TempFile photo("photo.png", Png(RandomBytes(kSegment - 8, 6)));
-  Choose(photo);
-  TwitterUploadFile other = upload;
+TEST_F(TwitterPhoto, PublishesTwoPhotosAtOnce) {
+  const std::string content = Png(RandomBytes(kSegment - 8, 6));
+  const std::string otherContent = Png(RandomBytes(kSegment - 8, 7));
+  const TempFile photo("photo.png", content);
+  const TempFile otherPhoto("other.png", otherContent);
+  TwitterUploadFile other{};
+  FillPath(other, otherPhoto.Path());
   Fill(other.statusText, "look again");
   FileUploader* second = InitTwitterFileUploder();
-  int32_t results[] = {VELK_BUSY, VELK_BUSY};
-  std::thread first([&] { results[0] = Start(); });
-  std::thread next([&] { results[1] = StartTwitterUploadPhoto(second, &consumer, &token, &other); });
-  first.join();
-  next.join();
-  EXPECT_EQ(results[0], VELK_OK);
-  EXPECT_EQ(results[1], VELK_OK);
-  EXPECT_EQ(All("tweets", "text").size(), 2U);
-  EXPECT_EQ(Count("verified"), 8U);
+  // Each INIT waits for the other, so that the uploads overlap.
+  sandbox.Add({.host = kUploadHost, .times = 2, .passThrough = true, .delayMs = 200});
+  int32_t otherResult = VELK_BUSY;
+  std::thread thread([&] { otherResult = StartTwitterUploadPhoto(second, &consumer, &token, &other); });
+  EXPECT_EQ(Start(photo), VELK_OK);
+  thread.join();
+  EXPECT_EQ(otherResult, VELK_OK);
+
+  std::map<std::string, std::string> published;  // from the text of a tweet to the content of its photo
+  const boost::json::object service = Service();
+  for (const boost::json::value& tweet : service.at("tweets").as_array()) {
+    for (const boost::json::value& media : service.at("media").as_array()) {
+      if (media.at("id") == tweet.at("mediaIds"))
+        published[std::string(tweet.at("text").as_string())] = media.at("sha256").as_string();
+    }
+  }
+  const std::map<std::string, std::string> expected{{"look", Sha256(content)},
+                                                    {"look again", Sha256(otherContent)}};
+  EXPECT_EQ(published, expected);
+  ExpectVerified(8);
+  for (const FileUploader* each : {uploader, second}) {
+    EXPECT_EQ(each->uploadedBytes, each->totalBytes);
+    EXPECT_GT(each->totalBytes, 1.0 * kSegment);
+  }
   second->state = 0;
   EXPECT_EQ(UninitTwitterFileUploder(second), VELK_OK);
 }

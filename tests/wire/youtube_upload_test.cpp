@@ -1,15 +1,13 @@
 // Publishing a video to YouTube: the exact requests, every result code, faults and cancellation.
-#include <boost/json/serialize.hpp>
+#include <boost/json.hpp>
 #include <fstream>
 #include <iterator>
+#include <map>
 
-#include "api/service_test.h"
+#include "support/service_fixture.h"
 
 namespace velk::test {
 namespace {
-
-constexpr const char* kPath = "/upload/youtube/v3/videos";
-constexpr const char* kUntouched = "untouched";
 
 class YoutubeUpload : public ServiceTest {
  protected:
@@ -131,53 +129,54 @@ TEST_F(YoutubeUpload, RewritesTheRecordAsSent) {
 }
 
 TEST_F(YoutubeUpload, MapsEveryReplyToItsCode) {
-  struct Row {
-    const char* name;
-    Script session;
-    Script put;
-    int32_t result;
-    size_t requests;
-  };
   const std::string id = R"({"id": "v1"})";
-  const Script moved{.status = 302, .headers = {"Location: https://graph.facebook.com/"}, .body = id};
-  const Script broken{.body = id + "    ", .cutBodyAfter = 13, .reset = true};
-  const Row rows[] = {
-      {"session 401", {.status = 401}, {}, VELK_MISSING_ARGUMENT, 1},
-      {"session 403", {.status = 403}, {}, VELK_FORBIDDEN, 1},
-      {"session 201", {.status = 201}, {}, VELK_UNEXPECTED_REPLY, 1},
-      {"session 302", {.status = 302}, {}, VELK_UNEXPECTED_REPLY, 1},
-      {"session 500", {.status = 500}, {}, VELK_UNEXPECTED_REPLY, 1},
-      {"session reset", {.reset = true}, {}, VELK_TRANSFER_FAILED, 1},
-      {"session truncated", {.body = "half of it", .cutBodyAfter = 4}, {}, VELK_TRANSFER_FAILED, 1},
-      {"connection refused", {.refuseConnect = 503}, {}, VELK_TRANSFER_FAILED, 0},
-      {"put 200", {}, {.body = id}, VELK_OK, 2},
-      {"put 302", {}, moved, VELK_OK, 2},
-      {"put 200 without id", {}, {.body = R"({"kind": "id-less"})"}, VELK_NO_IDENTIFIER, 2},
-      {"put 200 without a body", {}, {}, VELK_NO_IDENTIFIER, 2},
-      {"put 200 with a numeric id", {}, {.body = R"({"id": 12})"}, VELK_NO_IDENTIFIER, 2},
-      {"put 201", {}, {.status = 201, .body = id}, VELK_NO_IDENTIFIER, 2},
-      {"put 308", {}, {.status = 308, .body = id}, VELK_NO_IDENTIFIER, 2},
-      {"put 400", {}, {.status = 400, .body = id}, VELK_UNEXPECTED_REPLY, 2},
-      {"put 503", {}, {.status = 503, .body = id}, VELK_TRANSFER_FAILED, 2},
-      {"put 401", {}, {.status = 401, .body = id}, VELK_NO_HANDLE, 2},
-      {"put 500", {}, {.status = 500, .body = id}, VELK_NO_HANDLE, 2},
-      {"put reset", {}, {.body = id, .reset = true}, VELK_TRANSFER_FAILED, 2},
-      {"put reset after the id", {}, broken, VELK_TRANSFER_FAILED, 2},
-      {"put truncated", {}, {.body = id, .cutBodyAfter = 3}, VELK_TRANSFER_FAILED, 2},
+  const Outcome sessions[] = {
+      {"session 401", {.status = 401}, VELK_MISSING_ARGUMENT},
+      {"session 403", {.status = 403}, VELK_FORBIDDEN},
+      {"session 201", {.status = 201}, VELK_UNEXPECTED_REPLY},
+      {"session 302", {.status = 302}, VELK_UNEXPECTED_REPLY},
+      {"session 500", {.status = 500}, VELK_UNEXPECTED_REPLY},
+      {"session reset", {.reset = true}, VELK_TRANSFER_FAILED},
+      {"session truncated", {.body = "half of it", .cutBodyAfter = 4}, VELK_TRANSFER_FAILED},
+      {"connection refused", {.refuseConnect = 503}, VELK_TRANSFER_FAILED},
   };
-  for (const Row& row : rows) {
+  const Script moved{.status = 302, .headers = {"Location: https://graph.facebook.com/"}, .body = id};
+  const Outcome puts[] = {
+      {"put 200", {.body = id}, VELK_OK},
+      {"put 302", moved, VELK_OK},
+      {"put 200 without id", {.body = R"({"kind": "id-less"})"}, VELK_NO_IDENTIFIER},
+      {"put 200 without a body", {}, VELK_NO_IDENTIFIER},
+      {"put 200 with a numeric id", {.body = R"({"id": 12})"}, VELK_NO_IDENTIFIER},
+      {"put 201", {.status = 201, .body = id}, VELK_NO_IDENTIFIER},
+      {"put 308", {.status = 308, .body = id}, VELK_NO_IDENTIFIER},
+      {"put 400", {.status = 400, .body = id}, VELK_UNEXPECTED_REPLY},
+      {"put 503", {.status = 503, .body = id}, VELK_TRANSFER_FAILED},
+      {"put 401", {.status = 401, .body = id}, VELK_NO_HANDLE},
+      {"put 500", {.status = 500, .body = id}, VELK_NO_HANDLE},
+      {"put reset", {.body = id, .reset = true}, VELK_TRANSFER_FAILED},
+      {"put reset after the id",
+       {.body = id + "    ", .cutBodyAfter = 13, .reset = true},
+       VELK_TRANSFER_FAILED},
+      {"put truncated", {.body = id, .cutBodyAfter = 3}, VELK_TRANSFER_FAILED},
+  };
+  const auto expect = [this](const Outcome& row, const std::string& arrived) {
     SCOPED_TRACE(row.name);
-    sandbox.Reset();
     Fill(videoId, kUntouched);
-    if (row.session.refuseConnect != 0)
-      sandbox.Add(row.session);
-    else
-      ScriptReplies(row.session, row.put);
     EXPECT_EQ(Start(), row.result);
     EXPECT_STREQ(videoId, row.result == VELK_OK ? "v1" : kUntouched);
-    size_t arrived = 0;
-    for (const Request& request : sandbox.Requests()) arrived += request.method != "CONNECT" ? 1 : 0;
-    EXPECT_EQ(arrived, row.requests);
+    std::string methods;
+    for (const Request& request : sandbox.Requests()) methods += request.method + ' ';
+    EXPECT_EQ(methods, arrived);
+  };
+  for (const Outcome& row : sessions) {
+    sandbox.Reset();
+    sandbox.Add(row.reply);
+    expect(row, row.reply.refuseConnect == 0 ? "POST " : "CONNECT ");
+  }
+  for (const Outcome& row : puts) {
+    sandbox.Reset();
+    ScriptReplies({}, row.reply);
+    expect(row, "POST PUT ");
   }
   EXPECT_TRUE(Deletable(file)) << "no failure leaves the file open";
 }
@@ -201,9 +200,8 @@ TEST_F(YoutubeUpload, ValidatesArgumentsBeforeSending) {
     EXPECT_EQ(Start(), row.result);
     *row.emptied = kept;
   }
-  EXPECT_EQ(StartYoutubeUploadFile(uploader, nullptr, &info, videoId), VELK_MISSING_ARGUMENT);
+  ExpectRequired<1, 2>("StartYoutubeUploadFile", StartYoutubeUploadFile, uploader, "token", &info, videoId);
   EXPECT_EQ(StartYoutubeUploadFile(uploader, "", &info, videoId), VELK_MISSING_ARGUMENT);
-  EXPECT_EQ(StartYoutubeUploadFile(uploader, "token", nullptr, videoId), VELK_MISSING_ARGUMENT);
 
   Fill(info.filePath, file.Path() + "x");
   EXPECT_EQ(Start(), VELK_FILE_NOT_OPENED);
@@ -225,22 +223,6 @@ TEST_F(YoutubeUpload, ChecksTheHandleOnlyAfterTheSession) {
   ASSERT_EQ(requests.size(), 2U);
   for (const Request& request : requests) EXPECT_EQ(request.method, "POST");
   EXPECT_EQ(uploader->state, 0U);
-}
-
-TEST_F(YoutubeUpload, UsesTheLastLocationHeader) {
-  const std::string longQuery(900, 'q');
-  sandbox.Add({.method = "POST",
-               .headers = {"Location: https://graph.facebook.com/first",
-                           "Location: https://www.googleapis.com/second?" + longQuery}});
-  sandbox.Add({.method = "PUT", .body = R"({"id": "1"})"});
-  EXPECT_EQ(Start(), VELK_OK);
-  ASSERT_EQ(sandbox.Requests().size(), 2U);
-  EXPECT_EQ(sandbox.Requests()[1].target, "/second?" + longQuery);
-
-  sandbox.Reset();
-  sandbox.Add({.method = "POST"});
-  EXPECT_EQ(Start(), VELK_TRANSFER_FAILED) << "without the header, the status text serves as the URL";
-  EXPECT_EQ(sandbox.Requests().size(), 1U);
 }
 
 // The session reply chooses the upload URL. It must not reach a local file or use another protocol.
@@ -308,19 +290,30 @@ TEST_F(YoutubeUpload, ReusesACancelledHandle) {
   EXPECT_EQ(uploader->state, 2U);
 }
 
-TEST_F(YoutubeUpload, TimesOutOnASilentSession) {
-  sandbox.Add({.method = "POST", .neverAnswer = true});
-  ExpectTenSecondLimit([this] { return Start(); });
-}
-
-TEST_F(YoutubeUpload, RunsOnTwoThreadsConcurrently) {
-  FileUploader* second = InitYoutubeFileUploder();
+TEST_F(YoutubeUpload, PublishesTwoVideosAtOnce) {
+  const TempFile otherFile("other.mp4", "not much of another video");
   YoutubeUploadInfo other = info;
+  Fill(other.filePath, otherFile.Path());
+  Fill(other.title, "b");
+  FileUploader* second = InitYoutubeFileUploder();
   char otherId[256] = "";
+  // Each session waits for the other, so that the uploads overlap.
+  sandbox.Add({.method = "POST", .times = 2, .passThrough = true, .delayMs = 200});
   std::thread upload([&] { EXPECT_EQ(StartYoutubeUploadFile(second, "token", &other, otherId), VELK_OK); });
   EXPECT_EQ(Start(), VELK_OK);
   upload.join();
-  EXPECT_STRNE(videoId, otherId);
+
+  std::map<std::string, std::pair<std::string, std::string>> published;  // from the identifier
+  const boost::json::value state = sandbox.State();
+  for (const boost::json::value& video : state.at("youtube").at("videos").as_array()) {
+    published[std::string(video.at("id").as_string())] = {std::string(video.at("title").as_string()),
+                                                          std::string(video.at("sha256").as_string())};
+  }
+  const decltype(published) expected{{videoId, {"a", Sha256("not much of a video")}},
+                                     {otherId, {"b", Sha256("not much of another video")}}};
+  EXPECT_EQ(published, expected);
+  EXPECT_EQ(uploader->uploadedBytes, 19);
+  EXPECT_EQ(second->uploadedBytes, 25);
   CancelYoutubeUploadFile(second);
   EXPECT_EQ(UninitYoutubeFileUploder(second), VELK_OK);
 }

@@ -2,7 +2,7 @@
 // survives malformed input.
 #include "support/sandbox.h"
 
-#include "api/twitter_test.h"
+#include "support/twitter_fixture.h"
 
 #include <curl/curl.h>
 #include <gtest/gtest.h>
@@ -379,10 +379,7 @@ class SandboxTwitter : public TwitterTest {
 TEST_F(SandboxTwitter, RejectsAReusedNonce) {
   const TempFile photo("photo.png", Png("content"));
   TwitterUploadFile upload{};
-  const std::string path = photo.Path();
-  const std::size_t name = path.find_last_of("/\\");
-  Fill(upload.folderPath, path.substr(0, name));
-  Fill(upload.fileName, path.substr(name + 1));
+  FillPath(upload, photo.Path());
   Fill(upload.statusText, "look");
   FileUploader uploader{};
   ASSERT_EQ(StartTwitterUploadPhoto(&uploader, &consumer, &token, &upload), VELK_OK);

@@ -2,15 +2,14 @@
 #include <algorithm>
 #include <map>
 
-#include "api/every_service_test.h"
+#include "support/host.h"
+#include "support/service_fixture.h"
 
 namespace velk::test {
 namespace {
 
-class CallConnections : public EveryServiceTest {
+class CallConnections : public ServiceTest {
  protected:
-  CallConnections() : EveryServiceTest(RandomBytes(2'500'000, 9)) {}
-
   // Returns one letter per request that got a reply. Each connection has its own letter, in order of first
   // use.
   std::string Connections() {
@@ -23,45 +22,43 @@ class CallConnections : public EveryServiceTest {
     return used;
   }
 
-  struct Call {
-    const char* name;
-    std::function<int32_t()> run;
-    const char* connections;  // one letter per request
-  };
-  std::vector<Call> Calls() {
-    return {
-        {"photo tweet", [this] { return StartTwitterUploadPhoto(&uploader, &consumer, &token, &tweet); },
-         "aaaaab"},
-        {"Facebook photo", [this] { return StartFacebookUploadPhoto(&uploader, "token", &post, text); },
-         "aa"},
-        {"Facebook video", [this] { return StartFacebookUploadVideo(&uploader, "token", &post, text); }, "a"},
-        {"message", [this] { return Update(0, storyId); }, "a"},
-        {"privacy and message", [this] { return Update(1, storyId); }, "aaa"},
-        {"description", [this] { return Update(2, storyId); }, "a"},
-        {"YouTube video", [this] { return StartYoutubeUploadFile(&uploader, "token", &video, text); }, "ab"},
-    };
-  }
-
   // Publishes a photo. Every kind of update can change its story.
   void PublishStory() {
-    ASSERT_EQ(StartFacebookUploadPhoto(&uploader, "token", &post, text), VELK_OK);
-    storyId = text;
+    ASSERT_EQ(CallNamed("StartFacebookUploadPhoto").run(host), VELK_OK);
+    host.objectId = host.text;
   }
 
-  std::string storyId;
+  TempFile photo{"photo.png", Png(RandomBytes(2'500'000, 9))};
+  Host host{photo.Path()};
+};
+
+struct Row {
+  const char* call;
+  std::string_view connections;  // one letter per request
+};
+
+// The calls that send several requests, or send one that must not be repeated.
+constexpr Row kRows[] = {
+    {"StartTwitterUploadPhoto", "aaaaab"},
+    {"StartFacebookUploadPhoto", "aa"},
+    {"StartFacebookUploadVideo", "a"},
+    {"SetFacebookUpdateInfo message", "a"},
+    {"SetFacebookUpdateInfo privacy and message", "aaa"},
+    {"SetFacebookUpdateInfo description", "a"},
+    {"StartYoutubeUploadFile", "ab"},
 };
 
 TEST_F(CallConnections, CarryRepeatableRequestsAndCloseWithTheCall) {
-  for (const Call& call : Calls()) {
-    SCOPED_TRACE(call.name);
+  for (const Row& row : kRows) {
+    SCOPED_TRACE(row.call);
     sandbox.Reset();
     PublishStory();
     const size_t before = sandbox.Requests().size();
-    EXPECT_EQ(call.run(), VELK_OK);
+    EXPECT_EQ(CallNamed(row.call).run(host), VELK_OK);
     EXPECT_EQ(Connections().substr(0, before), "aa");
     std::string used = Connections().substr(before);
     for (char& letter : used) letter = static_cast<char>(letter - 1);
-    EXPECT_EQ(used, call.connections) << "no connection of an earlier call is reused";
+    EXPECT_EQ(used, row.connections) << "no connection of an earlier call is reused";
     EXPECT_TRUE(sandbox.WaitFor([](const std::vector<Request>& requests) {
       return std::ranges::none_of(requests, &Request::connectionOpen);
     }));
@@ -73,8 +70,8 @@ TEST_F(CallConnections, AlsoCarryTheStatusQuery) {
   sandbox.Add({.times = 3, .status = 204});
   sandbox.Add({.body = R"({"processing_info":{"state":"pending"}})"});
   sandbox.Add({.method = "GET"});
-  sandbox.Add({.path = kTweetPath});
-  EXPECT_EQ(StartTwitterUploadPhoto(&uploader, &consumer, &token, &tweet), VELK_OK);
+  sandbox.Add({.path = "/1.1/statuses/update.json"});
+  EXPECT_EQ(CallNamed("StartTwitterUploadPhoto").run(host), VELK_OK);
   EXPECT_EQ(Connections(), "aaaaaab");
 }
 
@@ -93,21 +90,21 @@ TEST_F(CallConnections, MayCloseAtAnyTime) {
       {"resets after reading a request", {.kept = true, .times = 0, .reset = true}},
   };
   for (const auto& service : services) {
-    for (const Call& call : Calls()) {
-      SCOPED_TRACE(std::string(call.name) + ", service " + service.name);
+    for (const Row& row : kRows) {
+      SCOPED_TRACE(std::string(row.call) + ", service " + service.name);
       sandbox.Reset();
       PublishStory();
       const size_t before = Connections().size();
       sandbox.Add(service.script);
-      EXPECT_EQ(call.run(), VELK_OK);
-      EXPECT_EQ(Connections().size() - before, std::string_view(call.connections).size());
+      EXPECT_EQ(CallNamed(row.call).run(host), VELK_OK);
+      EXPECT_EQ(Connections().size() - before, row.connections.size());
     }
   }
 }
 
 TEST_F(CallConnections, AreNotRetriedOnceAReplyHasStarted) {
   const int broken = sandbox.Add({.kept = true, .cutAfter = 30, .reset = true});
-  EXPECT_EQ(StartTwitterUploadPhoto(&uploader, &consumer, &token, &tweet), VELK_TRANSFER_FAILED);
+  EXPECT_EQ(CallNamed("StartTwitterUploadPhoto").run(host), VELK_TRANSFER_FAILED);
   EXPECT_EQ(sandbox.Report(broken).matched, 1);
   EXPECT_EQ(sandbox.Requests().size(), 2U);
 }

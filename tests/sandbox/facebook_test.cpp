@@ -1,6 +1,6 @@
 // The simulated Facebook with requests as other clients send them: versions, tokens and parameters in every place,
 // methods in a parameter, lists in pages.
-#include "api/facebook_test.h"
+#include "support/facebook_fixture.h"
 #include "support/http.h"
 
 namespace velk::test {

@@ -1,9 +1,21 @@
-// Masks the parts of Twitter's signed heads that differ between runs.
-#include "api/twitter_test.h"
+#include "support/twitter_fixture.h"
 
+#include <boost/json.hpp>
 #include <regex>
 
 namespace velk::test {
+
+boost::json::object TwitterTest::Service() { return sandbox.State().at("twitter").as_object(); }
+
+std::uint64_t TwitterTest::Count(const char* what) { return Service().at(what).to_number<std::uint64_t>(); }
+
+std::vector<std::string> TwitterTest::All(const char* kind, const char* member) {
+  std::vector<std::string> texts;
+  const boost::json::object service = Service();
+  for (const boost::json::value& one : service.at(kind).as_array())
+    texts.emplace_back(one.at(member).as_string());
+  return texts;
+}
 
 std::string Masked(std::string head) {
   static const std::pair<std::regex, const char*> kForms[] = {
