@@ -107,7 +107,7 @@ class Relay {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   if (argc != 3) return 2;
   const std::string_view proxy = argv[2];
   const auto upstreamPort =
@@ -121,4 +121,7 @@ int main(int argc, char** argv) {
   char ignored = 0;
   input.async_read_some(asio::buffer(&ignored, 1), [&](const auto&, size_t) { context.stop(); });
   context.run();
+} catch (const std::exception& failure) {
+  std::fprintf(stderr, "delay_relay: %s\n", failure.what());
+  return 1;
 }

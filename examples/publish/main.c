@@ -9,7 +9,7 @@
 enum { kUsageError = 2 };
 
 static const Command* const kServices[] = {kFacebookCommands, kTwitterCommands, kYoutubeCommands};
-enum { kServiceCount = sizeof kServices / sizeof *kServices };
+enum { kServiceCount = sizeof kServices / sizeof kServices[0] };
 
 static void PrintHelp(FILE* out) {
   fputs("velk-publish publishes media files and posts through Velk Upload.\n\nCommands:\n", out);

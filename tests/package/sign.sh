@@ -16,7 +16,8 @@ fail() {
 
 for name in publisher stranger; do
   openssl req -x509 -newkey rsa:2048 -nodes -sha256 -days 2 -subj "/CN=Test $name" \
-    -keyout "$name.key" -out "$name.pem" -addext 'extendedKeyUsage=codeSigning' -addext 'keyUsage=critical,digitalSignature' 2>openssl.log ||
+    -addext 'extendedKeyUsage=codeSigning' -addext 'keyUsage=critical,digitalSignature' \
+    -keyout "$name.key" -out "$name.pem" 2>openssl.log ||
     { cat openssl.log; exit 1; }
 done
 

@@ -6,10 +6,11 @@
 #include <cstdarg>
 #include <vector>
 
-// The linker redirects the library's calls to these functions, so nothing is sent.
+// The linker redirects the library's calls to these functions, so nothing is sent. An enumeration cannot be
+// the last parameter before others.
 extern "C" {
 CURLcode __wrap_curl_easy_perform(CURL* handle);
-CURLcode __wrap_curl_easy_getinfo(CURL* handle, CURLINFO info, ...);
+CURLcode __wrap_curl_easy_getinfo(CURL* handle, int info, ...);
 }
 
 namespace velk {
@@ -63,9 +64,9 @@ CURLcode __wrap_curl_easy_perform(CURL*) {
   return velk::last.outcome;
 }
 
-CURLcode __wrap_curl_easy_getinfo(CURL*, CURLINFO info, ...) {
+CURLcode __wrap_curl_easy_getinfo(CURL*, int info, ...) {
   va_list arguments;
-  va_start(arguments, info);  // NOLINT(clang-diagnostic-varargs): curl_easy_getinfo has this signature
+  va_start(arguments, info);
   *va_arg(arguments, long*) =
       info == CURLINFO_NUM_CONNECTS ? velk::last.openedConnections : velk::last.headerBytes;
   va_end(arguments);

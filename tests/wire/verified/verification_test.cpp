@@ -11,12 +11,13 @@
 #include "support/service_fixture.h"
 #include "twitter/twitter.h"
 
-// The linker redirects the library's calls to the wrappers.
+// The linker redirects the library's calls to the wrappers. An enumeration cannot be the last parameter
+// before others.
 extern "C" {
 CURL* __real_curl_easy_init();
 CURL* __wrap_curl_easy_init();
-CURLcode __real_curl_easy_setopt(CURL* handle, CURLoption option, ...);
-CURLcode __wrap_curl_easy_setopt(CURL* handle, CURLoption option, ...);
+CURLcode __real_curl_easy_setopt(CURL* handle, int option, ...);
+CURLcode __wrap_curl_easy_setopt(CURL* handle, int option, ...);
 }
 
 namespace velk::test {
@@ -103,18 +104,18 @@ CURL* __wrap_curl_easy_init() {
   return handle;
 }
 
-CURLcode __wrap_curl_easy_setopt(CURL* handle, CURLoption option, ...) {
+CURLcode __wrap_curl_easy_setopt(CURL* handle, int option, ...) {
   va_list arguments;
-  va_start(arguments, option);  // NOLINT(clang-diagnostic-varargs): curl_easy_setopt has this signature
+  va_start(arguments, option);
   CURLcode outcome = CURLE_OK;
   if (option < CURLOPTTYPE_OBJECTPOINT) {
     const long value = va_arg(arguments, long);
     if (option == CURLOPT_SSL_VERIFYPEER) velk::test::verifyPeer = value;
     if (option == CURLOPT_SSL_VERIFYHOST) velk::test::verifyHost = value;
     outcome = __real_curl_easy_setopt(handle, option, value);
-  } else if (option < CURLOPTTYPE_OFF_T) {
+  } else if (option < CURLOPTTYPE_OFF_T) {  // NOLINT(bugprone-branch-clone): the types differ
     outcome = __real_curl_easy_setopt(handle, option, va_arg(arguments, void*));
-  } else {  // NOLINT(bugprone-branch-clone): the argument has another type
+  } else {
     outcome = __real_curl_easy_setopt(handle, option, va_arg(arguments, curl_off_t));
   }
   va_end(arguments);
