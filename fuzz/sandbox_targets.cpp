@@ -263,8 +263,8 @@ void SandboxJson(std::string_view input) {
   Demand(again && SameValue(*value, *again));
 }
 
-// The first line of the input selects fields of the rest, which is JSON. Selecting them again changes nothing. The line
-// is also read as what other short texts of a request are.
+// The first line of the input selects fields of the rest, which is JSON. Selecting them again changes
+// nothing. The line is also read as what other short texts of a request are.
 void SandboxFields(std::string_view input) {
   const std::string_view line = input.substr(0, input.find('\n'));
   const std::optional<json::value> document =

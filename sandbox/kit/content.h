@@ -83,8 +83,8 @@ class Content {
 // user alone can read it.
 class Store {
  public:
-  // An empty path is a new temporary folder, removed at the end. Throws std::system_error, with the path in its
-  // message, when the folder cannot be used.
+  // An empty path is a new temporary folder, removed at the end. Throws std::system_error, with the path in
+  // its message, when the folder cannot be used.
   Store(const std::filesystem::path& folder, bool countOnly);
   ~Store();
   Store(const Store&) = delete;
@@ -93,8 +93,8 @@ class Store {
   std::string Folder() const;  // in UTF-8
   Large LargeContents() const { return countOnly_ ? Large::kCountOnly : Large::kStore; }
 
-  // Puts the content into the folder under that name. Returns the file's path in UTF-8, or an empty string when
-  // only the content's size is known.
+  // Puts the content into the folder under that name. Returns the file's path in UTF-8, or an empty string
+  // when only the content's size is known.
   std::string Keep(const Content& content, const std::string& name);
   void Clear();  // removes all that was kept
 

@@ -81,8 +81,8 @@ constexpr Command kCommands[] = {
      }},
 };
 
-// A page of another origin can name this URL too, or a name of its own that leads here. Its requests carry that
-// name as Host, or its origin.
+// A page of another origin can name this URL too, or a name of its own that leads here. Its requests carry
+// that name as Host, or its origin.
 bool IsForeign(const Head& head, std::uint16_t port) {
   const std::string suffix = ":" + std::to_string(port);
   const std::array<std::string, 3> own{"127.0.0.1" + suffix, "localhost" + suffix, "[::1]" + suffix};

@@ -26,6 +26,8 @@ struct Received {
 
 // The connection that carried requests. It is open until the sandbox has seen its end.
 struct Connection {
+  explicit Connection(std::uint64_t number) : id(number) {}
+
   const std::uint64_t id;
   std::atomic<bool> open{true};
 };

@@ -13,8 +13,8 @@
 
 namespace velk::sandbox {
 
-// The parameters of a body are the pairs of an encoded form, the fields of a multipart form that are no files, or
-// the members of a JSON object. A member that is no string has its JSON text as value.
+// The parameters of a body are the pairs of an encoded form, the fields of a multipart form that are no
+// files, or the members of a JSON object. A member that is no string has its JSON text as value.
 struct ServiceRequest {
   ServiceRequest(const Head& requestHead, std::shared_ptr<const Received> requestBody);
 

@@ -34,9 +34,9 @@ Handler WithErrorReply(Handler handler, Reply (*errorReply)(const Error&)) {
   };
 }
 
-// The routes of one service. A pattern is a path in which {name} matches one segment ("/{node}/photos"), or the
-// start of one ("/show/{id}.json"). The first matching route applies, so add a fixed path before a pattern that
-// also matches it.
+// The routes of one service. A pattern is a path in which {name} matches one segment ("/{node}/photos"), or
+// the start of one ("/show/{id}.json"). The first matching route applies, so add a fixed path before a
+// pattern that also matches it.
 class Routes {
  public:
   void Add(std::string_view host, std::string_view method, std::string_view pattern, Handler handler);

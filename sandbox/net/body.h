@@ -16,7 +16,8 @@ class BodyDecoder {
   bool Complete() const { return place_ == Place::kEnd; }
 
   // Takes bytes from the front of the input, up to the end of the next piece of content, and returns that
-  // piece. Returns an empty one when the input ends before it, or the body. Throws BadRequest on broken framing.
+  // piece. Returns an empty one when the input ends before it, or the body. Throws BadRequest on broken
+  // framing.
   std::string_view Decode(std::string_view& input);
 
  private:

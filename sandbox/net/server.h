@@ -18,8 +18,9 @@ class Server {
  public:
   using Serve = std::function<awaitable<void>(Stream&)>;
 
-  // Listens on the context, and serves on as many threads. Port 0 is any free one. With a rate, connections are as slow as a network of that many bytes a second, and
-  // hardly take in what has not been read. Throws boost::system::system_error when the port is in use.
+  // Listens on the context, and serves on as many threads. Port 0 is any free one. With a rate, connections
+  // are as slow as a network of that many bytes a second, and hardly take in what has not been read. Throws
+  // boost::system::system_error when the port is in use.
   Server(asio::io_context& context, unsigned threads, std::uint16_t port, std::uint64_t rate);
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;

@@ -12,8 +12,8 @@ namespace velk::sandbox {
 
 namespace asio = boost::asio;
 
-// Each thread has a context of its own, so that a connection stays on its thread: passing each piece of an upload
-// from thread to thread takes a third longer.
+// Each thread has a context of its own, so that a connection stays on its thread: passing each piece of an
+// upload from thread to thread takes a third longer.
 class Workers {
  public:
   explicit Workers(unsigned threads);

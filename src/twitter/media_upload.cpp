@@ -38,7 +38,8 @@ bool ReadString(const Transfer& transfer, const char* key, std::string& value) {
   return found;
 }
 
-// Copies an identifier, which is never truncated. If it does not fit, only writes the required size to `size`.
+// Copies an identifier, which is never truncated. If it does not fit, only writes the required size to
+// `size`.
 bool CopyWhole(const std::string& identifier, char* out, int32_t* size) noexcept {
   const size_t needed = identifier.size() + 1;
   if (*size < static_cast<int32_t>(needed)) {

@@ -132,8 +132,8 @@ int32_t ParseUploadTokenReply(const char* text, size_t length, std::string* outU
 // It uses the handle like the resumable upload.
 //
 //   filePath     in   as passed to fopen, so on Windows in the ANSI code page
-//   outVideoId   out  kBrowserVideoIdCapacity bytes: the text after the last "id=" of the requested URL, cut at
-//                     100 bytes; empty if the URL has none. Written only with VELK_OK
+//   outVideoId   out  kBrowserVideoIdCapacity bytes: the text after the last "id=" of the requested URL. It
+//                     is cut at 100 bytes, and empty if the URL has none. Written only with VELK_OK
 //
 // VELK_OK                 status 200 or 302
 // VELK_MISSING_ARGUMENT   a pointer is null

@@ -1,5 +1,5 @@
-// The simulated Facebook with requests as other clients send them: versions, tokens and parameters in every place,
-// methods in a parameter, lists in pages.
+// The simulated Facebook with requests as other clients send them: versions, tokens and parameters in every
+// place, methods in a parameter, lists in pages.
 #include "support/facebook_fixture.h"
 #include "support/http.h"
 

@@ -1,4 +1,5 @@
-// What the sandbox's readers of heads, multipart bodies and parameters take from clients other than the library.
+// What the sandbox's readers of heads, multipart bodies and parameters take from clients other than the
+// library.
 #include "kit/request.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// The simulated Twitter with requests as other clients send them: parameters and signatures in every place that OAuth
-// allows, media in one request and in base64.
+// The simulated Twitter with requests as other clients send them: parameters and signatures in every place
+// that OAuth allows, media in one request and in base64.
 #include "support/files.h"
 #include "support/http.h"
 #include "support/oauth.h"

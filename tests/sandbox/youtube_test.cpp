@@ -1,5 +1,5 @@
-// The simulated YouTube with requests as other clients send them: multipart bodies with line feeds, tokens in the query,
-// lists in pages.
+// The simulated YouTube with requests as other clients send them: multipart bodies with line feeds, tokens in
+// the query, lists in pages.
 #include "support/files.h"
 #include "support/http.h"
 

@@ -1,4 +1,5 @@
-// Requests that the library does not send, to a simulated service. They go over plain HTTP, through the sandbox's proxy.
+// Requests that the library does not send, to a simulated service. They go over plain HTTP, through the
+// sandbox's proxy.
 #pragma once
 
 #include <curl/curl.h>

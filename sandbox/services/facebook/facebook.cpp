@@ -92,8 +92,8 @@ void Facebook::RegisterRoutes() {
   }
 }
 
-// A client that cannot send DELETE names the method in a parameter. A step of a batch has the version of the batch,
-// and can have one of its own.
+// A client that cannot send DELETE names the method in a parameter. A step of a batch has the version of the
+// batch, and can have one of its own.
 void Facebook::Normalize(ServiceRequest& request) const {
   while (const std::size_t version = VersionLength(request.path)) request.path.erase(0, version);
   if (request.path.size() > 1 && request.path.ends_with('/')) request.path.pop_back();

@@ -21,8 +21,9 @@ namespace velk::sandbox {
 //   pageless   the user manages no page
 // The token exchange returns the same token with the prefix "long-", valid for 60 days. It rejects the client
 // secret "wrong". The user ("me") is 100000000000001 and manages the pages 104000000000001 and
-// 104000000000002. With the token of a page, "me" is the page. The identifier of a video or photo is NUMBER. The
-// identifier of a story is NODE_NUMBER. The story of a photo has the photo's NUMBER. Objects exist until a reset.
+// 104000000000002. With the token of a page, "me" is the page. The identifier of a video or photo is NUMBER.
+// The identifier of a story is NODE_NUMBER. The story of a photo has the photo's NUMBER. Objects exist until
+// a reset.
 class Facebook : public Service {
  public:
   static constexpr std::string_view kHosts[] = {"graph.facebook.com", "graph-video.facebook.com",

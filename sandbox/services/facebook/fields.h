@@ -1,4 +1,5 @@
-// The `fields` parameter of the Graph API, which selects members of an object: "id,from{name},accounts.limit(2){id}".
+// The `fields` parameter of the Graph API, which selects members of an object:
+// "id,from{name},accounts.limit(2){id}".
 #pragma once
 
 #include <cstdint>

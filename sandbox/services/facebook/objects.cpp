@@ -1,4 +1,5 @@
-// Facebook's nodes and published objects: reading them with their fields and edges, changing and deleting them.
+// Facebook's nodes and published objects: reading them with their fields and edges, changing and deleting
+// them.
 #include <algorithm>
 #include <boost/json/array.hpp>
 #include <stdexcept>

@@ -26,7 +26,8 @@ const FormPart* FileOf(const ServiceRequest& request) {
 
 bool IsUrl(std::string_view text) { return text.starts_with("http://") || text.starts_with("https://"); }
 
-// attached_media is a list of {"media_fbid": ID}, or attached_media[0], attached_media[1] and so on are its elements.
+// attached_media is a list of {"media_fbid": ID}, or attached_media[0], attached_media[1] and so on are its
+// elements.
 std::vector<std::string> AttachedMedia(const ServiceRequest& request) {
   json::array list;
   if (const auto parsed = ParseLenientJson(request.Parameter("attached_media")); parsed && parsed->is_array())

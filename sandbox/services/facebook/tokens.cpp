@@ -13,7 +13,8 @@ constexpr int kSixtyDays = 60 * 24 * 60 * 60;
 
 }  // namespace
 
-// Exchanges a token for one that lasts longer, or a code of a sign-in for a token. An application itself also gets one.
+// Exchanges a token for one that lasts longer, or a code of a sign-in for a token. An application itself also
+// gets one.
 Reply Facebook::IssueToken(const ServiceRequest& request) {
   const std::string grant = request.Parameter("grant_type");
   const std::string code = request.Parameter("code");

@@ -20,7 +20,8 @@ namespace {
 
 constexpr std::string_view kScheme = "OAuth ";
 
-// Removes one name="value" or name=value from the start, with the comma after it. A quoted value may hold commas.
+// Removes one name="value" or name=value from the start, with the comma after it. A quoted value may hold
+// commas.
 std::string_view TakePair(std::string_view& list) {
   const std::size_t quote = std::min(list.find("=\""), list.size());
   const std::size_t comma = std::min(list.find(','), list.size());
@@ -50,8 +51,8 @@ Pairs ParseAuthorization(std::string_view value) {
 
 bool IsOauthPair(const Pairs::value_type& pair) { return pair.first.starts_with("oauth_"); }
 
-// All parameters that a signature can cover. `conflict` reports an OAuth parameter that one place has twice, or
-// that has different values in two places.
+// All parameters that a signature can cover. `conflict` reports an OAuth parameter that one place has twice,
+// or that has different values in two places.
 Pairs CollectParameters(const ServiceRequest& request, bool& conflict) {
   const bool formEncoded = request.head.MediaType() == "application/x-www-form-urlencoded";
   Pairs all;

@@ -37,8 +37,8 @@ struct OauthCheck {
 // ("oauth_token=").
 using SecretLookup = std::function<std::string(const std::string& key, std::string_view name)>;
 
-// Reads parameters from the Authorization header, the query and a form-encoded body. One that is in several of
-// these places counts once. The signature does not cover the parameters in unsignedNames.
+// Reads parameters from the Authorization header, the query and a form-encoded body. One that is in several
+// of these places counts once. The signature does not cover the parameters in unsignedNames.
 OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpSecret,
                       const std::vector<std::string_view>& unsignedNames = {});
 

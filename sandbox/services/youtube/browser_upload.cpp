@@ -45,7 +45,7 @@ void RequireAttribute(const tree::ptree& element, const std::string& name, const
 }
 
 std::string RequiredText(const tree::ptree& group, const std::string& name) {
-  const std::string text = group.get(name, "");
+  std::string text = group.get(name, "");
   Require(!text.empty(), 400, "required", "The entry lacks a text.");
   return text;
 }

@@ -80,7 +80,8 @@ Youtube::Metadata Youtube::ParseMetadata(const json::object& body, const Parts& 
   return UpdatedMetadata(defaults, complete, parts);
 }
 
-// Replaces whole parts: a snippet without tags removes the tags. Parts that the request does not name are unchanged.
+// Replaces whole parts: a snippet without tags removes the tags. Parts that the request does not name are
+// unchanged.
 Youtube::Metadata Youtube::UpdatedMetadata(const Metadata& old, const json::object& body,
                                            const Parts& parts) {
   Metadata metadata = old;

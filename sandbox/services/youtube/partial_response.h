@@ -7,7 +7,8 @@
 
 namespace velk::sandbox::youtube {
 
-// The selected members. A list keeps its elements, each with its selected members. None if the text is malformed.
+// The selected members. A list keeps its elements, each with its selected members. None if the text is
+// malformed.
 std::optional<boost::json::value> SelectFields(const boost::json::value& value, std::string_view fields);
 
 }  // namespace velk::sandbox::youtube

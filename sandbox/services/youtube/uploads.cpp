@@ -1,5 +1,5 @@
-// YouTube's uploads: resumable in one piece or in several, with the metadata in one multipart body, and of the media
-// alone.
+// YouTube's uploads: resumable in one piece or in several, with the metadata in one multipart body, and of
+// the media alone.
 #include <algorithm>
 
 #include "services/youtube/content_range.h"
