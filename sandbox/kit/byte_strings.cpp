@@ -123,4 +123,10 @@ json::object FromText(const json::object& text) {
   return bytes;
 }
 
+std::string StringMember(const json::object& object, std::string_view name, std::string_view otherwise) {
+  const json::value* const value = object.if_contains(name);
+  if (!value) return std::string(otherwise);
+  return value->is_string() ? std::string(value->get_string()) : std::string();
+}
+
 }  // namespace velk::sandbox

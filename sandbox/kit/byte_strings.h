@@ -22,4 +22,8 @@ boost::json::value ToText(boost::json::value bytes);
 // what is not base64.
 boost::json::object FromText(const boost::json::object& text);
 
+// The string in the member of that name. It is `otherwise` without such a member, and empty for another type.
+std::string StringMember(const boost::json::object& object, std::string_view name,
+                         std::string_view otherwise = "");
+
 }  // namespace velk::sandbox

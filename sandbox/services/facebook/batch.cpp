@@ -2,6 +2,7 @@
 #include <boost/json/array.hpp>
 #include <boost/json/parse.hpp>
 
+#include "kit/byte_strings.h"
 #include "services/facebook/facebook.h"
 
 namespace velk::sandbox {
@@ -13,11 +14,6 @@ namespace {
 namespace json = boost::json;
 
 constexpr std::size_t kMaxSteps = 50;
-
-std::string Text(const json::object& object, std::string_view name) {
-  const json::value* const value = object.if_contains(name);
-  return value && value->is_string() ? std::string(value->get_string()) : std::string();
-}
 
 json::array Headers(const Reply& reply) {
   json::array headers;
@@ -46,15 +42,15 @@ Reply Facebook::RunBatch(const ServiceRequest& request) {
 
 // A step without a token of its own has that of the batch. Its body is a form.
 json::object Facebook::RunStep(const ServiceRequest& request, const json::object& step) {
-  std::string target = Text(step, "relative_url");
+  std::string target = StringMember(step, "relative_url");
   if (!target.starts_with('/')) target.insert(target.begin(), '/');
-  const std::string body = Text(step, "body");
+  const std::string body = StringMember(step, "body");
   if (target.find("access_token=") == std::string::npos && !Find(ParsePairs(body), "access_token"))
     target += (target.find('?') == std::string::npos ? "?access_token=" : "&access_token=") +
               PercentEncode(TokenOf(request));
   target.insert(0, VersionOf(request));
   Head head;
-  head.method = Text(step, "method");
+  head.method = StringMember(step, "method");
   head.host = request.head.host;
   head.target = target;
   head.lines = {"Content-Type: application/x-www-form-urlencoded"};

@@ -66,11 +66,6 @@ json::object ObjectOf(const ServiceRequest& request, std::string_view name) {
   return !error && value.is_object() ? value.get_object() : json::object();
 }
 
-std::string Text(const json::object& object, std::string_view name) {
-  const json::value* const value = object.if_contains(name);
-  return value && value->is_string() ? std::string(value->get_string()) : std::string();
-}
-
 // The languages of {"subtitles": [{"language_code": "en", "media_id": "1"}]}.
 std::vector<json::object> SubtitlesOf(const ServiceRequest& request) {
   std::vector<json::object> subtitles;
@@ -248,7 +243,7 @@ void Twitter::RequireUsable(const std::vector<std::string>& mediaIds) {
 Reply Twitter::DescribeMedia(const ServiceRequest& request) {
   Authenticate(request);
   Media& media = FindMedia(request.Parameter("media_id"));
-  const std::string text = Text(ObjectOf(request, "alt_text"), "text");
+  const std::string text = StringMember(ObjectOf(request, "alt_text"), "text");
   Require(CountCharacters(text) <= kMaxAltText, Invalid("alt_text must be at most 1000 characters."));
   media.altText = text;
   return {.status = 200};
@@ -258,8 +253,8 @@ Reply Twitter::AddSubtitles(const ServiceRequest& request) {
   Authenticate(request);
   Media& video = FindMedia(request.Parameter("media_id"));
   for (const json::object& subtitle : SubtitlesOf(request)) {
-    FindMedia(Text(subtitle, "media_id"));
-    video.subtitles.insert(Text(subtitle, "language_code"));
+    FindMedia(StringMember(subtitle, "media_id"));
+    video.subtitles.insert(StringMember(subtitle, "language_code"));
   }
   return {.status = 200};
 }
@@ -268,7 +263,7 @@ Reply Twitter::RemoveSubtitles(const ServiceRequest& request) {
   Authenticate(request);
   Media& video = FindMedia(request.Parameter("media_id"));
   for (const json::object& subtitle : SubtitlesOf(request))
-    video.subtitles.erase(Text(subtitle, "language_code"));
+    video.subtitles.erase(StringMember(subtitle, "language_code"));
   return {.status = 200};
 }
 

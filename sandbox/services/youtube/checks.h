@@ -37,6 +37,22 @@ void RequireTokenOrKey(const ServiceRequest& request);
 using Parts = std::set<std::string, std::less<>>;
 Parts RequireParts(const ServiceRequest& request, std::span<const std::string_view> known);
 
+// The parts that a request for videos can name.
+inline constexpr std::string_view kVideoParts[] = {"id",
+                                                   "snippet",
+                                                   "status",
+                                                   "contentDetails",
+                                                   "statistics",
+                                                   "player",
+                                                   "localizations",
+                                                   "recordingDetails",
+                                                   "processingDetails",
+                                                   "fileDetails",
+                                                   "liveStreamingDetails",
+                                                   "suggestions",
+                                                   "topicDetails",
+                                                   "paidProductPlacementDetails"};
+
 // The body as the service reads it.
 boost::json::object ParseJson(const Content& body);
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <boost/json/array.hpp>
 
+#include "kit/byte_strings.h"
 #include "services/youtube/youtube.h"
 
 namespace velk::sandbox {
@@ -22,12 +23,6 @@ constexpr const char* kDefaultPrivacy = "public";
 json::object ObjectMember(const json::object& object, std::string_view name) {
   const json::value* const value = object.if_contains(name);
   return value && value->is_object() ? value->get_object() : json::object();
-}
-
-std::string StringMember(const json::object& object, std::string_view name, const std::string& otherwise) {
-  const json::value* const value = object.if_contains(name);
-  if (!value) return otherwise;
-  return value->is_string() ? std::string(value->get_string()) : std::string();
 }
 
 bool HasAngleBracket(std::string_view text) { return text.find_first_of("<>") != std::string_view::npos; }
@@ -87,9 +82,9 @@ Youtube::Metadata Youtube::UpdatedMetadata(const Metadata& old, const json::obje
   Metadata metadata = old;
   if (parts.contains("snippet") && body.contains("snippet")) {
     const json::object snippet = ObjectMember(body, "snippet");
-    metadata.title = StringMember(snippet, "title", "");
-    metadata.description = StringMember(snippet, "description", "");
-    metadata.categoryId = StringMember(snippet, "categoryId", "");
+    metadata.title = StringMember(snippet, "title");
+    metadata.description = StringMember(snippet, "description");
+    metadata.categoryId = StringMember(snippet, "categoryId");
     CheckSnippet(metadata.title, metadata.description, metadata.categoryId);
     metadata.tags = TagsOf(snippet);
   }

@@ -13,20 +13,6 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::string_view kInsertParts[] = {"id",
-                                             "snippet",
-                                             "status",
-                                             "contentDetails",
-                                             "statistics",
-                                             "player",
-                                             "localizations",
-                                             "recordingDetails",
-                                             "processingDetails",
-                                             "fileDetails",
-                                             "liveStreamingDetails",
-                                             "suggestions",
-                                             "topicDetails",
-                                             "paidProductPlacementDetails"};
 constexpr std::uint64_t kPieceUnit = 256 * 1024;
 constexpr const char* kWrongLength = "The upload's length differs from the one that was declared.";
 
@@ -51,7 +37,7 @@ Reply Incomplete(std::uint64_t received) {
 Reply Youtube::Insert(const ServiceRequest& request) {
   if (!request.Query("upload_id").empty()) return ContinueSession(request);
   RequireToken(request);
-  const Parts parts = RequireParts(request, kInsertParts);
+  const Parts parts = RequireParts(request, kVideoParts);
   const std::string type = request.Query("uploadType");
   if (type == "resumable") return StartSession(request, parts);
   if (type == "multipart" || (type.empty() && !request.received->fields.empty()))

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <boost/json/array.hpp>
 
+#include "kit/byte_strings.h"
 #include "services/image_type.h"
 #include "services/youtube/youtube.h"
 
@@ -13,29 +14,10 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::string_view kListParts[] = {"id",
-                                           "snippet",
-                                           "status",
-                                           "contentDetails",
-                                           "statistics",
-                                           "player",
-                                           "localizations",
-                                           "recordingDetails",
-                                           "processingDetails",
-                                           "fileDetails",
-                                           "liveStreamingDetails",
-                                           "suggestions",
-                                           "topicDetails",
-                                           "paidProductPlacementDetails"};
 constexpr std::string_view kUpdateParts[] = {"id",     "snippet",          "status",
                                              "player", "recordingDetails", "localizations"};
 constexpr std::uint64_t kLargestThumbnail = 2 * 1024 * 1024;
 constexpr const char* kNotFound = "The video that you are trying to update cannot be found.";
-
-std::string_view Text(const json::object& object, std::string_view name) {
-  const json::value* const value = object.if_contains(name);
-  return value && value->is_string() ? std::string_view(value->get_string()) : std::string_view();
-}
 
 json::object Thumbnail(const std::string& id) {
   return {{"default",
@@ -95,7 +77,7 @@ Reply Youtube::InsertWithoutMedia(const ServiceRequest& request) {
 // A key reads what is public. A list by identifiers leaves out unknown ones.
 Reply Youtube::ListVideos(const ServiceRequest& request) {
   RequireTokenOrKey(request);
-  const Parts parts = RequireParts(request, kListParts);
+  const Parts parts = RequireParts(request, kVideoParts);
   const std::vector<std::string> ids = request.List("id");
   const bool all = !request.Query("chart").empty() || !request.Query("myRating").empty();
   Require(all || !ids.empty(), 400, "missingRequiredParameter",
@@ -111,7 +93,7 @@ Reply Youtube::ListVideos(const ServiceRequest& request) {
 
 Reply Youtube::UpdateVideo(const ServiceRequest& request) {
   RequireToken(request);
-  const Parts parts = RequireParts(request, kListParts);
+  const Parts parts = RequireParts(request, kVideoParts);
   for (const std::string& part : parts) {
     Require(std::ranges::find(kUpdateParts, part) != std::end(kUpdateParts), 400, "unexpectedPart",
             "'" + part + "'", "part");
@@ -119,7 +101,7 @@ Reply Youtube::UpdateVideo(const ServiceRequest& request) {
   Require(request.head.MediaType() == "application/json", 400, "badRequest",
           "The body's type is not supported.");
   const json::object body = ParseJson(request.received->body);
-  Video& video = FindVideo(std::string(Text(body, "id")));
+  Video& video = FindVideo(StringMember(body, "id"));
   video.metadata = UpdatedMetadata(video.metadata, body, parts);
   return JsonReply(200, VideoResource(video, parts));
 }
