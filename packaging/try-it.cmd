@@ -47,22 +47,25 @@ rem A system without a working fc, such as Wine, finds no difference between the
 set "equals=equals the original"
 fc.exe /b share\examples\media\photo.jpg share\examples\media\clip.mp4 >nul 2>&1
 if "%errorlevel%"=="0" set "equals=has the size of the original (fc does not compare on this system)"
-set consumer=--consumer-key velk --consumer-secret velk-secret
+rem The services of the sandbox take any token.
+set VELK_FACEBOOK_TOKEN=demo
+set VELK_YOUTUBE_TOKEN=demo
+set VELK_TWITTER_CONSUMER_SECRET=velk-secret
 set "stored="
 set "user="
 
-set words=facebook photo --token demo --message "A gradient" --privacy SELF
+set words=facebook photo --message "A gradient" --privacy SELF
 call :upload "Facebook: photo published" photo.jpg
-set words=facebook video --token demo --target 104000000000001 --title "Colour bars" --description "A test picture"
+set words=facebook video --target 104000000000001 --title "Colour bars" --description "A test picture"
 call :upload "Facebook: video published to a page" clip.mp4
-set words=twitter sign-in %consumer% --pin 1234567
+set words=twitter sign-in --consumer-key velk
 call :sign_in "Twitter: signed in with the PIN 1234567"
-set words=twitter photo %consumer% %user% --text "A gradient"
+set words=twitter photo --config "%user%" --text "A gradient"
 if defined user (call :upload "Twitter: photo published in a tweet" photo.jpg) else (
   call :failed "Twitter: photo published in a tweet" "The sign-in failed." "Make the sign-in work first.")
-set words=youtube --token demo --title "Colour bars" --description "A test picture" --privacy unlisted
+set words=youtube upload --title "Colour bars" --description "A test picture" --privacy unlisted
 call :upload "YouTube: video published" clip.mp4
-set words=youtube-update --token demo --video "%stored%" --title Bars --description Tone --privacy public --category 22
+set words=youtube update --title Bars --description Tone --privacy public --category 22 --no-tags "%stored%"
 if defined stored (call :publish "YouTube: title of the video changed") else (
   call :failed "YouTube: title of the video changed" "There is no video." "Make the upload of the video work first.")
 if "%failures%"=="0" exit /b 0
@@ -116,12 +119,15 @@ call :failed %1 "What arrived differs from %original%: %sent% bytes were sent, %
   "Start try-it.cmd again. An antivirus program may have changed the file on its way."
 exit /b 1
 
-rem sign_in NAME: keeps the options of the signed-in user, the last line that velk-publish prints, in %user%.
+rem sign_in NAME: keeps the credentials of the signed-in user in the file %user%. The sandbox removes it with its store.
 :sign_in
 echo.
 echo ^> velk-publish %words%
-for /f "delims=" %%L in ('bin\velk-publish.exe %words% --proxy %VELK_SANDBOX_PROXY%') do set "user=%%L"
-if "%user:~0,8%"=="--token " (echo [ok] %~1) else set "user="
+mkdir "%VELK_SANDBOX_STORE%\user"
+set "user=%VELK_SANDBOX_STORE%\user\twitter.conf"
+echo 1234567>"%user%.pin"
+bin\velk-publish.exe %words% --proxy %VELK_SANDBOX_PROXY% --save "%user%" <"%user%.pin"
+if "%errorlevel%"=="0" (echo [ok] %~1) else set "user="
 if not defined user call :refused %1
 exit /b 0
 

@@ -75,15 +75,10 @@ upload() {
   fi
 }
 
-# sign_in NAME WORDS...: keeps the options of the signed-in user, the last line that velk-publish prints.
+# sign_in NAME WORDS...: keeps the credentials of the signed-in user in the file $user.
 sign_in() {
-  if user=$(publish "$@"); then
-    printf '%s\n[ok] %s\n' "$user" "$1"
-    user=$(printf '%s\n' "$user" | tail -n 1)
-  else
-    failures=$((failures + 1)) # the shell that captured the output has counted its own
-    user=
-  fi
+  printf '1234567\n' >"$user.pin"
+  if publish "$@" --save "$user" <"$user.pin"; then printf '[ok] %s\n' "$1"; else user=; fi
 }
 
 # after VALUE NAME WORDS...: runs the step in WORDS, unless an earlier one failed to set the value.
@@ -98,20 +93,20 @@ after() {
 steps() {
   exec 3>&1
   seen=/ stored=
-  key='--consumer-key velk --consumer-secret velk-secret'
-  upload 'Facebook: photo published' photo.jpg facebook photo --token demo --message 'A gradient' --privacy SELF
-  upload 'Facebook: video published to a page' clip.mp4 facebook video --token demo --target 104000000000001 \
+  # The services of the sandbox take any token.
+  export VELK_FACEBOOK_TOKEN=demo VELK_YOUTUBE_TOKEN=demo VELK_TWITTER_CONSUMER_SECRET=velk-secret
+  # The sandbox removes its store with this folder.
+  mkdir "$VELK_SANDBOX_STORE/user" && user=$VELK_SANDBOX_STORE/user/twitter.conf
+  upload 'Facebook: photo published' photo.jpg facebook photo --message 'A gradient' --privacy SELF
+  upload 'Facebook: video published to a page' clip.mp4 facebook video --target 104000000000001 \
     --title 'Colour bars' --description 'A test picture'
-  # The keys and what the sign-in prints are several words, without special characters.
-  # shellcheck disable=SC2086
-  {
-    sign_in 'Twitter: signed in with the PIN 1234567' twitter sign-in $key --pin 1234567
-    after "$user" 'Twitter: photo published in a tweet' upload photo.jpg twitter photo $key $user --text 'A gradient'
-  }
-  upload 'YouTube: video published' clip.mp4 youtube --token demo --title 'Colour bars' \
+  sign_in 'Twitter: signed in with the PIN 1234567' twitter sign-in --consumer-key velk
+  after "$user" 'Twitter: photo published in a tweet' upload photo.jpg twitter photo --config "$user" \
+    --text 'A gradient'
+  upload 'YouTube: video published' clip.mp4 youtube upload --title 'Colour bars' \
     --description 'A test picture' --privacy unlisted
-  after "$stored" 'YouTube: title of the video changed' update youtube-update --token demo --video "$stored" \
-    --title Bars --description Tone --privacy public --category 22
+  after "$stored" 'YouTube: title of the video changed' update youtube update --title Bars \
+    --description Tone --privacy public --category 22 --no-tags "$stored"
 }
 
 if [ "${1:-}" = --inside ]; then

@@ -1,0 +1,13 @@
+// The word that the user probably meant.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velk::publish {
+
+// Returns the candidate that is most like the word, or an empty string when none is like it.
+std::string Nearest(std::string_view word, const std::vector<std::string>& candidates);
+
+}  // namespace velk::publish
