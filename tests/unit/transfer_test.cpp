@@ -24,7 +24,7 @@ struct Attempt {
 };
 
 std::vector<Attempt> coming;
-Attempt last{};
+Attempt lastAttempt{};
 
 TEST(Transfer, RepeatsOnlyWhatWasNotSentOverAKeptConnection) {
   const Attempt died{CURLE_SEND_ERROR, 0, 0};
@@ -59,16 +59,16 @@ TEST(Transfer, RepeatsOnlyWhatWasNotSentOverAKeptConnection) {
 }  // namespace velk
 
 CURLcode __wrap_curl_easy_perform(CURL*) {
-  velk::last = velk::coming.at(0);
+  velk::lastAttempt = velk::coming.at(0);
   velk::coming.erase(velk::coming.begin());
-  return velk::last.outcome;
+  return velk::lastAttempt.outcome;
 }
 
 CURLcode __wrap_curl_easy_getinfo(CURL*, int info, ...) {
   va_list arguments;
   va_start(arguments, info);
   *va_arg(arguments, long*) =
-      info == CURLINFO_NUM_CONNECTS ? velk::last.openedConnections : velk::last.headerBytes;
+      info == CURLINFO_NUM_CONNECTS ? velk::lastAttempt.openedConnections : velk::lastAttempt.headerBytes;
   va_end(arguments);
   return CURLE_OK;
 }

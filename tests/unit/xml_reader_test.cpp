@@ -70,14 +70,14 @@ std::string Describe(const XmlNode& node) {
   return out + (node.child ? "}" : "");
 }
 
-struct Row {
+struct DocumentRow {
   std::string_view document;
   std::string_view tree;
   std::string_view error = "";  // after "[error near line "
 };
 
-void CheckRows(const std::vector<Row>& rows) {
-  for (const Row& row : rows) {
+void CheckRows(const std::vector<DocumentRow>& rows) {
+  for (const DocumentRow& row : rows) {
     SCOPED_TRACE(row.document);
     const Parsed parsed(row.document);
     ASSERT_NE(parsed.tree, nullptr);

@@ -32,13 +32,13 @@ class CallConnections : public ServiceTest {
   Host host{photo.Path()};
 };
 
-struct Row {
+struct CallRow {
   const char* call;
   std::string_view connections;  // one letter per request
 };
 
 // The calls that send several requests, or send one that must not be repeated.
-constexpr Row kRows[] = {
+constexpr CallRow kCallRows[] = {
     {"StartTwitterUploadPhoto", "aaaaab"},
     {"StartFacebookUploadPhoto", "aa"},
     {"StartFacebookUploadVideo", "a"},
@@ -49,7 +49,7 @@ constexpr Row kRows[] = {
 };
 
 TEST_F(CallConnections, CarryRepeatableRequestsAndCloseWithTheCall) {
-  for (const Row& row : kRows) {
+  for (const CallRow& row : kCallRows) {
     SCOPED_TRACE(row.call);
     sandbox.Reset();
     PublishStory();
@@ -90,7 +90,7 @@ TEST_F(CallConnections, MayCloseAtAnyTime) {
       {"resets after reading a request", {.kept = true, .times = 0, .reset = true}},
   };
   for (const auto& service : services) {
-    for (const Row& row : kRows) {
+    for (const CallRow& row : kCallRows) {
       SCOPED_TRACE(std::string(row.call) + ", service " + service.name);
       sandbox.Reset();
       PublishStory();
