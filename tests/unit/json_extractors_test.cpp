@@ -113,7 +113,7 @@ TEST(JsonExtractors, TruncateAtTheOutputAndGrowTheTokenBuffer) {
 TEST(JsonExtractors, ReadHostileInputInLinearTime) {
   const auto repeat = [](std::string_view piece) {
     std::string text;
-    while (text.size() < 4 << 20) text += piece;
+    while (text.size() < 1 << 20) text += piece;
     return text;
   };
   const struct {
@@ -132,7 +132,7 @@ TEST(JsonExtractors, ReadHostileInputInLinearTime) {
       std::array<char, 8> output;
       const std::clock_t began = std::clock();
       EXPECT_EQ(extractor(row.reply, "absent", output), 1);
-      EXPECT_LT(std::clock() - began, 15 * CLOCKS_PER_SEC);
+      EXPECT_LT(std::clock() - began, 5 * CLOCKS_PER_SEC);
     }
   }
 }
