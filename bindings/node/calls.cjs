@@ -6,7 +6,7 @@ const { Worker } = require('node:worker_threads');
 const { VelkError } = require('./errors.cjs');
 const { findLibrary, openLibrary } = require('./library.cjs');
 
-const mostThreads = 32; // more calls wait
+const mostThreads = 16; // more calls wait
 const spareThreads = 4; // idle ones that are kept
 const poll = 20; // milliseconds between two looks at a handle
 const retry = 1; // the same, while a cancel is not taken
@@ -110,7 +110,8 @@ class Upload {
 
   #report() {
     if (!this.onProgress || this.thrown || this.#isCancelled) return;
-    if (functions[`Get${this.service}UploadFileProgress`](this.uploader, this.#sent, this.#total) !== 0) return;
+    if (functions[`Get${this.service}UploadFileProgress`](this.uploader, this.#sent, this.#total) !== 0)
+      return;
     const [sent, total] = [this.#sent[0], this.#total[0]];
     if (total <= 0 || (sent === this.#last[0] && total === this.#last[1])) return;
     this.#last = [sent, total];

@@ -139,11 +139,17 @@ const facebook = {
   },
 
   async update(token, id, { message, privacy, description }) {
-    if ((message === undefined) === (description === undefined) || (privacy !== undefined && message === undefined))
+    if (
+      (message === undefined) === (description === undefined) ||
+      (privacy !== undefined && message === undefined)
+    )
       throw new ValueError('a change has either a message, or a message and a privacy, or a description');
     const text = message === undefined ? [description, 'description'] : [message, 'message'];
     const info = describe({ privacy }, { description: [...text, percentEncoded] });
-    info.writeUInt32LE(description !== undefined ? 2 : privacy !== undefined ? 1 : 0, layouts.FacebookUploadInfo.updateKind[0]);
+    info.writeUInt32LE(
+      description !== undefined ? 2 : privacy !== undefined ? 1 : 0,
+      layouts.FacebookUploadInfo.updateKind[0],
+    );
     await checked('SetFacebookUpdateInfo', [inUrl(token, 'token'), inUrl(id, 'id'), info]);
   },
 
@@ -154,7 +160,10 @@ const facebook = {
 
 // ---- Twitter ----
 
-const consumerFields = ({ key, secret }) => ({ consumerKey: [key, 'key'], consumerSecret: [secret, 'secret'] });
+const consumerFields = ({ key, secret }) => ({
+  consumerKey: [key, 'key'],
+  consumerSecret: [secret, 'secret'],
+});
 
 const credentials = (consumer, { token, tokenSecret, id, screenName }) => [
   record('TwitterConsumer', consumerFields(consumer)),
@@ -184,7 +193,10 @@ const twitter = {
     });
     const user = new Uint8Array(layouts.TwitterAccessToken.size);
     const written = (await checked('GetTwitterAccessToken', [request, user]))[1];
-    const { oauthToken, oauthTokenSecret, userId, screenName } = records.fieldsOf('TwitterAccessToken', written);
+    const { oauthToken, oauthTokenSecret, userId, screenName } = records.fieldsOf(
+      'TwitterAccessToken',
+      written,
+    );
     return { token: oauthToken, tokenSecret: oauthTokenSecret, id: userId, screenName };
   },
 
@@ -196,7 +208,9 @@ const twitter = {
   async uploadPhoto(consumer, user, { file = '', text }, options) {
     tweetText(text);
     // The library joins both with a separator.
-    const [, folder, name] = (process.platform === 'win32' ? /^(?:(.*)[\\/])?([^\\/]*)$/s : /^(?:(.*)\/)?([^/]*)$/s).exec(file);
+    const [, folder, name] = (
+      process.platform === 'win32' ? /^(?:(.*)[\\/])?([^\\/]*)$/s : /^(?:(.*)\/)?([^/]*)$/s
+    ).exec(file);
     const photo = record('TwitterUploadFile', {
       fileName: [name, 'file'],
       folderPath: [folder ?? '.', 'file'],
@@ -209,7 +223,8 @@ const twitter = {
 // ---- YouTube ----
 
 function describeVideo({ file, title, description, privacy = 'private', category = '22', tags = [] }) {
-  if (tags.some((tag) => tag === '' || tag.includes('\n'))) throw new ValueError('a tag is empty or has a line end');
+  if (tags.some((tag) => tag === '' || tag.includes('\n')))
+    throw new ValueError('a tag is empty or has a line end');
   return record('YoutubeUploadInfo', {
     filePath: [file, 'file'],
     title: [title, 'title', youtubeText],

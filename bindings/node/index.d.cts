@@ -158,7 +158,11 @@ export interface YoutubeDescription {
 
 export const youtube: {
   /** Resolves to the identifier of the video. */
-  upload(token: string, video: YoutubeDescription & { file: string }, options?: UploadOptions): Promise<string>;
+  upload(
+    token: string,
+    video: YoutubeDescription & { file: string },
+    options?: UploadOptions,
+  ): Promise<string>;
   /** Replaces title, description, privacy, category and tags: also pass what does not change. */
   update(token: string, id: string, video: YoutubeDescription): Promise<void>;
 };

@@ -60,16 +60,20 @@ function processorOf(path) {
   const file = openSync(path);
   const size = readSync(file, head);
   closeSync(file);
-  if (head.toString('latin1', 0, 2) !== 'MZ') return head.toString('latin1', 0, 5) + head.toString('latin1', 18, 20);
+  if (head.toString('latin1', 0, 2) !== 'MZ')
+    return head.toString('latin1', 0, 5) + head.toString('latin1', 18, 20);
   const at = head.readUInt32LE(0x3c);
   return at + 6 <= size ? `PE${head.toString('latin1', at + 4, at + 6)}` : '';
 }
 
 // The system's own reason does not name the processor.
 function reasonOf(path, error) {
-  if (path === libraryName) return `it is not in ${folder}, and the system does not find it: ${error.message}`;
+  if (path === libraryName)
+    return `it is not in ${folder}, and the system does not find it: ${error.message}`;
   if (!existsSync(path)) return 'there is no such file';
-  return processorOf(path) === processorOf(process.execPath) ? error.message : 'it is no library for this processor';
+  return processorOf(path) === processorOf(process.execPath)
+    ? error.message
+    : 'it is no library for this processor';
 }
 
 /** Loads the library and looks up every function. */
@@ -96,4 +100,4 @@ function openLibrary(path) {
 /** Copies memory of the library. */
 const copyFrom = (address, size) => Buffer.from(new Uint8Array(koffi.view(address, size)));
 
-module.exports = { LibraryError, copyFrom, findLibrary, openLibrary };
+module.exports = { LibraryError, copyFrom, findLibrary, openLibrary, signatures };

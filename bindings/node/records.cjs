@@ -25,7 +25,8 @@ const youtubeText = (text) =>
 function encoded(value = '', name, encode = plain, longest = Infinity) {
   if (typeof value !== 'string') throw new ValueError(`${name} is no string`);
   if (value.includes('\0')) throw new ValueError(`${name} contains a NUL`);
-  if (Buffer.from(value).toString() !== value) throw new ValueError(`${name} contains half of a surrogate pair`);
+  if (Buffer.from(value).toString() !== value)
+    throw new ValueError(`${name} contains half of a surrogate pair`);
   const bytes = Buffer.from(`${encode(value)}\0`);
   if (bytes.length - 1 <= longest) return bytes;
   throw new ValueError(

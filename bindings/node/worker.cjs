@@ -4,15 +4,15 @@
 
 const { parentPort, workerData } = require('node:worker_threads');
 const { copyFrom, openLibrary } = require('./library.cjs');
+const { layouts } = require('./records.cjs');
 
 const library = openLibrary(workerData.path);
-const pageSize = 1284;
 
 // The list belongs to the library. It travels as a copy.
 function takePages([, list, count]) {
   const address = new BigUint64Array(list.slice().buffer)[0];
   if (address === 0n) return new Uint8Array();
-  const pages = copyFrom(address, pageSize * new Int32Array(count.slice().buffer)[0]);
+  const pages = copyFrom(address, layouts.FacebookPage.size * new Int32Array(count.slice().buffer)[0]);
   library.FreeFacebookUserPagesList(list);
   return pages;
 }
