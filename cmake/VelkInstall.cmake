@@ -3,7 +3,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 install(TARGETS velkupload EXPORT VelkUpload)
-install(FILES include/velk_upload.h TYPE INCLUDE)
+install(FILES include/velk_upload.h bindings/cpp/velk_upload.hpp bindings/cpp/velk_upload_results.hpp TYPE INCLUDE)
 install(FILES LICENSE THIRD_PARTY_NOTICES DESTINATION ${CMAKE_INSTALL_DATADIR}/licenses/velk-upload)
 set(library_name velkupload)
 if(WIN32)

@@ -114,6 +114,8 @@ version=$(sed -nE 's/^#define VELK_UPLOAD_VERSION "(.*)"$/\1/p' "$windows/includ
 common_files='CHANGELOG.md
 README.md
 include/velk_upload.h
+include/velk_upload.hpp
+include/velk_upload_results.hpp
 lib/pkgconfig/velk-upload.pc
 share/bash-completion/completions/velk-publish
 share/licenses/velk-upload/LICENSE
@@ -484,7 +486,49 @@ readme_host_windows() {
   readme_host "$windows" bin/host.exe "$mingw-gcc" "${strict[@]}" host.c -I include lib/LibVelkUpload.dll.a
 }
 
+# cpp_host FOLDER HOST COMPILER...: the same for the page of the C++ binding.
+cpp_host() {
+  local output
+  cd "$1"
+  # shellcheck disable=SC2016 # the backquotes are those of the page
+  sed -n '/^```cpp$/,/^```$/{/^```/d;p}' share/doc/cpp.md >host.cpp
+  cp share/examples/media/clip.mp4 .
+  "${@:3}" -std=c++20 -Wall -Wextra -Werror -I include host.cpp -o "$2"
+  output=$("${sandbox[@]}" -- "$2" | tr -d '\r' | tail -n 1) || fail "exit code $?: $output"
+  [[ $output =~ ^video\ [A-Za-z0-9_-]{11}$ ]] || fail "it printed: $output"
+}
+
+cpp_host_linux() {
+  local sandbox=(env LD_LIBRARY_PATH=lib bin/velk-sandbox)
+  cpp_host "$linux" bin/cpp_host g++
+}
+
+cpp_host_windows() {
+  local sandbox=("$checkout/scripts/wine" bin/velk-sandbox.exe)
+  cpp_host "$windows" bin/cpp_host.exe "$mingw-g++-posix" -static
+}
+
+# npm_host: the program of the package's page publishes, after npm has installed the package. npm's registry has koffi.
+npm_host() {
+  local output package=node_modules/velk-upload
+  mkdir -p 'an application'
+  cd 'an application'
+  echo '{"private": true}' >package.json
+  npm install --silent --ignore-scripts --no-audit --no-fund --prefer-offline --cache "$VELK_CACHE/npm" \
+    "$(only "velk-upload-$version.tgz")" || fail 'npm does not install the package'
+  cmp "$package/native/win32-x64/LibVelkUpload.dll" "$windows/bin/LibVelkUpload.dll"
+  cmp "$package/native/linux-x64/libvelkupload.so.1" "$linux/lib/libvelkupload.so.1"
+  # shellcheck disable=SC2016 # the backquotes are those of the page
+  sed -n '/^```js$/,/^```$/{/^```/d;p}' "$package/README.md" >host.mjs
+  cp "$linux/share/examples/media/clip.mp4" .
+  output=$("$linux/bin/velk-sandbox" -- node host.mjs | tail -n 1) || fail "exit code $?: $output"
+  [[ $output =~ ^video\ [A-Za-z0-9_-]{11}$ ]] || fail "it printed: $output"
+}
+
 step 'Linux: the program of the README publishes' readme_host_linux
+step 'Linux: the program of the C++ page publishes' cpp_host_linux
+long_step 'Windows: the program of the C++ page publishes' cpp_host_windows
+step 'the program of the npm package publishes' npm_host
 step 'Windows: the program of the README publishes' readme_host_windows
 long_step 'Linux: publishes to the sandbox' "$tests/try_it.sh" "$linux"
 long_step 'Windows: publishes to the sandbox' "$tests/try_it.sh" "$windows" "$checkout/scripts/wine"
