@@ -48,6 +48,7 @@ function finish(thread, settle, ended = false) {
   thread.worker.unref();
   if (!ended && idle.length < spareThreads) return idle.push(thread);
   threads -= 1;
+  if (idle.includes(thread)) idle.splice(idle.indexOf(thread), 1);
   thread.worker.terminate();
   if (waiting.length > 0) assign(start(), waiting.shift());
 }
@@ -141,17 +142,18 @@ async function follow(service, name, args, { onProgress, signal } = {}) {
   const abort = () => upload.cancel();
   signal?.addEventListener('abort', abort);
   following.add(upload);
+  let reply;
   try {
-    const reply = await call(name, [upload.uploader, ...args], upload.job);
-    upload.end();
-    if (upload.thrown) throw upload.thrown.error;
-    if (reply.result === -10 && signal?.aborted) throw new VelkError(-10, { cause: signal.reason });
-    if (reply.result !== 0) throw new VelkError(reply.result);
-    return reply.args.slice(1);
+    reply = await call(name, [upload.uploader, ...args], upload.job);
   } finally {
+    upload.end();
     following.delete(upload);
     signal?.removeEventListener('abort', abort);
   }
+  if (upload.thrown) throw upload.thrown.error;
+  if (reply.result === -10 && signal?.aborted) throw new VelkError(-10, { cause: signal.reason });
+  if (reply.result !== 0) throw new VelkError(reply.result);
+  return reply.args.slice(1);
 }
 
 // The process ends only with its threads. So its exit cancels the uploads that run, and waits until they take it.
