@@ -246,6 +246,7 @@ namespace Velk.Upload
 
         private static IntPtr OpenOnLinux(string path, out string failure)
         {
+            dlerror(); // the first call of a function loads a library, which clears the error
             IntPtr module = dlopen(path, Now);
             failure = module == IntPtr.Zero ? Marshal.PtrToStringAnsi(dlerror()) : null;
             return module;

@@ -171,7 +171,7 @@ namespace Velk.Upload.Tests
                 Row("MISSING_ARGUMENT", null, () => YouTube.UploadAsync("token", Files.Video(Files.Clip, ""))),
                 Row("FORBIDDEN", null, () => YouTube.UploadAsync("forbidden", Files.Video(Files.Clip))),
                 Row("NO_HANDLE", "'method': 'PUT', 'status': 418", () => YouTube.UploadAsync("t", Files.Video(Files.Clip))),
-                Row("CREDENTIALS_REFUSED", "'status': 401, 'body': '{\\'errors\\':[{\\'code\\':32}]}'", tweet),
+Row("CREDENTIALS_REFUSED", "'status': 401, 'body': 'Could not authenticate you'", tweet),
                 Row("DUPLICATE_STATUS", null, async () => { await tweet(); await tweet(); }),
                 Row("TOO_LARGE", null, () => Twitter.UploadPhotoAsync(Files.Consumer, Files.User, large)),
             };

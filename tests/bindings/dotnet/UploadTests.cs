@@ -29,7 +29,7 @@ namespace Velk.Upload.Tests
         private static async Task ProgressRises()
         {
             const int large = 20000000, small = 4000000;
-            string file = Files.Make("20.mp4", large), form = Files.Make("4.mp4", small);
+            string file = Files.Make("rising.mp4", large), form = Files.Make("form.mp4", small);
             var seen = new List<UploadProgress>();
             Sandbox.Script("'method': 'PUT', 'passThrough': true, 'readSlowly': 40000000");
             await YouTube.UploadAsync("token", Files.Video(file), new Recorder(seen));
@@ -173,7 +173,7 @@ namespace Velk.Upload.Tests
         {
             Sandbox.Script("'method': 'PUT', 'passThrough': true, 'readSlowly': 4000000, 'times': 0");
             List<Task<string>> uploads = Enumerable.Range(0, 8).Select(i =>
-                YouTube.UploadAsync("token", Files.Video(Files.Make(i + ".mp4", 1000000 + i), "video " + i))).ToList();
+                YouTube.UploadAsync("token", Files.Video(Files.Make("at once " + i + ".mp4", 1000000 + i), "video " + i))).ToList();
             Check.That(uploads.All(upload => !upload.IsCompleted), "an upload blocks its caller");
             await Task.WhenAll(uploads);
             Json videos = Sandbox.State("youtube")["videos"];
