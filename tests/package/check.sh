@@ -525,10 +525,85 @@ npm_host() {
   [[ $output =~ ^video\ [A-Za-z0-9_-]{11}$ ]] || fail "it printed: $output"
 }
 
+# page_host LANGUAGE PAGE FILE: writes the first program of that language on the page, and the video that it publishes.
+page_host() {
+  # shellcheck disable=SC2016 # the backquotes are those of the page
+  sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/p; /^\`\`\`\$/{x; s/^/x/; /^xx/q; x}" "$2" | sed '/^```/d' >"$3"
+  cp "$linux/share/examples/media/clip.mp4" .
+}
+
+# published COMMAND...: the command publishes a video inside the sandbox.
+published() {
+  local output
+  output=$("$linux/bin/velk-sandbox" -- "$@" 2>&1 </dev/null | tr -d '\r') || fail "exit code $?: $output"
+  grep -qE '^video [A-Za-z0-9_-]{11}$' <<<"$output" || fail "it printed: $output"
+}
+
+# wheel_host: the program of the page publishes, after pip has installed the wheel without a registry.
+wheel_host() {
+  local folder='a python' site
+  /usr/bin/python3 -m venv "$folder"
+  "$folder/bin/pip" install --quiet --no-index --disable-pip-version-check "$(only 'velk_upload-*-linux_x86_64.whl')"
+  site=$("$folder/bin/python" -c 'import sysconfig; print(sysconfig.get_path("purelib"))')
+  cmp "$site/velk_upload/libvelkupload.so.1" "$linux/lib/libvelkupload.so.1"
+  cd "$folder"
+  page_host python "$checkout/bindings/python/README.md" host.py
+  published bin/python -W error host.py
+}
+
+# No Python for Windows runs here.
+wheel_for_windows() {
+  mkdir -p 'a wheel'
+  unzip -q "$(only 'velk_upload-*-win_amd64.whl')" -d 'a wheel'
+  cmp 'a wheel/velk_upload/LibVelkUpload.dll' "$windows/bin/LibVelkUpload.dll"
+  grep -qx 'Tag: py3-none-win_amd64' 'a wheel'/*/WHEEL
+}
+
+# nuget_host RUNTIME LIBRARY PROGRAM...: the program of the page publishes, after NuGet has installed the package in a new
+# folder without a registry. What the SDK itself needs comes from the cache.
+nuget_host() {
+  local folder="a nuget $1" major options=(--runtime "$1")
+  major=$(dotnet --version)
+  [[ $1 == win-x64 ]] && options+=(--self-contained) || options+=(--no-self-contained)
+  mkdir -p "$folder"
+  cd "$folder"
+  export NUGET_PACKAGES=$PWD/packages DOTNET_CLI_HOME=$VELK_CACHE DOTNET_CLI_TELEMETRY_OPTOUT=1 DOTNET_NOLOGO=1
+  cat >nuget.config <<END
+<configuration>
+  <packageSources><clear /><add key="release" value="$dist" /></packageSources>
+  <fallbackPackageFolders><add key="cache" value="$VELK_CACHE/nuget" /></fallbackPackageFolders>
+</configuration>
+END
+  cat >host.csproj <<END
+<Project Sdk="Microsoft.NET.Sdk">
+  <PropertyGroup>
+    <OutputType>Exe</OutputType>
+    <TargetFramework>net${major%%.*}.0</TargetFramework>
+    <UseAppHost Condition="'\$(SelfContained)' != 'true'">false</UseAppHost>
+    <EventSourceSupport>false</EventSourceSupport>
+  </PropertyGroup>
+  <ItemGroup><PackageReference Include="Velk.Upload" Version="[$version]" /></ItemGroup>
+</Project>
+END
+  page_host csharp "$checkout/bindings/dotnet/README.md" host.cs
+  dotnet publish -c Release -o out "${options[@]}" >log || fail "$(cat log)"
+  cmp "out/${2##*/}" "$2"
+  published "${@:3}"
+}
+
+nuget_host_linux() { nuget_host linux-x64 "$linux/lib/libvelkupload.so.1" dotnet out/host.dll; }
+nuget_host_windows() { nuget_host win-x64 "$windows/bin/LibVelkUpload.dll" "$checkout/scripts/wine" out/host.exe; }
+
 step 'Linux: the program of the README publishes' readme_host_linux
 step 'Linux: the program of the C++ page publishes' cpp_host_linux
 long_step 'Windows: the program of the C++ page publishes' cpp_host_windows
 step 'the program of the npm package publishes' npm_host
+step 'the program of the Python page publishes' wheel_host
+step 'the wheel for Windows contains its library' wheel_for_windows
+if command -v dotnet >/dev/null; then
+  step 'Linux: the program of the .NET page publishes' nuget_host_linux
+  long_step 'Windows: the program of the .NET page publishes' nuget_host_windows
+fi
 step 'Windows: the program of the README publishes' readme_host_windows
 long_step 'Linux: publishes to the sandbox' "$tests/try_it.sh" "$linux"
 long_step 'Windows: publishes to the sandbox' "$tests/try_it.sh" "$windows" "$checkout/scripts/wine"

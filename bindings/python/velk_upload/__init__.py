@@ -1,7 +1,7 @@
 """Publishes media files and short posts to Facebook, Twitter and YouTube.
 
-The functions are in `velk_upload.facebook`, `velk_upload.twitter` and `velk_upload.youtube`; in `velk_upload.aio` are
-the same for asyncio. Any thread may make any call.
+The functions are in `velk_upload.facebook`, `velk_upload.twitter` and `velk_upload.youtube`; in
+`velk_upload.aio` are the same for asyncio. Any thread may make any call.
 """
 
 from ctypes import byref, c_int32, create_string_buffer

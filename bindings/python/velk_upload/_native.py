@@ -133,8 +133,8 @@ def load(path: Optional[Path] = None) -> str:
 
     Without a path it is the one beside this package, or else the one that the system finds. It stays loaded.
 
-    Returns the path. Raises `LibraryError` when the library is missing or is another one, and `ValueError` when
-    another library is loaded already.
+    Returns the path. Raises `LibraryError` when the library is missing or is another one, and `ValueError`
+    when another library is loaded already.
     """
     global _loaded
     with _lock:

@@ -1,7 +1,7 @@
 """Facebook: tokens, the user, pages, and publishing.
 
-Every function blocks, and raises `VelkError` for a failure, or `ValueError` for a value that cannot be sent as it
-is. Texts arrive unchanged.
+Every function blocks, and raises `VelkError` for a failure, or `ValueError` for a value that cannot be sent
+as it is. Texts arrive unchanged.
 """
 
 import threading
@@ -67,8 +67,8 @@ _valid_lock = threading.Lock()
 def check_token(app_id: str, token: str) -> bool:
     """Whether a token is valid.
 
-    A valid token is remembered for five minutes, since each check of one keeps 16 KiB until the process exits. At
-    most 256 tokens are remembered.
+    A valid token is remembered for five minutes, since each check of one keeps 16 KiB until the process
+    exits. At most 256 tokens are remembered.
     """
     key = app_id, token
     with _valid_lock:
@@ -121,10 +121,11 @@ def upload_video(
 ) -> str:
     """Uploads a video, and returns its identifier.
 
-    privacy is "EVERYONE", "ALL_FRIENDS", "FRIENDS_OF_FRIENDS", "SELF" or empty. target is the identifier of a page;
-    empty for the user's own feed. progress is called on this thread. Its figures count the form too, and start again
-    when the file goes to Facebook's second host. An exception of it cancels the upload and leaves the call. cancel
-    ends the call with `UploadCancelled`, unless everything was sent. The form announces the whole path to Facebook.
+    privacy is "EVERYONE", "ALL_FRIENDS", "FRIENDS_OF_FRIENDS", "SELF" or empty. target is the identifier of a
+    page; empty for the user's own feed. progress is called on this thread. Its figures count the form too,
+    and start again when the file goes to Facebook's second host. An exception of it cancels the upload and
+    leaves the call. cancel ends the call with `UploadCancelled`, unless everything was sent. The form
+    announces the whole path to Facebook.
     """
     info = _described(description, str, "description", privacy, target)
     info.title = encoded(title, "title", longest=259)
@@ -168,7 +169,9 @@ def update(
     privacy: Optional[str] = None,
     description: Optional[str] = None,
 ) -> None:
-    """Changes what was published: a message, a message and the privacy of what its story is about, or a description.
+    """Changes what was published.
+
+    That is a message, a message and the privacy of what its story is about, or a description.
 
     After the code TEXT_NOT_UPDATED the privacy is changed.
     """

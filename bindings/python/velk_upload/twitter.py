@@ -1,7 +1,7 @@
 """Twitter: signing in, tweets, and photos.
 
-Every function blocks, and raises `VelkError` for a failure, or `ValueError` for a value that cannot be sent as it
-is. Texts arrive unchanged.
+Every function blocks, and raises `VelkError` for a failure, or `ValueError` for a value that cannot be sent
+as it is. Texts arrive unchanged.
 """
 
 import os
@@ -90,8 +90,8 @@ def upload_photo(
 ) -> None:
     """Uploads a photo of at most 5 MiB, and posts a tweet of at most 420 bytes that shows it.
 
-    progress is called on this thread, and counts each segment of 1 MiB by itself. An exception of it cancels the
-    upload and leaves the call. cancel ends the call with `UploadCancelled` while a segment is sent.
+    progress is called on this thread, and counts each segment of 1 MiB by itself. An exception of it cancels
+    the upload and leaves the call. cancel ends the call with `UploadCancelled` while a segment is sent.
     """
     folder, name = os.path.split(encoded_path(path))
     # The library joins both with a separator.

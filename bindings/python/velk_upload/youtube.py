@@ -1,7 +1,7 @@
 """YouTube: uploading videos, and changing what was published.
 
-Every function blocks, and raises `VelkError` for a failure, or `ValueError` for a value that cannot be sent as it
-is. Texts arrive unchanged at the sandbox; against YouTube itself this was not tested.
+Every function blocks, and raises `VelkError` for a failure, or `ValueError` for a value that cannot be sent
+as it is. Texts arrive unchanged at the sandbox; against YouTube itself this was not tested.
 """
 
 import threading
@@ -28,9 +28,9 @@ def upload(
 ) -> str:
     """Uploads a video, and returns its identifier.
 
-    privacy is "public", "private" or "unlisted". category is the number of a category; 22 is people. progress is
-    called on this thread. An exception of it cancels the upload and leaves the call. cancel ends the call with
-    `UploadCancelled`, unless everything was sent.
+    privacy is "public", "private" or "unlisted". category is the number of a category; 22 is people. progress
+    is called on this thread. An exception of it cancels the upload and leaves the call. cancel ends the call
+    with `UploadCancelled`, unless everything was sent.
     """
     info = _described(title, description, privacy, category, tags)
     info.filePath = fitting(encoded_path(path), "path", 1023)

@@ -1,7 +1,7 @@
 """The same functions for asyncio, each on a thread of its own.
 
-An upload returns an `Upload` at once. The other functions are coroutines, which cannot be cancelled: a cancelled task
-ends, and the library's request goes on.
+An upload returns an `Upload` at once. The other functions are coroutines, which cannot be cancelled: a
+cancelled task ends, and the library's request goes on.
 """
 
 from . import facebook, twitter, youtube

@@ -93,8 +93,8 @@ class _Either(threading.Event):
 class Upload(Generic[T]):
     """A running upload.
 
-    Await it for the result, and iterate over it for its progress. When the task that does so is cancelled, the upload
-    is cancelled too, and the task ends when the library has stopped. Without either it runs on.
+    Await it for the result, and iterate over it for its progress. When the task that does so is cancelled,
+    the upload is cancelled too, and the task ends when the library has stopped. Without either it runs on.
     """
 
     def __init__(self, function: Callable[..., T], arguments: Any) -> None:
@@ -117,7 +117,7 @@ class Upload(Generic[T]):
         return self._future.done()
 
     def result(self) -> T:
-        """The result of an upload that has ended, also after its task was cancelled; or raises what it raised."""
+        """The result of an upload that has ended, also after its task was cancelled. Raises its failure."""
         return self._future.result()
 
     def __await__(self) -> Generator[Any, None, T]:
