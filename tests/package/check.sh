@@ -527,16 +527,14 @@ npm_host() {
 
 # page_host LANGUAGE PAGE FILE: writes the first program of that language on the page, and the video that it publishes.
 page_host() {
-  # shellcheck disable=SC2016 # the backquotes are those of the page
-  sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/p; /^\`\`\`\$/{x; s/^/x/; /^xx/q; x}" "$2" | sed '/^```/d' >"$3"
+  awk -v begin="\`\`\`$1" '$0 == begin { inside = 1; next } inside && /^```/ { exit } inside' "$2" >"$3"
   cp "$linux/share/examples/media/clip.mp4" .
 }
 
 # published COMMAND...: the command publishes a video inside the sandbox.
 published() {
-  local output
-  output=$("$linux/bin/velk-sandbox" -- "$@" 2>&1 </dev/null | tr -d '\r') || fail "exit code $?: $output"
-  grep -qE '^video [A-Za-z0-9_-]{11}$' <<<"$output" || fail "it printed: $output"
+  "$linux/bin/velk-sandbox" -- "$@" >output 2>&1 </dev/null || fail "exit code $?: $(cat output)"
+  tr -d '\r' <output | grep -qE '^video [A-Za-z0-9_-]{11}$' || fail "it printed: $(cat output)"
 }
 
 # wheel_host: the program of the page publishes, after pip has installed the wheel without a registry.
