@@ -135,7 +135,8 @@ namespace Velk.Upload
             return Calls.Run(() =>
             {
                 uint length = 0, seconds = 0;
-                VelkException.Check(Native.Current.ExchangeToken(app, secret, given, exchanged, ref length, ref seconds));
+                VelkException.Check(Native.Current.ExchangeToken(app, secret, given, exchanged, ref length,
+                    ref seconds));
                 string value = Strings.DecodeJson(exchanged);
                 if (value.Length == 0) throw new VelkException(VelkResult.NoIdentifier);
                 return new FacebookToken(value, seconds);
@@ -230,8 +231,8 @@ namespace Velk.Upload
         {
             bool isMessage = change.Message != null;
             if (isMessage == (change.Description != null) || (change.Privacy != null && !isMessage))
-                throw new ArgumentException("a change has either a message, or a message and a privacy, or a description",
-                    nameof(change));
+                throw new ArgumentException(
+                    "a change has either a message, or a message and a privacy, or a description", nameof(change));
             Record info = Describe("", change.Privacy ?? "").Set("description", change.Message ?? change.Description,
                 isMessage ? nameof(change.Message) : nameof(change.Description), Strings.Percent);
             info.Bytes[0] = (byte)(!isMessage ? 2 : change.Privacy != null ? 1 : 0); // updateKind

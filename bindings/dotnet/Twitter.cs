@@ -75,8 +75,9 @@ namespace Velk.Upload
         public string Text { get; set; } = "";
     }
 
-    /// <summary>Twitter: signing in, tweets, and photos. Each call throws <see cref="VelkException"/> for a failure, and
-    /// <see cref="ArgumentException"/> at once for a value that cannot be sent as it is. Texts arrive unchanged.</summary>
+    /// <summary>Twitter: signing in, tweets, and photos. Each call throws <see cref="VelkException"/> for a failure,
+    /// and <see cref="ArgumentException"/> at once for a value that cannot be sent as it is. Texts arrive unchanged.
+    /// </summary>
     public static class Twitter
     {
         // The library uses that many bytes of each, and Twitter refuses what is longer as unknown.
@@ -139,9 +140,12 @@ namespace Velk.Upload
             IProgress<UploadProgress> progress = null, CancellationToken cancellation = default(CancellationToken))
         {
             byte[] application = Application(consumer), token = Account(user);
-            string name = Path.GetFileName(photo.File), folder = photo.File.Substring(0, photo.File.Length - name.Length);
+            string name = Path.GetFileName(photo.File);
+            string folder = photo.File.Substring(0, photo.File.Length - name.Length);
             // The library joins both with a separator.
-            folder = folder.Length == 0 ? "." : folder.TrimEnd(Path.DirectorySeparatorChar, Path.AltDirectorySeparatorChar);
+            folder = folder.Length == 0
+                ? "."
+                : folder.TrimEnd(Path.DirectorySeparatorChar, Path.AltDirectorySeparatorChar);
             Record file = new Record(Layout.TwitterUploadFile)
                 .Set("fileName", name, nameof(photo.File))
                 .Set("folderPath", folder, nameof(photo.File))

@@ -68,7 +68,8 @@ namespace Velk.Upload
         }
     }
 
-    /// <summary>The library is missing, or is not the one that this assembly requires. The message has its path.</summary>
+    /// <summary>The library is missing, or is not the one that this assembly requires. The message has its path.
+    /// </summary>
     public sealed class VelkLibraryException : Exception
     {
         internal VelkLibraryException(string message) : base("Velk.Upload: " + message)

@@ -27,9 +27,9 @@ namespace Velk.Upload
         public IList<string> Tags { get; set; } = new List<string>();
     }
 
-    /// <summary>YouTube: uploading videos, and changing what was published. Each call throws <see cref="VelkException"/>
-    /// for a failure, and <see cref="ArgumentException"/> at once for a value that cannot be sent as it is. Texts arrive
-    /// unchanged at the sandbox; against YouTube itself this was not tested.</summary>
+    /// <summary>YouTube: uploading videos, and changing what was published. Each call throws
+    /// <see cref="VelkException"/> for a failure, and <see cref="ArgumentException"/> at once for a value that cannot be
+    /// sent as it is. Texts arrive unchanged at the sandbox; against YouTube itself this was not tested.</summary>
     public static class YouTube
     {
         private const int IdCapacity = 256;
@@ -56,7 +56,8 @@ namespace Velk.Upload
         public static Task UpdateAsync(string token, string id, YouTubeVideo video)
         {
             Record info = Describe(video);
-            byte[] given = Strings.Encode(token, nameof(token)), changed = Strings.Encode(id, nameof(id), Strings.YouTube);
+            byte[] given = Strings.Encode(token, nameof(token));
+            byte[] changed = Strings.Encode(id, nameof(id), Strings.YouTube);
             return Calls.RunChecked(() => Native.Current.UpdateYouTube(given, changed, info.Bytes));
         }
 

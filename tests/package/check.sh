@@ -557,8 +557,8 @@ wheel_for_windows() {
   grep -qx 'Tag: py3-none-win_amd64' 'a wheel'/*/WHEEL
 }
 
-# nuget_host RUNTIME LIBRARY PROGRAM...: the program of the page publishes, after NuGet has installed the package in a new
-# folder without a registry. What the SDK itself needs comes from the cache.
+# nuget_host RUNTIME LIBRARY PROGRAM...: the program of the page publishes, after NuGet has installed the package in a
+# new folder without a registry. What the SDK itself needs comes from the cache.
 nuget_host() {
   local folder="a nuget $1" major options=(--runtime "$1")
   major=$(dotnet --version)

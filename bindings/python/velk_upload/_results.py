@@ -37,6 +37,7 @@ class Result(IntEnum):
 
 
 # The name, meaning and advice of each code.
+# fmt: off
 TEXTS: Dict[int, Tuple[str, str, str]] = {
     0: (
         "VELK_OK",
@@ -65,7 +66,7 @@ TEXTS: Dict[int, Tuple[str, str, str]] = {
     ),
     5: (
         "VELK_UNSUPPORTED_GET",
-        'Facebook: "Unsupported get request." for the embed URL of a video.',
+        "Facebook: \"Unsupported get request.\" for the embed URL of a video.",
         "Check the identifier and the token's permissions. The object may have no such URL.",
     ),
     -1: (
