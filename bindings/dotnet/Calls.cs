@@ -84,6 +84,8 @@ namespace Velk.Upload
     internal sealed class Follower
     {
         private const int PollMilliseconds = 20;
+        // A small upload to YouTube takes a cancel for some milliseconds.
+        private const int CancelMilliseconds = 1;
 
         private readonly HandleFunctions functions;
         private readonly IProgress<UploadProgress> progress;
@@ -105,11 +107,10 @@ namespace Velk.Upload
             if (handle == IntPtr.Zero) return (int)VelkResult.OutOfMemory;
             int code = 0;
             Thread upload = Calls.Start(() => code = start(handle));
-            while (!upload.Join(PollMilliseconds))
+            while (!upload.Join(IsCancelling ? CancelMilliseconds : PollMilliseconds))
             {
                 // YouTube takes a cancel only once its PUT has begun.
-                if (!cancelled && (failure != null || cancellation.IsCancellationRequested))
-                    cancelled = functions.Cancel(handle) == (int)VelkResult.Ok;
+                if (IsCancelling && !cancelled) cancelled = functions.Cancel(handle) == (int)VelkResult.Ok;
                 Report(handle);
             }
             Report(handle);
@@ -120,6 +121,8 @@ namespace Velk.Upload
             if (failure != null) ExceptionDispatchInfo.Capture(failure).Throw();
             return code;
         }
+
+        private bool IsCancelling => failure != null || cancellation.IsCancellationRequested;
 
         private void Report(IntPtr handle)
         {

@@ -9,6 +9,7 @@ from ._native import library
 from ._results import Result
 
 _POLL_SECONDS = 0.02
+_CANCEL_SECONDS = 0.001  # a small upload to YouTube takes a cancel for some milliseconds
 
 
 class Progress(NamedTuple):
@@ -82,15 +83,16 @@ def follow(
     thread.start()
     try:
         while thread.is_alive():
-            if cancel is not None and cancel.is_set():
+            cancelling = cancel is not None and cancel.is_set()
+            if cancelling:
                 follower.cancel()
             follower.report()
-            thread.join(_POLL_SECONDS)
+            thread.join(_CANCEL_SECONDS if cancelling else _POLL_SECONDS)
         follower.report()
     finally:
         # After an exception of the callback's, or Ctrl-C. A second Ctrl-C leaves the handle to the thread.
         while thread.is_alive():
             follower.cancel()
-            thread.join(_POLL_SECONDS)
+            thread.join(_CANCEL_SECONDS)
         _release(service, handle)
     check(results[0])
