@@ -1,9 +1,9 @@
 # Compiles the C++ sources of a target in groups, when VELK_GROUPS is on: each group reads the headers of Boost and
-# GoogleTest once. A build from nothing takes half of the time. CMake's UNITY_BUILD names sources by absolute paths, with
-# which a compiler cache finds nothing in another folder.
+# GoogleTest once. A build from nothing takes half of the time. CMake's UNITY_BUILD names sources by absolute paths,
+# with which a compiler cache finds nothing in another folder.
 
-# velk_groups(<target> [<source>...]): groups the sources of each folder, but the named ones and those with definitions of
-# their own. Call it last.
+# velk_groups(<target> [<source>...]): groups the sources of each folder, but the named ones and those with definitions
+# of their own. Call it last.
 function(velk_groups target)
   if(NOT VELK_GROUPS)
     return()

@@ -110,7 +110,7 @@ class Asyncio(SandboxTest, unittest.IsolatedAsyncioTestCase):
         script(path="/1.1/statuses/update.json", passThrough=True, delayMs=300)
         with self.assertRaises(asyncio.TimeoutError):
             await asyncio.wait_for(aio.twitter.tweet(CONSUMER, USER, "posted"), 0.1)
-        while not all(request["status"] for request in requests()):
+        while not any(request["status"] for request in requests()):
             await asyncio.sleep(0.05)
         self.assertEqual([tweet["text"] for tweet in state("twitter")["tweets"]], ["posted"])
 
