@@ -42,13 +42,15 @@ void SetProxy(const Options& options) {
   SetLibVelkUploadProxy(proxy.c_str());
 }
 
-int ReportFailure(const Options& options, const Command* command, const char* why, ExitStatus status) {
-  std::fprintf(stderr, "velk-publish: %s\n", why);
+// The service is empty when the command line names none.
+int ReportFailure(const Options& options, const std::string& service, const std::string& why,
+                  ExitStatus status) {
+  std::fprintf(stderr, "velk-publish: %s\n", why.c_str());
   if (!options.json) return status;
   Outcome outcome;
   outcome.made = false;
   outcome.problem = why;
-  std::printf("%s\n", ToJson(command ? command->service : "", outcome).c_str());
+  std::printf("%s\n", ToJson(service, outcome).c_str());
   return status;
 }
 
@@ -58,11 +60,11 @@ int RunCommand(Options& options, const Command& command) try {
   CatchInterrupt();
   return command.run(options);
 } catch (const UsageError& error) {
-  return ReportFailure(options, &command, error.what(), kUsage);
+  return ReportFailure(options, command.service, error.what(), kUsage);
 } catch (const FileError& error) {
-  return ReportFailure(options, &command, error.what(), kFile);
+  return ReportFailure(options, command.service, error.what(), kFile);
 } catch (const CLI::Error& error) {
-  return ReportFailure(options, &command, (options.config + ": " + error.what()).c_str(), kUsage);
+  return ReportFailure(options, command.service, options.config + ": " + error.what(), kUsage);
 }
 
 int Run(std::vector<std::string> arguments) {
@@ -81,8 +83,9 @@ int Run(std::vector<std::string> arguments) {
     std::printf("%s\n", version.what());
     return kDone;
   } catch (const CLI::ParseError& error) {
-    return ReportFailure(options, command, (Explain(app, error) + " (--help lists the options)").c_str(),
-                         kUsage);
+    const auto services = app.get_subcommands();
+    return ReportFailure(options, services.empty() ? "" : services.front()->get_name(),
+                         Explain(app, error) + " (--help lists the options)", kUsage);
   }
   return RunCommand(options, *command);
 }

@@ -96,7 +96,9 @@ void AddChoice(CLI::App& app, const std::string& name, std::optional<std::string
   const auto check = [words, list](std::string& given) -> std::string {
     for (const std::string& word : words)
       if (word == given) return "";
-    const std::string nearest = Nearest(given, words);
+    // A number resembles many others by chance.
+    const bool isNumber = given.find_first_not_of("0123456789") == given.npos;
+    const std::string nearest = isNumber ? "" : Nearest(given, words);
     return '"' + given + "\" is not one of " + list +
            (nearest.empty() ? "" : "; did you mean " + nearest + "?");
   };
