@@ -163,7 +163,8 @@ reset
 
 # ---- Values that are wrong
 
-expect 'unknown category' 2 '"service":"youtube"' '--category.*"99" is not one of' "${youtube[@]}" --json --category 99 clip.mp4
+expect 'unknown category' 2 '"service":"youtube"' '--category.*"99" is not one of' \
+  "${youtube[@]}" --json --category 99 clip.mp4
 expect 'title that is too long' 2 '' 'title is too long: 101 characters' youtube upload --token-file token \
   --title "$(printf 'x%.0s' {1..101})" --description a clip.mp4
 printf '{\n "title": "a",\n "tags": ["a", 1]\n}' >bad.json
