@@ -14,7 +14,7 @@
 
 #include "fuzz/targets.h"
 #include "kit/byte_strings.h"
-#include "kit/journal.h"
+#include "kit/intake.h"
 #include "kit/request.h"
 #include "net/body.h"
 #include "net/head.h"

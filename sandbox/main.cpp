@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "kit/control.h"
-#include "kit/exchange.h"
 #include "kit/options.h"
+#include "kit/proxy.h"
 #include "kit/world.h"
 #include "net/platform.h"
 #include "services/all_services.h"

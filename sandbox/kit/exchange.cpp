@@ -7,67 +7,39 @@
 #include <system_error>
 
 #include "kit/failure.h"
-#include "net/input.h"
 
 namespace velk::sandbox {
 namespace {
 
 constexpr std::size_t kLargestPiece = 128 * 1024;
 
-// How a connection became a tunnel: the host that its CONNECT named, and its head.
-struct Tunnel {
-  std::string host;
-  std::string head;
-  std::string certificateName;  // empty for the sandbox's own certificate
-};
+std::shared_ptr<Entry> NewEntry(Arrival& arrival) {
+  Timing timing(arrival.began);
+  timing.Set(Phase::kHead, Timing::Clock::now() - arrival.began);
+  const bool isFirst = arrival.tunnel && !arrival.kept;
+  if (isFirst) timing.Set(Phase::kConnect, arrival.tunnel->connect);
+  if (isFirst) timing.Set(Phase::kTls, arrival.tunnel->tls);
+  return std::make_shared<Entry>(std::move(arrival.head), arrival.tunnel ? "https" : "http",
+                                 arrival.tunnel ? arrival.tunnel->head : std::string(),
+                                 std::move(arrival.connection), std::move(timing));
+}
 
-// One request, from its head to its reply.
-class Exchange {
- public:
-  Exchange(Stream& stream, Input& input, World& world, Head head, const std::optional<Tunnel>& tunnel,
-           std::shared_ptr<const Connection> connection, bool kept)
-      : stream_(stream),
-        input_(input),
-        world_(world),
-        entry_(std::make_shared<Entry>(std::move(head), tunnel ? "https" : "http",
-                                       tunnel ? tunnel->head : std::string(), std::move(connection))),
-        script_(world.scripts.Take(entry_->head, kept)),
-        body_(entry_->head),
-        intake_(world.store, entry_->head) {}
+}  // namespace
 
-  awaitable<bool> Serve();  // returns whether the connection goes on
-  std::optional<Tunnel> Opened() const;
-
- private:
-  const Head& Request() const { return entry_->head; }
-  bool IsConnect() const { return Request().method == "CONNECT"; }
-  void Record();
-  awaitable<void> Receive(std::optional<std::uint64_t> limit);
-  awaitable<void> ReceivePiece(std::size_t size);
-  void PassPartOn();
-  std::size_t PieceSize(std::optional<std::uint64_t> limit) const;
-  awaitable<bool> ServeEarly();
-  awaitable<bool> Respond();
-  Reply ServiceReply();
-  Reply MakeReply();
-  std::size_t CutPoint(std::size_t headSize, std::size_t size) const;
-  awaitable<void> Deliver(const Reply& reply);
-
-  Stream& stream_;
-  Input& input_;
-  World& world_;
-  const std::shared_ptr<Entry> entry_;
-  const std::shared_ptr<Script> script_;
-  BodyDecoder body_;
-  Intake intake_;
-  std::shared_ptr<const Received> received_;  // once the body is complete
-  bool opensTunnel_ = false;
-};
+Exchange::Exchange(Stream& stream, Input& input, World& world, Arrival arrival)
+    : stream_(stream),
+      input_(input),
+      world_(world),
+      entry_(NewEntry(arrival)),
+      script_(world.scripts.Take(entry_->head, arrival.kept)),
+      body_(entry_->head),
+      began_(arrival.began),
+      phaseBegan_(Clock::now()) {}
 
 // A tunnel that opens as requested is part of the request that goes through it. Only one that does not is
 // recorded by itself.
 void Exchange::Record() {
-  entry_->scripted = script_->IsPosted();
+  entry_->Update([this](Progress& progress) { progress.script = script_->Id(); });
   const bool opens = IsConnect() && world_.services.Simulates(Request().host) && script_->passThrough;
   if (!opens) world_.journal.Add(entry_);
 }
@@ -79,7 +51,7 @@ awaitable<bool> Exchange::Serve() {
   if (script_->answerEarly) co_return co_await ServeEarly();
   co_await Receive(script_->stopReadingAfter);
   if (!received_) {
-    script_->Fired("stopReadingAfter");
+    Fire("stopReadingAfter");
     PassPartOn();
     if (!script_->BreaksOff()) {
       co_await stream_.WaitUntilGone();
@@ -94,7 +66,7 @@ awaitable<bool> Exchange::Serve() {
 // The client of a reply without a length waits for the end, so that end must not wait for the body.
 awaitable<bool> Exchange::ServeEarly() {
   co_await Receive(script_->stopReadingAfter.value_or(0));
-  if (!received_) script_->Fired("answerEarly");
+  if (!received_) Fire("answerEarly");
   const bool goesOn = co_await Respond();
   if (!script_->noContentLength) co_await Receive(std::nullopt);
   if (!goesOn) co_await stream_.End();
@@ -113,79 +85,92 @@ awaitable<void> Exchange::Receive(std::optional<std::uint64_t> limit) {
   if (received_) co_return;
   if (limit || script_->readSlowly > 0) stream_.ShrinkWindow();
   try {
+    if (!intake_) intake_.emplace(world_.store, Request());
     while (!body_.Complete()) {
       const std::size_t size = PieceSize(limit);
       if (size == 0) co_return;
       co_await ReceivePiece(size);
     }
-    received_ = intake_.Finish();
+    received_ = intake_->Finish();
   } catch (const boost::system::system_error&) {
     PassPartOn();
     throw;
   } catch (const BadRequest& bad) {
-    entry_->status = bad.status;
+    Fail(bad.status, bad.why);
     throw;
-  } catch (const std::system_error&) {
-    entry_->status = kStoreIsFull;
+  } catch (const std::system_error& error) {
+    Fail(kStoreIsFull, error.what());
     throw;
   }
-  entry_->SetReceived(received_);
+  EndPhase(Phase::kBody);
+  entry_->Update([this](Progress& progress) { progress.received = received_; });
 }
 
 awaitable<void> Exchange::ReceivePiece(std::size_t size) {
   const std::string_view piece = co_await input_.ReadContent(body_, size);
-  intake_.Append(piece);
+  intake_->Append(piece);
   entry_->bodyReceived += piece.size();
   world_.journal.CountBytes(piece.size());
   if (script_->readSlowly == 0) co_return;
   co_await stream_.Sleep(std::chrono::microseconds(1'000'000 * piece.size() / script_->readSlowly));
-  script_->Fired("readSlowly");
+  Fire("readSlowly");
 }
 
 // A service keeps what has arrived of an upload, so that the client can resume it.
 void Exchange::PassPartOn() {
-  if (script_->passThrough && !IsConnect()) world_.services.TakePartial(Request(), intake_.FinishPart());
+  if (script_->passThrough && !IsConnect()) world_.services.TakePartial(Request(), intake_->FinishPart());
 }
 
 Reply Exchange::ServiceReply() try {
   return world_.services.Handle(Request(), received_);
-} catch (const std::system_error&) {
-  throw;  // the store cannot take the content
+} catch (const std::system_error& error) {
+  Fail(kStoreIsFull, error.what());
+  throw;
 } catch (const std::exception& error) {
-  std::fprintf(stderr, "velk-sandbox: %s %s failed: %s\n", Request().method.c_str(), Request().target.c_str(),
-               error.what());
-  return JsonReply(500, {{"error", error.what()}});
+  Reply reply = JsonReply(500, {{"error", error.what()}});
+  reply.why.text = std::string("the simulated service failed: ") + error.what();
+  return reply;
 }
 
 Reply Exchange::MakeReply() {
   if (!script_->passThrough || !received_) return script_->reply;
   if (!IsConnect()) return ServiceReply();
   if (world_.services.Simulates(Request().host)) return {.status = 200, .reason = "Connection established"};
-  return JsonReply(502, {{"error", "this proxy reaches only the simulated services"}});
+  Reply reply = JsonReply(502, {{"error", "this proxy reaches only the simulated services"}});
+  reply.why.text = "the sandbox simulates no host of this name, and it reaches no other host";
+  return reply;
 }
 
 // Returns whether the connection can take another request.
 awaitable<bool> Exchange::Respond() {
   if (script_->delayMs > 0) {
     co_await stream_.Sleep(std::chrono::milliseconds(script_->delayMs));
-    script_->Fired("delayMs");
+    Fire("delayMs");
   }
   if (script_->neverAnswer) {
-    script_->Fired("neverAnswer");
+    Fire("neverAnswer");
     co_await stream_.WaitUntilGone();
     EndConnection();
   }
   const Reply reply = MakeReply();
+  EndPhase(Phase::kService);
+  const bool isScripted = script_->IsPosted() && (!script_->passThrough || !received_);
+  entry_->Update([&](Progress& progress) {
+    progress.why = reply.why;
+    if (isScripted && IsRefusal(reply.status)) progress.why.text = ScriptWhy(reply.status);
+  });
   co_await Deliver(reply);
+  isComplete_ = true;
+  EndPhase(Phase::kReply);
   if (world_.options.verbose) {
     std::fprintf(stderr, "%s %s%s (%llu bytes) -> %d\n", Request().method.c_str(), Request().host.c_str(),
                  IsConnect() ? "" : Request().target.c_str(),
                  static_cast<unsigned long long>(entry_->bodyReceived), reply.status);
   }
-  opensTunnel_ = IsConnect() && reply.status / 100 == 2;
-  if (script_->hangUp) script_->Fired("hangUp");
+  NoteTunnel(reply);
+  if (script_->hangUp) Fire("hangUp");
   if (script_->hangUp) co_return false;
-  co_return opensTunnel_ || (!IsConnect() && Request().keepAlive && !script_->noContentLength);
+  co_return opened_ || (!IsConnect() && Request().keepAlive && !script_->noContentLength);
 }
 
 std::size_t Exchange::CutPoint(std::size_t headSize, std::size_t size) const {
@@ -200,13 +185,15 @@ awaitable<void> Exchange::Deliver(const Reply& reply) {
   const std::string whole = head + reply.body;
   const bool mayCut = script_->cutAfter || script_->cutBodyAfter;
   const std::size_t end = script_->reset && !mayCut ? 0 : CutPoint(head.size(), whole.size());
+  RecordReply(std::string_view(head).substr(0, end),
+              std::string_view(reply.body).substr(0, end - std::min(end, head.size())));
   if (end > 0) entry_->status = reply.status;
-  if (end > 0 && script_->noContentLength) script_->Fired("noContentLength");
-  if (end > 0 && script_->refuseConnect) script_->Fired("refuseConnect");
+  if (end > 0 && script_->noContentLength) Fire("noContentLength");
+  if (end > 0 && script_->refuseConnect) Fire("refuseConnect");
   co_await stream_.Write(std::string_view(whole).substr(0, end));
-  if (mayCut && end < whole.size()) script_->Fired(script_->cutAfter ? "cutAfter" : "cutBodyAfter");
+  if (mayCut && end < whole.size()) Fire(script_->cutAfter ? "cutAfter" : "cutBodyAfter");
   if (script_->reset) {
-    script_->Fired("reset");
+    Fire("reset");
     co_await stream_.Reset();
   }
   if (end == whole.size()) co_return;
@@ -214,38 +201,63 @@ awaitable<void> Exchange::Deliver(const Reply& reply) {
   EndConnection();
 }
 
-std::optional<Tunnel> Exchange::Opened() const {
-  if (!opensTunnel_) return std::nullopt;
-  if (!script_->certificateName.empty()) script_->Fired("certificateName");
-  return Tunnel{Request().host, Request().raw, script_->certificateName};
+void Exchange::NoteTunnel(const Reply& reply) {
+  if (!IsConnect() || reply.status / 100 != 2) return;
+  if (!script_->certificateName.empty()) Fire("certificateName");
+  opened_ = Tunnel{Request().host, Request().raw, script_->certificateName, Clock::now() - began_};
 }
 
-awaitable<void> ServeRequests(Stream& stream, World& world, std::shared_ptr<Connection> connection) {
-  Input input(stream);
-  std::optional<Tunnel> tunnel;
-  std::optional<asio::ssl::context> otherTls;  // for a certificate that a script requests
-  bool kept = false;                           // a request was served before
-  while (auto head = co_await input.ReadHead()) {
-    if (tunnel && head->method == "CONNECT") throw BadRequest();
-    if (tunnel) head->host = tunnel->host;
-    Exchange exchange(stream, input, world, std::move(*head), tunnel, connection, kept);
-    if (!co_await exchange.Serve()) co_return;
-    kept = true;
-    if (tunnel || !(tunnel = exchange.Opened())) continue;
-    kept = false;
-    const std::string_view name = tunnel->certificateName;
-    if (!name.empty()) otherTls = Authority().MakeContext({&name, 1});
-    co_await stream.AcceptTls(otherTls ? *otherTls : world.tls);
+// ---- The record ----
+
+void Exchange::RecordReply(std::string_view head, std::string_view body) {
+  const bool counts = world_.store.LargeContents() == Large::kCountOnly;
+  const auto content = std::make_shared<Content>(world_.store, counts ? Large::kCountOnly : Large::kHashOnly);
+  content->Append(body);
+  content->Finish();
+  entry_->Update([&](Progress& progress) { progress.reply = {std::string(head), content}; });
+}
+
+void Exchange::Fire(const char* fault) {
+  script_->Fired(fault);
+  if (std::ranges::find(faults_, fault) == faults_.end()) faults_.emplace_back(fault);
+  entry_->Update([this](Progress& progress) { progress.faults = faults_; });
+}
+
+void Exchange::Fail(int status, const std::string& why) {
+  entry_->status = status;
+  entry_->Update([&](Progress& progress) { progress.why.text = why; });
+}
+
+void Exchange::EndPhase(Phase phase) {
+  const Clock::time_point now = Clock::now();
+  entry_->Update([&](Progress& progress) { progress.timing.Set(phase, now - phaseBegan_); });
+  phaseBegan_ = now;
+}
+
+std::string Exchange::ScriptWhy(int status) const {
+  std::string why = "script " + std::to_string(script_->Id());
+  for (const std::string& fault : faults_) why += (&fault == &faults_.front() ? ": " : ", ") + fault;
+  if (status != 0) why += " (status " + std::to_string(status) + ')';
+  return why;
+}
+
+// A script explains what went wrong, unless its service has done so. The line is printed once the exchange is
+// over, so that it names every fault. A client that left is no refusal, but the reader of the journal
+// wonders.
+void Exchange::Conclude() {
+  const int status = entry_->status;
+  std::string reason = entry_->Snapshot().why.text;
+  const bool explains = script_->IsPosted() && (!script_->passThrough || reason.empty());
+  if (explains && (IsRefusal(status) || !isComplete_)) reason = ScriptWhy(status);
+  if (reason.empty() && !isComplete_) {
+    reason = received_ ? "the client ended the connection before the end of the reply"
+                       : "the client ended the connection after " + std::to_string(entry_->bodyReceived) +
+                             " bytes of the body";
+  } else if (!reason.empty()) {
+    std::fprintf(stderr, "velk-sandbox: %d %s %s: %s\n", status, OneLine(Request().method).c_str(),
+                 OneLine(entry_->Url().substr(0, entry_->Url().find('?'))).c_str(), OneLine(reason).c_str());
   }
-  co_await stream.End();
-}
-
-}  // namespace
-
-awaitable<void> ServeProxy(Stream& stream, World& world) {
-  const auto connection = std::make_shared<Connection>(++world.connections);
-  const std::shared_ptr<void> end(nullptr, [&](void*) { connection->open = false; });
-  co_await ReplyToFailure(stream, ServeRequests(stream, world, connection));
+  entry_->Update([&](Progress& progress) { progress.why.text = reason; });
 }
 
 }  // namespace velk::sandbox

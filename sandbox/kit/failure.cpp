@@ -1,6 +1,5 @@
 #include "kit/failure.h"
 
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -33,7 +32,6 @@ awaitable<std::optional<Failure>> FailureOf(awaitable<void> serving) {
 awaitable<void> ReplyToFailure(Stream& stream, awaitable<void> serving) {
   const auto failure = co_await FailureOf(std::move(serving));
   if (!failure) co_return;
-  if (failure->status == kStoreIsFull) std::fprintf(stderr, "velk-sandbox: %s\n", failure->message.c_str());
   const Reply reply = JsonReply(failure->status, {{"error", failure->message}});
   const std::string bytes = SerializeHead(reply, false) + reply.body;
   co_await stream.Write(bytes);

@@ -36,7 +36,7 @@ std::string_view HeaderValue(std::string_view head, std::string_view lineEnd, st
     const std::string_view line = head.substr(0, head.find(lineEnd));
     head.remove_prefix(std::min(line.size() + lineEnd.size(), head.size()));
     const std::size_t colon = line.find(':');
-    if (colon == std::string_view::npos) throw BadRequest();
+    if (colon == std::string_view::npos) throw Malformed("a header of a part of the form has no colon");
     if (SameName(line.substr(0, colon), name)) return Trim(line.substr(colon + 1));
   }
   return {};
@@ -50,7 +50,8 @@ std::optional<std::string> FormBoundary(std::string_view contentType) {
   const std::string type = Lower(Trim(contentType.substr(0, contentType.find(';'))));
   if (std::ranges::find(kTypes, type) == std::end(kTypes)) return std::nullopt;
   std::string boundary = HeaderParameter(contentType, "boundary");
-  if (boundary.empty() || boundary.size() > 256) throw BadRequest();
+  if (boundary.empty() || boundary.size() > 256)
+    throw Malformed("the Content-Type of the form has no boundary, or one of more than 256 characters");
   return boundary;
 }
 
@@ -121,7 +122,7 @@ bool MultipartParser::FeedAfterDelimiter(std::string_view& bytes) {
     if (bytes.empty()) return false;
     pending_ += bytes.front();
     bytes.remove_prefix(1);
-    if (pending_.size() > kMaxPadding) throw BadRequest();
+    if (pending_.size() > kMaxPadding) throw Malformed("a delimiter of the form has no line end");
   }
   if (pending_ == "--") {
     state_ = State::kEnd;
@@ -130,9 +131,9 @@ bool MultipartParser::FeedAfterDelimiter(std::string_view& bytes) {
   }
   const std::string_view lineEnd = pending_.ends_with("\r\n") ? "\r\n" : "\n";
   if (!Trim(std::string_view(pending_).substr(0, pending_.size() - lineEnd.size())).empty())
-    throw BadRequest();
+    throw Malformed("text follows a delimiter of the form on its line");
   if (parts_.empty()) SetLineEnd(lineEnd);
-  if (lineEnd != lineEnd_) throw BadRequest();
+  if (lineEnd != lineEnd_) throw Malformed("the lines of the form end in two ways");
   state_ = State::kHeaders;
   // The line end remains pending, because in a part without headers it is the first half of the empty line.
   pending_ = lineEnd_;
@@ -150,14 +151,14 @@ bool MultipartParser::FeedHeaders(std::string_view& bytes) {
   const std::string emptyLine = lineEnd_ + lineEnd_;
   const std::size_t end = pending_.find(emptyLine, oldSize - std::min(oldSize, emptyLine.size() - 1));
   if (end != std::string::npos) pending_.resize(end + emptyLine.size());
-  if (pending_.size() > kMaxPartHeadSize) throw BadRequest();
+  if (pending_.size() > kMaxPartHeadSize) throw Malformed("the headers of a part have more than 64 KiB");
   if (end == std::string::npos) return false;
   bytes.remove_prefix(end + emptyLine.size() - oldSize);
   const std::string head = pending_.substr(lineEnd_.size(), end - std::min(end, lineEnd_.size()));
   pending_.clear();
   state_ = State::kContent;
   const std::string_view disposition = HeaderValue(head, lineEnd_, "Content-Disposition");
-  if (parts_.size() == kMaxParts) throw BadRequest();
+  if (parts_.size() == kMaxParts) throw Malformed("the form has more than 1000 parts");
   parts_.push_back({HeaderParameter(disposition, "name"), HeaderParameter(disposition, "filename"),
                     std::string(HeaderValue(head, lineEnd_, "Content-Type")),
                     Content(store_, store_.LargeContents())});

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "kit/journal.h"
+#include "kit/intake.h"
 
 namespace velk::sandbox {
 

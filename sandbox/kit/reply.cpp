@@ -21,6 +21,8 @@ Reply JsonText(int status, std::string text) {
 
 }  // namespace
 
+bool IsRefusal(int status) { return status >= 400; }
+
 Reply JsonReply(int status, const json::object& body) { return JsonText(status, json::serialize(body)); }
 
 Reply JsonListReply(int status, const json::array& body) { return JsonText(status, json::serialize(body)); }

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "kit/why.h"
+
 namespace velk::sandbox {
 
 inline constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -16,8 +18,10 @@ struct Reply {
   std::string reason = {};                // empty: the standard reason phrase
   std::vector<std::string> headers = {};  // "Name: value"; Content-Length is added if absent
   std::string body = {};
+  Why why = {};  // for a refusal; not sent
 };
 
+bool IsRefusal(int status);
 Reply JsonReply(int status, const boost::json::object& body);
 Reply JsonListReply(int status, const boost::json::array& body);
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/journal.h"
+#include "kit/intake.h"
 #include "net/text.h"
 
 namespace velk::sandbox {

@@ -48,6 +48,7 @@ class Script : public ScriptText {
  public:
   Script(int id, ScriptText text) : ScriptText(std::move(text)), id_(id) {}
 
+  int Id() const { return id_; }  // 0: not posted, but what applies without a script
   bool IsPosted() const { return id_ != 0; }
   bool Matches(const Head& head, bool kept) const;
   bool Take();  // false when it has been used up

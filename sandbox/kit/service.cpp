@@ -2,7 +2,6 @@
 #include "kit/service.h"
 
 #include <algorithm>
-#include <chrono>
 #include <stdexcept>
 
 namespace velk::sandbox {
@@ -63,6 +62,19 @@ const Handler* Routes::Find(ServiceRequest& request) const {
   return nullptr;
 }
 
+std::string Routes::WhyNone(const ServiceRequest& request) const {
+  std::string methods, hosts;
+  for (const Route& route : routes_) {
+    if (!Match(route.pattern, request.path)) continue;
+    if (route.host == request.head.host) methods += (methods.empty() ? "" : ", ") + route.method;
+    if (route.method == request.method) hosts += (hosts.empty() ? "" : ", ") + route.host;
+  }
+  const std::string path = "the path " + Quoted(request.path);
+  if (!methods.empty()) return path + " takes " + methods + " and not " + request.method;
+  if (!hosts.empty()) return path + " is one of " + hosts + " and not of " + request.head.host;
+  return request.head.host + " has no call with " + path + " and the method " + request.method;
+}
+
 bool Routes::Serves(std::string_view host) const {
   return std::ranges::find(routes_, host, &Route::host) != routes_.end();
 }
@@ -74,26 +86,6 @@ bool TakeFrom(Switch& remaining, std::uint64_t units) {
   if (*remaining < units) return false;
   *remaining -= units;
   return true;
-}
-
-std::time_t Now() { return std::time(nullptr); }
-
-std::string FormatTime(std::time_t time, const char* pattern) {
-  using namespace std::chrono;
-  const auto point = floor<seconds>(system_clock::from_time_t(time));
-  const auto day = floor<days>(point);
-  const year_month_day date(day);
-  const hh_mm_ss clock(point - day);
-  std::tm fields{};
-  fields.tm_year = static_cast<int>(date.year()) - 1900;
-  fields.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
-  fields.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
-  fields.tm_wday = static_cast<int>(weekday(day).c_encoding());
-  fields.tm_hour = static_cast<int>(clock.hours().count());
-  fields.tm_min = static_cast<int>(clock.minutes().count());
-  fields.tm_sec = static_cast<int>(clock.seconds().count());
-  char text[64];
-  return {text, std::strftime(text, sizeof text, pattern, &fields)};
 }
 
 bool Service::Serves(std::string_view host) const {

@@ -4,7 +4,6 @@
 #include <boost/json/object.hpp>
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
 #include <functional>
 #include <map>
 #include <memory>
@@ -15,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kit/clock.h"
 #include "kit/reply.h"
 #include "kit/request.h"
 
@@ -42,6 +42,7 @@ class Routes {
   void Add(std::string_view host, std::string_view method, std::string_view pattern, Handler handler);
   // Sets the path parameters. Returns null without a matching route.
   const Handler* Find(ServiceRequest& request) const;
+  std::string WhyNone(const ServiceRequest& request) const;  // why no route matches
   bool Serves(std::string_view host) const;
 
  private:
@@ -72,10 +73,6 @@ using Switch = std::optional<std::uint64_t>;
 // For a switch that is the number of requests, or other units, that a service still takes. Returns false when
 // there are not enough.
 bool TakeFrom(Switch& remaining, std::uint64_t units = 1);
-
-// The current time, and a time in UTC in the form that strftime makes of it.
-std::time_t Now();
-std::string FormatTime(std::time_t time, const char* pattern);
 
 // Only one thread calls a service at a time, so a service needs no mutex.
 class Service {

@@ -16,7 +16,7 @@ std::uint64_t ChunkSize(std::string_view line) {
   const char* const end = digits.data() + digits.size();
   std::uint64_t size = 0;
   const auto [stop, error] = std::from_chars(digits.data(), end, size, 16);
-  if (error != std::errc() || stop != end) throw BadRequest();
+  if (error != std::errc() || stop != end) throw Malformed("the size of a chunk is not a hexadecimal number");
   return size;
 }
 
@@ -50,7 +50,8 @@ bool BodyDecoder::CompleteLine(std::string_view& input) {
   const std::size_t taken = std::min(input.find('\n'), input.size() - 1) + 1;
   line_ += input.substr(0, taken);
   input.remove_prefix(taken);
-  if (line_.size() > kLongestLine || (line_.ends_with('\n') && !line_.ends_with("\r\n"))) throw BadRequest();
+  if (line_.size() > kLongestLine || (line_.ends_with('\n') && !line_.ends_with("\r\n")))
+    throw Malformed("a line of the chunked encoding is too long, or does not end with CR and LF");
   return line_.ends_with('\n');
 }
 
@@ -61,7 +62,7 @@ void BodyDecoder::EndLine() {
     left_ = ChunkSize(text);
     place_ = left_ > 0 ? Place::kContent : Place::kTrailers;
   } else if (place_ == Place::kAfterChunk) {
-    if (!text.empty()) throw BadRequest();
+    if (!text.empty()) throw Malformed("a chunk is longer than its size");
     place_ = Place::kChunkSize;
   } else if (text.empty()) {  // trailers carry nothing that a service here reads
     place_ = Place::kEnd;

@@ -20,14 +20,14 @@ bool IsToken(std::string_view text) { return !text.empty() && std::ranges::all_o
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
-void Require(bool condition) {
-  if (!condition) throw BadRequest();
+void Require(bool condition, const char* why) {
+  if (!condition) throw Malformed(why);
 }
 
 // Removes everything up to and including the separator, and returns what precedes the separator.
-std::string_view SplitBefore(std::string_view& text, std::string_view separator) {
+std::string_view SplitBefore(std::string_view& text, std::string_view separator, const char* why) {
   const std::size_t at = text.find(separator);
-  Require(at != std::string_view::npos);
+  Require(at != std::string_view::npos, why);
   const std::string_view part = text.substr(0, at);
   text.remove_prefix(at + separator.size());
   return part;
@@ -39,9 +39,10 @@ std::string HostWithoutPort(std::string_view authority) {
 
 void ParseTarget(std::string_view target, Head& head) {
   static constexpr std::string_view kScheme = "http://";
-  Require(!target.empty() && std::ranges::none_of(target, IsControl));
+  Require(!target.empty() && std::ranges::none_of(target, IsControl),
+          "the target is empty, or it contains a control character");
   if (head.method == "CONNECT") {
-    Require(target.find(':') != std::string_view::npos);
+    Require(target.find(':') != std::string_view::npos, "the target of CONNECT has no port");
     head.host = HostWithoutPort(target);
     head.target = target;
   } else if (SameName(target.substr(0, kScheme.size()), kScheme)) {
@@ -49,38 +50,42 @@ void ParseTarget(std::string_view target, Head& head) {
     const std::size_t path = std::min(target.find_first_of("/?"), target.size());
     head.host = HostWithoutPort(target.substr(0, path));
     head.target = target.substr(path);
-    Require(!head.host.empty());
+    Require(!head.host.empty(), "the target has no host");
     if (!head.target.starts_with('/')) head.target.insert(head.target.begin(), '/');
   } else {
-    Require(target.starts_with('/'));
+    Require(target.starts_with('/'), "the target does not start with a slash, nor with http://");
     head.target = target;
   }
 }
 
 void ParseRequestLine(std::string_view line, Head& head) {
-  head.method = SplitBefore(line, " ");
-  Require(IsToken(head.method));
-  const std::string_view target = SplitBefore(line, " ");
-  Require(line == "HTTP/1.1" || line == "HTTP/1.0");
+  static constexpr char kForm[] = "the first line is not METHOD TARGET HTTP/1.1";
+  head.method = SplitBefore(line, " ", kForm);
+  Require(IsToken(head.method), "the method contains a character that no method can have");
+  const std::string_view target = SplitBefore(line, " ", kForm);
+  Require(line == "HTTP/1.1" || line == "HTTP/1.0",
+          "the first line does not end with HTTP/1.1 or HTTP/1.0 (a space in the target?)");
   head.keepAlive = line == "HTTP/1.1";
   ParseTarget(target, head);
 }
 
 void CheckHeaderLine(std::string_view line) {
-  const std::string_view name = SplitBefore(line, ":");
-  Require(IsToken(name));
-  Require(std::ranges::none_of(line, [](char c) { return IsControl(c) && c != '\t'; }));
+  const std::string_view name = SplitBefore(line, ":", "a header line has no colon");
+  Require(IsToken(name), "the name of a header is empty, or it contains a space or another wrong character");
+  Require(std::ranges::none_of(line, [](char c) { return IsControl(c) && c != '\t'; }),
+          "a header contains a control character");
 }
 
 void ParseContentLength(std::string_view value, Head& head) {
   const std::optional<std::uint64_t> length = ToNumber(value);
-  Require(length && (!head.length || *head.length == *length));
+  Require(length.has_value(), "Content-Length is not a number");
+  Require(!head.length || *head.length == *length, "the request has two different Content-Length headers");
   head.length = length;
 }
 
 void InterpretHeader(std::string_view line, Head& head) {
-  const std::string_view name = SplitBefore(line, ":");
-  const std::string_view value = Trim(line);
+  const std::string_view name = line.substr(0, line.find(':'));
+  const std::string_view value = Trim(line.substr(name.size() + 1));
   if (SameName(name, "Content-Length")) ParseContentLength(value, head);
   if (SameName(name, "Host") && head.host.empty()) head.host = HostWithoutPort(value);
   if (SameName(name, "Expect")) head.expectsContinue = SameName(value, "100-continue");
@@ -89,7 +94,7 @@ void InterpretHeader(std::string_view line, Head& head) {
       head.keepAlive = head.keepAlive && !SameName(option, "close");
   }
   if (SameName(name, "Transfer-Encoding")) {
-    Require(SameName(value, "chunked"));
+    Require(SameName(value, "chunked"), "the Transfer-Encoding is not chunked");
     head.chunked = true;
   }
 }
@@ -117,15 +122,18 @@ std::string Head::Query() const {
 Head ParseHead(std::string raw) {
   Head head;
   std::string_view rest = raw;
-  ParseRequestLine(SplitBefore(rest, "\r\n"), head);
-  for (std::string_view line; !(line = SplitBefore(rest, "\r\n")).empty();) {
+  static constexpr char kNoEnd[] = "a line does not end with CR and LF";
+  ParseRequestLine(SplitBefore(rest, "\r\n", kNoEnd), head);
+  for (std::string_view line; !(line = SplitBefore(rest, "\r\n", kNoEnd)).empty();) {
     CheckHeaderLine(line);
     InterpretHeader(line, head);
     head.lines.emplace_back(line);
   }
   const auto hosts = std::ranges::count_if(
       head.lines, [](std::string_view line) { return SameName(line.substr(0, line.find(':')), "Host"); });
-  Require(!head.host.empty() && hosts <= 1 && !(head.chunked && head.length));
+  Require(!head.host.empty(), "the request names no host, neither in its target nor in a Host header");
+  Require(hosts <= 1, "the request has two Host headers");
+  Require(!head.chunked || !head.length, "the request has both Content-Length and Transfer-Encoding");
   head.raw = std::move(raw);
   return head;
 }
@@ -134,10 +142,11 @@ Head ParseHead(std::string raw) {
 void HeadReader::Read(std::string_view& input) {
   const std::size_t before = raw_.size();
   raw_ += input;
-  Require(raw_.empty() || IsTokenChar(raw_.front()));
+  Require(raw_.empty() || IsTokenChar(raw_.front()), "the first byte is none of HTTP (TLS without CONNECT?)");
   const std::size_t end = raw_.find("\r\n\r\n", before < 3 ? 0 : before - 3);
   if (end != std::string::npos) raw_.resize(end + 4);
-  if (raw_.size() > kMaxHeadSize) throw BadRequest{431, "the head is too large"};
+  if (raw_.size() > kMaxHeadSize)
+    throw BadRequest{431, "the head is too large", "the head has more than 1 MiB"};
   input.remove_prefix(raw_.size() - before);
 }
 

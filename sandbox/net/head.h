@@ -14,7 +14,10 @@ namespace velk::sandbox {
 struct BadRequest {
   int status = 400;
   std::string message = "malformed HTTP request";
+  std::string why = {};  // what is wrong with it, for the developer of the client; it is not sent
 };
+
+inline BadRequest Malformed(std::string why) { return {.why = std::move(why)}; }
 
 struct Head {
   std::string raw;  // up to and including the empty line

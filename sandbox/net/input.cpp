@@ -18,7 +18,8 @@ awaitable<std::optional<Head>> Input::ReadHead() {
   while (!reader.Complete()) {
     const std::string_view piece = co_await Peek(16 * 1024);
     if (piece.empty() && !reader.Started()) co_return std::nullopt;
-    if (piece.empty()) throw BadRequest();
+    if (piece.empty()) throw Malformed("the connection ended inside the head");
+    if (!reader.Started()) headBegan_ = std::chrono::steady_clock::now();
     std::string_view rest = piece;
     reader.Read(rest);
     begin_ += piece.size() - rest.size();

@@ -1,6 +1,7 @@
 // Reads requests from a stream: heads, and the content of bodies.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -14,10 +15,13 @@ namespace velk::sandbox {
 
 class Input {
  public:
+  using Time = std::chrono::steady_clock::time_point;
+
   explicit Input(Stream& stream) : stream_(stream), buffer_(128 * 1024) {}
 
   // Returns nothing when the peer ended the connection before a head. Throws BadRequest.
   awaitable<std::optional<Head>> ReadHead();
+  Time HeadBegan() const { return headBegan_; }  // when the first byte of the last head was there
 
   // Returns at most `most` bytes of the body's content, which stay valid until the next call; none once it is
   // complete. Reads no more than that from the stream. Throws BadRequest.
@@ -30,6 +34,7 @@ class Input {
   std::vector<char> buffer_;
   std::size_t begin_ = 0;  // of the bytes that were read from the stream, but not consumed
   std::size_t end_ = 0;
+  Time headBegan_;
 };
 
 }  // namespace velk::sandbox

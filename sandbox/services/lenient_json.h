@@ -3,10 +3,12 @@
 
 #include <boost/json/value.hpp>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace velk::sandbox {
 
-std::optional<boost::json::value> ParseLenientJson(std::string_view text);  // empty if invalid
+// Empty if it is invalid. `why` then receives what is wrong, and where.
+std::optional<boost::json::value> ParseLenientJson(std::string_view text, std::string* why = nullptr);
 
 }  // namespace velk::sandbox

@@ -112,6 +112,19 @@ start --port 0 --control-port 0 --ca-dir "$folder/authority"
 request "$(member control)/ca.pem" | cmp -s - "$folder/first.pem" || fail 'the authority was not kept'
 stop
 
+# Reasons are on the standard error stream, one line each, and nothing in them can control a terminal.
+start --port 0 --control-port 0
+request -o /dev/null -x "$(member proxy)" -H 'Authorization: Bearer t' \
+  -d $'{\'snippet\': {\'title\': \'<\n\e[31m\xc2\x9b\'}}' \
+  'http://www.googleapis.com/upload/youtube/v3/videos?uploadType=resumable&part=snippet'
+request -o /dev/null -x "$(member proxy)" 'http://graph.facebook.com/me?access_token=secret&fields=none'
+stop
+lines=$(tr -d '\r' <"$folder/errors")
+expected='velk-sandbox: 400 POST http://www.googleapis.com/upload/youtube/v3/videos: the title contains an angle bracket'
+expected+=', which YouTube refuses: "<\x0a\x1b[31m\x9b"
+velk-sandbox: 400 GET http://graph.facebook.com/me: (#100) Tried accessing nonexisting field (none) on node type (User)'
+[[ $lines == "$expected" ]] || fail "reasons: $lines"
+
 # A window of the usual size would take the whole file at once.
 start --port 0 --control-port 0 --slow-network 100000
 begin=$(date +%s%N)

@@ -246,6 +246,8 @@ std::vector<Request> Sandbox::Requests() {
   return requests;
 }
 
+json::object Sandbox::Newest() { return WithBytes(Call("GET", "/requests")).as_array().back().as_object(); }
+
 Request Sandbox::Only() {
   std::vector<Request> requests = Requests();
   EXPECT_EQ(requests.size(), 1u) << "exactly one request was expected to reach the services";

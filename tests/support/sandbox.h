@@ -106,7 +106,8 @@ class Sandbox {
   std::vector<std::string> FiredFaults(int scriptId) { return Report(scriptId).fired; }
 
   std::vector<Request> Requests();
-  Request Only();  // the only recorded request; fails the test unless there is exactly one
+  boost::json::object Newest();  // the newest exchange, with every member that the journal has of it
+  Request Only();                // the only recorded request; fails the test unless there is exactly one
 
   // Each polls until its condition holds. Returns false when the limit expires first.
   bool WaitFor(const std::function<bool(const std::vector<Request>&)>& condition,

@@ -30,18 +30,28 @@ json::array Headers(const Reply& reply) {
 Reply Facebook::RunBatch(const ServiceRequest& request) {
   boost::system::error_code error;
   const json::value steps = json::parse(request.Parameter("batch"), error);
-  Require(!error && steps.is_array() && !inBatch_, facebook::UnknownPath("/"));
+  Require(!error && steps.is_array() && !inBatch_,
+          Because(facebook::UnknownPath("/"),
+                  inBatch_ ? "a batch is inside of a batch" : "the parameter batch is no JSON array"));
   Require(steps.get_array().size() <= kMaxSteps,
           {400, "GraphBatchException", 3, 0, "Too many requests in batch message. Maximum batch size is 50"});
   RequireToken(TokenOf(request));
   json::array replies;
-  for (const json::value& step : steps.get_array())
-    replies.push_back(step.is_object() ? RunStep(request, step.get_object()) : json::object{{"code", 400}});
-  return JsonListReply(200, replies);
+  Why why;
+  for (const json::value& step : steps.get_array()) {
+    std::string refused = "it is no object";
+    replies.push_back(step.is_object() ? RunStep(request, step.get_object(), refused)
+                                       : json::object{{"code", 400}});
+    if (step.is_object() && refused.empty()) continue;
+    why.text += (why.text.empty() ? "step " : "; step ") + std::to_string(replies.size()) + ": " + refused;
+  }
+  Reply reply = JsonListReply(200, replies);
+  reply.why = std::move(why);
+  return reply;
 }
 
 // A step without a token of its own has that of the batch. Its body is a form.
-json::object Facebook::RunStep(const ServiceRequest& request, const json::object& step) {
+json::object Facebook::RunStep(const ServiceRequest& request, const json::object& step, std::string& why) {
   std::string target = StringMember(step, "relative_url");
   if (!target.starts_with('/')) target.insert(target.begin(), '/');
   const std::string body = StringMember(step, "body");
@@ -57,6 +67,7 @@ json::object Facebook::RunStep(const ServiceRequest& request, const json::object
   inBatch_ = true;
   const std::shared_ptr<void> end(nullptr, [this](void*) { inBatch_ = false; });
   const Reply reply = Handle(head, NewPiece(store_, body).owner);
+  why = reply.why.text;
   return {{"code", reply.status}, {"headers", Headers(reply)}, {"body", reply.body}};
 }
 

@@ -45,13 +45,20 @@ GraphError UnknownObject(const std::string& method, const std::string& id) {
               "operation."};
 }
 
+GraphError Because(GraphError error, std::string why) {
+  error.why = std::move(why);
+  return error;
+}
+
 void Require(bool condition, const GraphError& error) {
   if (!condition) throw error;
 }
 
 void RequireToken(const std::string& accessToken) {
-  Require(!accessToken.empty(), kNoToken);
-  Require(accessToken != "expired", kExpired);
+  Require(!accessToken.empty(), Because(kNoToken,
+                                        "the request has no token: neither access_token in the query or the "
+                                        "form, nor an Authorization header"));
+  Require(accessToken != "expired", Because(kExpired, "the token \"expired\" is refused by its name"));
 }
 
 Reply ErrorReply(const GraphError& error) {
@@ -60,7 +67,9 @@ Reply ErrorReply(const GraphError& error) {
   if (error.transient) body["is_transient"] = true;
   if (!error.data.empty()) body["error_data"] = error.data;
   body["fbtrace_id"] = RandomName(11);
-  return JsonReply(error.status, {{"error", std::move(body)}});
+  Reply reply = JsonReply(error.status, {{"error", std::move(body)}});
+  reply.why.text = error.why.empty() ? error.message : error.why;
+  return reply;
 }
 
 }  // namespace velk::sandbox::facebook

@@ -17,6 +17,7 @@ struct GraphError {
   std::string message;
   boost::json::object data = {};  // what a client needs to go on
   bool transient = false;         // worth another try
+  std::string why = {};           // for the developer of the client, if the message does not suffice
 };
 
 extern const GraphError kMissingClient, kWrongSecret, kNoPermission, kBadPrivacy, kNoVideo, kNoPhoto,
@@ -26,6 +27,8 @@ extern const GraphError kMissingClient, kWrongSecret, kNoPermission, kBadPrivacy
 GraphError UnknownObject(const std::string& method, const std::string& id);
 GraphError UnknownPath(const std::string& path);
 GraphError InvalidParameter(const std::string& message);
+
+GraphError Because(GraphError error, std::string why);
 
 void Require(bool condition, const GraphError& error);
 void RequireToken(const std::string& accessToken);  // neither empty nor expired

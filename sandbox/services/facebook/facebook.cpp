@@ -105,7 +105,7 @@ void Facebook::Normalize(ServiceRequest& request) const {
 }
 
 Reply Facebook::UnknownPath(const ServiceRequest& request) const {
-  return ErrorReply(facebook::UnknownPath(request.path));
+  return ErrorReply(Because(facebook::UnknownPath(request.path), routes_.WhyNone(request)));
 }
 
 std::map<std::string_view, Switch*> Facebook::Switches() {
@@ -114,9 +114,10 @@ std::map<std::string_view, Switch*> Facebook::Switches() {
 
 Reply Facebook::Limited(const Handler& handler, const ServiceRequest& request) {
   const bool isLimited = appLimit_ || callLimit_;
-  Reply reply = !TakeFrom(appLimit_)    ? ErrorReply(kAppLimit)
-                : !TakeFrom(callLimit_) ? ErrorReply(kCallLimit)
-                                        : handler(request);
+  Reply reply =
+      !TakeFrom(appLimit_)    ? ErrorReply(Because(kAppLimit, "the switch facebook.appLimit is used up"))
+      : !TakeFrom(callLimit_) ? ErrorReply(Because(kCallLimit, "the switch facebook.callLimit is used up"))
+                              : handler(request);
   if (isLimited) {
     const bool isUsedUp = appLimit_ == 0 || callLimit_ == 0;
     const std::string percent = isUsedUp ? "100" : "50";
@@ -194,24 +195,29 @@ std::string NodeId(const ServiceRequest& request, const std::string& node) {
   const std::string token = TokenOf(request);
   const bool isPage = token.starts_with(kPageToken) && FindPage(token.substr(kPageToken.size()));
   if (node == "me") return isPage ? token.substr(kPageToken.size()) : std::string(kUserId);
-  Require(node == kUserId || FindPage(node), UnknownObject("post", node));
+  Require(node == kUserId || FindPage(node),
+          Because(UnknownObject("post", node), Quoted(node) + " is neither the user nor a page of the user"));
   return node;
 }
 
 void RequirePublishPermission(const ServiceRequest& request) {
   RequireToken(TokenOf(request));
-  Require(TokenOf(request) != "forbidden", kNoPermission);
+  Require(TokenOf(request) != "forbidden",
+          Because(kNoPermission, "the token \"forbidden\" is refused by its name"));
 }
 
 std::string PrivacyOf(const ServiceRequest& request) {
   static constexpr std::string_view kValues[] = {"EVERYONE", "ALL_FRIENDS", "FRIENDS_OF_FRIENDS", "SELF",
                                                  "CUSTOM"};
-  const auto parsed = ParseLenientJson(request.FindParameter("privacy").value_or("{'value':''}"));
+  std::string why = "it is no object with a string as value";
+  const auto parsed = ParseLenientJson(request.FindParameter("privacy").value_or("{'value':''}"), &why);
   const json::value* const value =
       parsed && parsed->is_object() ? parsed->get_object().if_contains("value") : nullptr;
-  Require(value && value->is_string(), kBadPrivacy);
+  Require(value && value->is_string(), Because(kBadPrivacy, "privacy: " + why));
   if (value->get_string().empty()) return "EVERYONE";
-  Require(std::ranges::find(kValues, value->get_string()) != std::end(kValues), kBadPrivacy);
+  Require(std::ranges::find(kValues, value->get_string()) != std::end(kValues),
+          Because(kBadPrivacy, "privacy: the value is " + Quoted(value->get_string()) +
+                                   "; it can be EVERYONE, ALL_FRIENDS, FRIENDS_OF_FRIENDS, SELF or CUSTOM"));
   return std::string(value->get_string());
 }
 

@@ -111,7 +111,8 @@ class Facebook : public Service {
 
   // batch.cpp
   Reply RunBatch(const ServiceRequest& request);
-  boost::json::object RunStep(const ServiceRequest& request, const boost::json::object& step);
+  boost::json::object RunStep(const ServiceRequest& request, const boost::json::object& step,
+                              std::string& why);
 
   Reply Limited(const Handler& handler, const ServiceRequest& request);
 

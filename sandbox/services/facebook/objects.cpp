@@ -115,7 +115,7 @@ std::string PageUrl(const ServiceRequest& request, const std::string& path, cons
 
 Facebook::Object& Facebook::FindObject(const std::string& id, const char* method) {
   const auto found = std::ranges::find(objects_, id, &Object::id);
-  Require(found != objects_.end(), UnknownObject(method, id));
+  Require(found != objects_.end(), Because(UnknownObject(method, id), "no object has the id " + Quoted(id)));
   return *found;
 }
 
@@ -178,7 +178,8 @@ json::object Facebook::Select(const ServiceRequest& request, const std::string& 
 json::object Facebook::ReadNode(const ServiceRequest& request, const std::string& node) {
   const bool isObject = std::ranges::find(objects_, node, &Object::id) != objects_.end();
   const bool isNode = node == "me" || node == kUserId || FindPage(node);
-  Require(isObject || isNode, UnknownObject("get", node));
+  Require(isObject || isNode,
+          Because(UnknownObject("get", node), Quoted(node) + " is no object, nor the user, nor a page"));
   const std::string id = isObject ? node : NodeId(request, node);
   const Page* const page = FindPage(id);
   const std::string kind = isObject ? FindObject(id, "get").kind : page ? "page" : "user";
@@ -200,7 +201,7 @@ Reply Facebook::GetNode(const ServiceRequest& request) {
 Reply Facebook::GetNodes(const ServiceRequest& request) {
   RequireToken(TokenOf(request));
   const std::vector<std::string> ids = request.List("ids");
-  Require(!ids.empty(), facebook::UnknownPath("/"));
+  Require(!ids.empty(), Because(facebook::UnknownPath("/"), "the path is empty, and there is no ids"));
   json::object nodes;
   for (const std::string& id : ids) nodes[id] = ReadNode(request, id);
   return JsonReply(200, nodes);
@@ -266,7 +267,8 @@ Reply Facebook::GetEdge(const ServiceRequest& request) {
   RequireToken(TokenOf(request));
   const std::string edge = request.PathParameter("edge");
   const std::string object = request.PathParameter("object");
-  Require(std::ranges::find(kEdges, edge) != std::end(kEdges), facebook::UnknownPath("/" + edge));
+  Require(std::ranges::find(kEdges, edge) != std::end(kEdges),
+          Because(facebook::UnknownPath("/" + edge), "no node has the edge " + Quoted(edge)));
   const bool isObject = std::ranges::find(objects_, object, &Object::id) != objects_.end();
   const std::string id = isObject ? object : NodeId(request, object);
   const std::uint64_t limit = ToNumber(request.Parameter("limit")).value_or(kPageSize);
@@ -284,7 +286,9 @@ Reply Facebook::UpdateObject(const ServiceRequest& request) {
                                                                 : request.FindParameter("name");
   const auto privacy = request.FindParameter("privacy");
   const bool publishes = request.Flag("is_published", false);
-  Require(message || description || title || privacy || publishes, kNothingToChange);
+  Require(message || description || title || privacy || publishes,
+          Because(kNothingToChange,
+                  "the request has none of message, description, title, name, privacy and is_published"));
   if (privacy) object.privacy = PrivacyOf(request);
   if (message) object.message = *message;
   if (description) object.description = *description;

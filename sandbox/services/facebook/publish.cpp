@@ -24,6 +24,11 @@ const FormPart* FileOf(const ServiceRequest& request) {
   return request.Field("source") ? request.Field("source") : request.Field("file");
 }
 
+std::string WhyNoFile(const FormPart* file, const std::string& urlName) {
+  if (file) return "the file " + Quoted(file->name) + " of the form is empty";
+  return "the request is no multipart form with a file, and has no " + urlName + " that starts with http";
+}
+
 bool IsUrl(std::string_view text) { return text.starts_with("http://") || text.starts_with("https://"); }
 
 // attached_media is a list of {"media_fbid": ID}, or attached_media[0], attached_media[1] and so on are its
@@ -101,7 +106,7 @@ Reply Facebook::PublishVideo(const ServiceRequest& request) {
   if (phase == "start") return StartVideo(request, node);
   const FormPart* const file = FileOf(request);
   const std::string url = request.Parameter("file_url");
-  Require((file && file->content.Size() > 0) || IsUrl(url), kNoVideo);
+  Require((file && file->content.Size() > 0) || IsUrl(url), Because(kNoVideo, WhyNoFile(file, "file_url")));
   Object video = NewVideo(request, node);
   video.url = url;
   if (file) StoreFile(file->content, video);
@@ -115,8 +120,9 @@ Reply Facebook::PublishPhoto(const ServiceRequest& request) {
   const std::string node = NodeId(request, request.PathParameter("node"));
   const FormPart* const file = FileOf(request);
   const std::string url = request.Parameter("url");
-  Require((file && file->content.Size() > 0) || IsUrl(url), kNoPhoto);
-  Require(!file || !ImageType(file->content.Start()).empty(), kNotAPhoto);
+  Require((file && file->content.Size() > 0) || IsUrl(url), Because(kNoPhoto, WhyNoFile(file, "url")));
+  Require(!file || !ImageType(file->content.Start()).empty(),
+          Because(kNotAPhoto, "the file does not start as JPEG, PNG, GIF or WebP do"));
   const std::string privacy = PrivacyOf(request);
   Object photo = NewObject("photo", node);
   photo.message = request.FindParameter("message").value_or(request.Parameter("caption"));
@@ -148,7 +154,8 @@ Reply Facebook::PublishPost(const ServiceRequest& request) {
   story.attached = AttachedMedia(request);
   story.privacy = privacy;
   story.published = IsPublished(request);
-  Require(!story.message.empty() || !story.link.empty() || !story.attached.empty(), kNothingToPost);
+  Require(!story.message.empty() || !story.link.empty() || !story.attached.empty(),
+          Because(kNothingToPost, "the post has neither message nor link nor attached_media"));
   for (const std::string& id : story.attached) FindObject(id, "post");
   Publish(story);
   return Created(request, story, {{"id", story.id}});
@@ -161,7 +168,7 @@ Reply Facebook::PublishComment(const ServiceRequest& request) {
   comment.id = parent.id.substr(parent.id.find('_') + 1) + '_' + comment.id;
   comment.parent = parent.id;
   comment.message = request.Parameter("message");
-  Require(!comment.message.empty(), kNothingToPost);
+  Require(!comment.message.empty(), Because(kNothingToPost, "the message is missing or empty"));
   Publish(comment);
   return Created(request, comment, {{"id", comment.id}});
 }

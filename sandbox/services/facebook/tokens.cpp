@@ -18,8 +18,9 @@ constexpr int kSixtyDays = 60 * 24 * 60 * 60;
 Reply Facebook::IssueToken(const ServiceRequest& request) {
   const std::string grant = request.Parameter("grant_type");
   const std::string code = request.Parameter("code");
-  Require(!request.Parameter("client_id").empty(), kMissingClient);
-  Require(request.Parameter("client_secret") != "wrong", kWrongSecret);
+  Require(!request.Parameter("client_id").empty(), Because(kMissingClient, "client_id is missing or empty"));
+  Require(request.Parameter("client_secret") != "wrong",
+          Because(kWrongSecret, "the client_secret \"wrong\" is refused by its name"));
   if (grant == "client_credentials") {
     const std::string token = request.Parameter("client_id") + '|' + request.Parameter("client_secret");
     return JsonReply(200, {{"access_token", token}, {"token_type", "bearer"}});
@@ -31,7 +32,7 @@ Reply Facebook::IssueToken(const ServiceRequest& request) {
 }
 
 Reply Facebook::GetTokenInfo(const ServiceRequest& request) {
-  Require(!request.Parameter("client_id").empty(), kMissingClient);
+  Require(!request.Parameter("client_id").empty(), Because(kMissingClient, "client_id is missing or empty"));
   RequireToken(TokenOf(request));
   return JsonReply(
       200, {{"access_token", TokenOf(request)}, {"token_type", "bearer"}, {"expires_in", kSixtyDays}});

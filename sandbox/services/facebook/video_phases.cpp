@@ -47,12 +47,15 @@ Facebook::VideoSession& Facebook::FindSession(const ServiceRequest& request) {
 Reply Facebook::TransferVideo(const ServiceRequest& request) {
   VideoSession& session = FindSession(request);
   const FormPart* const chunk = request.Field("video_file_chunk");
-  Require(chunk && chunk->content.Size() > 0, kNoVideo);
+  Require(chunk && chunk->content.Size() > 0,
+          Because(kNoVideo, "the form has no video_file_chunk, or an empty one"));
   const std::uint64_t received = SizeOf(session.pieces);
   const std::uint64_t size = received + chunk->content.Size();
-  Require(
-      ToNumber(request.Parameter("start_offset")) == received,
-      UploadError(1363037, "The start_offset is not the expected one.", NextPiece(received, session.size)));
+  Require(ToNumber(request.Parameter("start_offset")) == received,
+          Because(UploadError(1363037, "The start_offset is not the expected one.",
+                              NextPiece(received, session.size)),
+                  "start_offset is " + Quoted(request.Parameter("start_offset")) + ", and " +
+                      std::to_string(received) + " bytes have arrived"));
   Require(size <= session.size && session.pieces.size() < kMaxPieces,
           UploadError(1363037, "The piece does not fit the file_size.", NextPiece(received, session.size)));
   session.pieces.push_back({request.received, &chunk->content});

@@ -22,6 +22,8 @@ std::string TitleOf(int status) {
   }
 }
 
+Why WhyOf(const ApiError& error) { return error.why.text.empty() ? Why{.text = error.message} : error.why; }
+
 }  // namespace
 
 const ApiError kBadSignature{401, 32, "Could not authenticate you."};
@@ -33,11 +35,13 @@ const ApiError kUnknownPath{404, 34, "Sorry, that page does not exist."};
 const ApiError kNoStatus{404, 144, "No status found with that ID."};
 
 Reply ErrorReply(const ApiError& error) {
-  if (error.code == 0)
-    return {
-        .status = error.status, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = error.message};
   const json::object detail{{"code", error.code}, {"message", error.message}};
-  return JsonReply(error.status, {{"errors", json::array{detail}}});
+  Reply reply = JsonReply(error.status, {{"errors", json::array{detail}}});
+  if (error.code == 0)
+    reply = {
+        .status = error.status, .headers = {"Content-Type: text/html; charset=utf-8"}, .body = error.message};
+  reply.why = WhyOf(error);
+  return reply;
 }
 
 Reply ErrorReplyV2(const ApiError& error) {
@@ -47,7 +51,9 @@ Reply ErrorReplyV2(const ApiError& error) {
       {"title", title}, {"detail", error.message}, {"type", "about:blank"}, {"status", status}};
   if (status == 401 || status == 429) problem["detail"] = title;
   if (status == 400) problem["errors"] = json::array{{{"message", error.message}}};
-  return JsonReply(status, problem);
+  Reply reply = JsonReply(status, problem);
+  reply.why = WhyOf(error);
+  return reply;
 }
 
 }  // namespace velk::sandbox::twitter

@@ -12,10 +12,16 @@ struct ApiError {
   int status;
   int code;
   std::string message;
+  Why why = {};  // for the developer of the client, if the message does not suffice
 };
 
 extern const ApiError kBadSignature, kNoAuthentication, kOldTimestamp, kNoToken, kRateLimit, kUnknownPath,
     kNoStatus;
+
+inline ApiError Because(ApiError error, std::string why) {
+  error.why.text = std::move(why);
+  return error;
+}
 
 inline void Require(bool condition, const ApiError& error) {
   if (!condition) throw error;

@@ -34,21 +34,31 @@ std::string CategoryOf(const ServiceRequest& request) {
 }
 
 ApiError Missing(const std::string& parameter) { return {400, 38, parameter + " parameter is missing."}; }
-ApiError Invalid(const std::string& message) { return {400, 324, message}; }
+ApiError Invalid(const std::string& message, const std::string& why = {}) {
+  return {400, 324, message, {.text = why}};
+}
+
+std::string SizeWhy(std::uint64_t size, std::uint64_t limit) {
+  return "total_bytes is " + std::to_string(size) + "; the limit for this type is " + std::to_string(limit);
+}
 
 std::uint64_t RequiredNumber(const ServiceRequest& request, const std::string& name) {
   const auto number = ToNumber(request.Parameter(name));
-  Require(number.has_value(), Missing(name));
+  Require(number.has_value(),
+          Because(Missing(name), name + " is " + Quoted(request.Parameter(name)) + " instead of a number"));
   return *number;
 }
 
 void CheckSize(const std::string& type, const std::string& category, std::uint64_t size) {
   Require(size > 0, Invalid("total_bytes must be greater than 0."));
   if (IsVideo(type))
-    return Require(size <= kMaxVideoSize, Invalid("Video file size must be <= 536870912 bytes"));
+    return Require(size <= kMaxVideoSize,
+                   Invalid("Video file size must be <= 536870912 bytes", SizeWhy(size, kMaxVideoSize)));
   if (category.ends_with("gif"))
-    return Require(size <= kMaxGifSize, Invalid("GIF file size must be <= 15728640 bytes"));
-  Require(size <= kMaxImageSize, Invalid("Image file size must be <= 5242880 bytes"));
+    return Require(size <= kMaxGifSize,
+                   Invalid("GIF file size must be <= 15728640 bytes", SizeWhy(size, kMaxGifSize)));
+  Require(size <= kMaxImageSize,
+          Invalid("Image file size must be <= 5242880 bytes", SizeWhy(size, kMaxImageSize)));
 }
 
 std::string Decode(std::string text) {
@@ -89,7 +99,8 @@ Reply Twitter::HandleMediaUpload(const ServiceRequest& request) {
   if (command == "FINALIZE") return FinalizeMedia(request);
   Require(command.empty() &&
               (request.Field("media") || request.Field("media_data") || request.FindParameter("media_data")),
-          Missing("command"));
+          Because(Missing("command"), "command is " + Quoted(command) +
+                                          "; it can be INIT, APPEND or FINALIZE, or absent beside media"));
   return UploadSimply(request, nonce);
 }
 
@@ -102,7 +113,8 @@ Reply Twitter::InitMedia(const ServiceRequest& request, Nonce nonce) {
               .totalBytes = RequiredNumber(request, "total_bytes")};
   Require(!media.type.empty(), Missing("media_type"));
   Require(IsImage(media.type) || IsVideo(media.type) || IsSubtitle(media.type),
-          Invalid("The media type is not supported."));
+          Invalid("The media type is not supported.",
+                  "media_type is " + Quoted(media.type) + ", which is no image, video or subtitle"));
   CheckSize(media.type, media.category, media.totalBytes);
   const std::string id = AddMedia(std::move(media));
   return JsonReply(202,
@@ -118,7 +130,7 @@ std::string Twitter::AddMedia(Media media) {
 
 Twitter::Media& Twitter::FindMedia(const std::string& id) {
   const auto found = media_.find(id);
-  Require(found != media_.end(), Invalid("Invalid mediaId."));
+  Require(found != media_.end(), Invalid("Invalid mediaId.", "no upload has the media_id " + Quoted(id)));
   return found->second;
 }
 
@@ -148,10 +160,14 @@ Reply Twitter::FinalizeMedia(const ServiceRequest& request) {
   Media& media = FindMedia(id);
   std::vector<Piece> pieces;
   for (const auto& [index, piece] : media.segments) {
-    Require(index == static_cast<int>(pieces.size()), Invalid("A segment is missing."));
+    Require(index == static_cast<int>(pieces.size()),
+            Invalid("A segment is missing.", "segment " + std::to_string(pieces.size()) + " is missing"));
     pieces.push_back(piece);
   }
-  Require(SizeOf(pieces) == media.totalBytes, Invalid("Segments do not add up to provided total file size."));
+  Require(SizeOf(pieces) == media.totalBytes,
+          Invalid("Segments do not add up to provided total file size.",
+                  "the segments have " + std::to_string(SizeOf(pieces)) +
+                      " bytes together, and INIT stated " + std::to_string(media.totalBytes)));
   Complete(id, media, Assemble(store_, pieces));
   return JsonReply(201, MediaReply(id, media));
 }
@@ -166,7 +182,8 @@ Reply Twitter::UploadSimply(const ServiceRequest& request, Nonce nonce) {
               .type = std::string(ImageType(piece.content->Start())),
               .category = CategoryOf(request),
               .totalBytes = size};
-  Require(!media.type.empty(), Invalid("media type unrecognized."));
+  Require(!media.type.empty(),
+          Invalid("media type unrecognized.", "the media does not start as JPEG, PNG, GIF or WebP do"));
   CheckSize(media.type, media.category, size);
   const std::string id = AddMedia(std::move(media));
   Complete(id, media_.at(id), *piece.content);
@@ -179,7 +196,8 @@ Reply Twitter::UploadSimply(const ServiceRequest& request, Nonce nonce) {
 // animated GIFs are processed after the upload.
 void Twitter::Complete(const std::string& id, Media& media, const Content& whole) {
   const bool isAnimation = IsVideo(media.type) || media.category.ends_with("gif");
-  Require(!IsImage(media.type) || !ImageType(whole.Start()).empty(), Invalid("media type unrecognized."));
+  Require(!IsImage(media.type) || !ImageType(whole.Start()).empty(),
+          Invalid("media type unrecognized.", "the media does not start as JPEG, PNG, GIF or WebP do"));
   media.complete = true;
   media.segments.clear();
   media.stepsLeft = processingSteps_.value_or(isAnimation ? 1 : 0);
@@ -229,13 +247,19 @@ void Twitter::RequireUsable(const std::vector<std::string>& mediaIds) {
   std::size_t photos = 0;
   for (const std::string& id : mediaIds) {
     const Media& media = FindMedia(id);
-    Require(media.complete, Invalid("The media was not finalized."));
-    Require(media.stepsLeft == 0, Invalid("The media is still being processed."));
-    Require(!media.failed && !IsSubtitle(media.type), Invalid("Not valid media."));
+    Require(media.complete, Invalid("The media was not finalized.", "FINALIZE did not come for media " + id));
+    Require(media.stepsLeft == 0, Invalid("The media is still being processed.",
+                                          "media " + id + " is processed after " +
+                                              std::to_string(media.stepsLeft) + " more status queries"));
+    Require(!media.failed && !IsSubtitle(media.type),
+            Invalid("Not valid media.", "media " + id + " is a subtitle, or its processing failed"));
     photos += IsImage(media.type) && !media.category.ends_with("gif") ? 1 : 0;
   }
   const std::size_t others = mediaIds.size() - photos;
-  Require(mediaIds.size() <= (others > 0 ? 1 : 4), Invalid("The validation of media ids failed."));
+  Require(mediaIds.size() <= (others > 0 ? 1 : 4),
+          Invalid("The validation of media ids failed.",
+                  "a tweet can have four photos, or one video or animation; this one has " +
+                      std::to_string(photos) + " photos and " + std::to_string(others) + " others"));
 }
 
 // ---- Descriptions and subtitles ----

@@ -14,6 +14,7 @@
 #include <set>
 
 #include "kit/byte_strings.h"
+#include "kit/why.h"
 
 namespace velk::sandbox {
 namespace {
@@ -51,9 +52,9 @@ Pairs ParseAuthorization(std::string_view value) {
 
 bool IsOauthPair(const Pairs::value_type& pair) { return pair.first.starts_with("oauth_"); }
 
-// All parameters that a signature can cover. `conflict` reports an OAuth parameter that one place has twice,
+// All parameters that a signature can cover. `conflict` names an OAuth parameter that one place has twice,
 // or that has different values in two places.
-Pairs CollectParameters(const ServiceRequest& request, bool& conflict) {
+Pairs CollectParameters(const ServiceRequest& request, std::string& conflict) {
   const bool formEncoded = request.head.MediaType() == "application/x-www-form-urlencoded";
   Pairs all;
   std::map<std::string, std::string> values;
@@ -64,7 +65,7 @@ Pairs CollectParameters(const ServiceRequest& request, bool& conflict) {
       const auto [known, isNew] = values.insert(pair);
       if (isNew || !IsOauthPair(pair)) all.push_back(pair);
       if (IsOauthPair(pair) && (!here.insert(pair.first).second || known->second != pair.second))
-        conflict = true;
+        conflict = pair.first;
     }
   }
   return all;
@@ -83,12 +84,15 @@ std::string NormalizeParameters(const Pairs& signedPairs) {
   return text;
 }
 
-std::string HmacSha1Base64(const std::string& key, const std::string& text) {
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-  unsigned size = 0;
-  HMAC(EVP_sha1(), key.data(), static_cast<int>(key.size()),
-       reinterpret_cast<const unsigned char*>(text.data()), text.size(), digest.data(), &size);
-  return Base64({reinterpret_cast<const char*>(digest.data()), size});
+// Empty if the parameters are as they must be.
+std::string WhyMalformed(const Pairs& parameters, const std::string& conflict) {
+  const std::string method = Find(parameters, "oauth_signature_method").value_or("");
+  const std::string version = Find(parameters, "oauth_version").value_or("1.0");
+  if (!conflict.empty()) return "the request has " + conflict + " twice";
+  if (method != "HMAC-SHA1") return "oauth_signature_method is " + Quoted(method) + " instead of HMAC-SHA1";
+  if (version != "1.0") return "oauth_version is " + Quoted(version) + " instead of 1.0";
+  if (Find(parameters, "oauth_nonce").value_or("").empty()) return "oauth_nonce is missing or empty";
+  return {};
 }
 
 bool IsTimestampValid(const std::string& timestamp) {
@@ -100,9 +104,17 @@ bool IsTimestampValid(const std::string& timestamp) {
 
 }  // namespace
 
+std::string SignHmacSha1(const std::string& key, const std::string& baseString) {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+  unsigned size = 0;
+  HMAC(EVP_sha1(), key.data(), static_cast<int>(key.size()),
+       reinterpret_cast<const unsigned char*>(baseString.data()), baseString.size(), digest.data(), &size);
+  return Base64({reinterpret_cast<const char*>(digest.data()), size});
+}
+
 OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpSecret,
                       const std::vector<std::string_view>& unsignedNames) {
-  bool conflict = false;
+  std::string conflict;
   Pairs pairs = CollectParameters(request, conflict);
   const auto isUnsigned = [&](const auto& pair) {
     return pair.first == "oauth_signature" ||
@@ -118,17 +130,16 @@ OauthCheck CheckOauth(const ServiceRequest& request, const SecretLookup& lookUpS
   check.nonce = Find(pairs, "oauth_nonce").value_or("");
   check.timestamp = Find(pairs, "oauth_timestamp").value_or("");
   check.fresh = IsTimestampValid(check.timestamp);
-  check.wellFormed = !conflict && Find(pairs, "oauth_signature_method") == "HMAC-SHA1" &&
-                     Find(pairs, "oauth_version").value_or("1.0") == "1.0" && !check.nonce.empty();
+  check.malformed = WhyMalformed(pairs, conflict);
 
   const std::string url = "https://" + request.head.host + request.head.Path();
   check.baseString = PercentEncode(request.head.method) + '&' + PercentEncode(url) + '&' +
                      PercentEncode(NormalizeParameters(pairs));
-  const std::string tokenSecret = check.tokenKey.empty() ? "" : lookUpSecret(check.tokenKey, "oauth_token=");
-  check.expectedSignature =
-      HmacSha1Base64(PercentEncode(lookUpSecret(check.consumerKey, "oauth_consumer_key=")) + '&' +
-                         PercentEncode(tokenSecret),
-                     check.baseString);
+  check.consumerSecret = lookUpSecret(check.consumerKey, "oauth_consumer_key=");
+  check.tokenSecret = check.tokenKey.empty() ? "" : lookUpSecret(check.tokenKey, "oauth_token=");
+  check.expectedSignature = SignHmacSha1(
+      PercentEncode(check.consumerSecret) + '&' + PercentEncode(check.tokenSecret), check.baseString);
+  check.signedParameters = std::move(pairs);
   return check;
 }
 

@@ -16,22 +16,27 @@ constexpr long long kClockTolerance = 300;  // in seconds, for past and future t
 
 // The OAuth parameters of a request and the result of the check.
 struct OauthCheck {
-  Pairs parameters;  // those of the request, from each place
+  Pairs parameters;        // those of the request, from each place
+  Pairs signedParameters;  // those that the signature covers
   std::string consumerKey;
   std::string tokenKey;  // empty if the signature covers no token
+  std::string consumerSecret, tokenSecret;
   std::string nonce;
   std::string timestamp;
   std::string baseString;
   std::string receivedSignature;
   std::string expectedSignature;
-  bool present = false;     // the request has OAuth parameters
-  bool wellFormed = false;  // version, method and nonce are valid, and no parameter has two values
-  bool fresh = false;       // the timestamp is valid
+  std::string malformed;  // what is wrong with version, method or nonce, or which parameter has two values
+  bool present = false;   // the request has OAuth parameters
+  bool fresh = false;     // the timestamp is valid
 
   std::string Parameter(std::string_view name) const { return Find(parameters, name).value_or(""); }
-  bool SignatureFits() const { return wellFormed && receivedSignature == expectedSignature; }
+  bool SignatureFits() const { return malformed.empty() && receivedSignature == expectedSignature; }
   bool Valid() const { return SignatureFits() && fresh; }
 };
+
+// The signature of a base string, in base64.
+std::string SignHmacSha1(const std::string& key, const std::string& baseString);
 
 // Returns the secret of a consumer key or token. The name is that of its parameter, with the "="
 // ("oauth_token=").

@@ -28,7 +28,11 @@ bool IsUrl(std::string_view text) {
 Reply Twitter::IssueRequestToken(const ServiceRequest& request) {
   const std::string callback = Authenticate(request, kNoToken).Parameter("oauth_callback");
   const bool outOfBand = callback == kOutOfBand || callback.empty();
-  Require(outOfBand || IsUrl(callback), {403, 415, "Callback URL not approved for this client application."});
+  Require(outOfBand || IsUrl(callback),
+          {403,
+           415,
+           "Callback URL not approved for this client application.",
+           {.text = "oauth_callback is " + Quoted(callback) + ", which is no URL"}});
   const std::string token = RandomName(27);
   RequestToken pending{RandomName(32), outOfBand ? "" : callback,
                        outOfBand ? std::string(kPin) : RandomName(32)};
@@ -42,7 +46,11 @@ Reply Twitter::IssueRequestToken(const ServiceRequest& request) {
 // The user agrees at once.
 Reply Twitter::Authorize(const ServiceRequest& request) {
   const auto found = requestTokens_.find(request.Query("oauth_token"));
-  Require(found != requestTokens_.end(), {403, 0, "This page is no longer valid."});
+  Require(found != requestTokens_.end(),
+          {403,
+           0,
+           "This page is no longer valid.",
+           {.text = "no sign-in waits for the oauth_token " + Quoted(request.Query("oauth_token"))}});
   const auto& [token, pending] = *found;
   if (pending.callback.empty())
     return FormReply("<!DOCTYPE html><p>Enter this PIN to complete the authorization: <code>" +
@@ -57,8 +65,10 @@ Reply Twitter::Authorize(const ServiceRequest& request) {
 Reply Twitter::IssueAccessToken(const ServiceRequest& request) {
   const OauthCheck check = Authenticate(request, kNoToken, {"oauth_token", "oauth_verifier"});
   const auto found = requestTokens_.find(check.Parameter("oauth_token"));
-  Require(found != requestTokens_.end(), kNoToken);
-  Require(check.Parameter("oauth_verifier") == found->second.verifier, kNoToken);
+  Require(found != requestTokens_.end(),
+          Because(kNoToken, "no sign-in waits for this oauth_token; a request token serves once"));
+  Require(check.Parameter("oauth_verifier") == found->second.verifier,
+          Because(kNoToken, "oauth_verifier is not the PIN or the verifier that Twitter gave"));
   requestTokens_.erase(found);
   const std::string token = std::string(kUserId) + '-' + RandomName(40);
   return FormReply("oauth_token=" + token + "&oauth_token_secret=" + SecretOf(token, "oauth_token=") +

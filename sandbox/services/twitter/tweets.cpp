@@ -50,13 +50,25 @@ Reply Twitter::PostTweet(const ServiceRequest& request) {
 
 // The rules that both versions of the API share.
 const Twitter::Tweet& Twitter::AddTweet(Tweet tweet) {
-  Require(!tweet.text.empty() || !tweet.mediaIds.empty(), {403, 170, "Missing required parameter: status."});
-  Require(TweetLength(tweet.text) <= kMaxTweetLength, {403, 186, "Tweet needs to be a bit shorter."});
+  Require(
+      !tweet.text.empty() || !tweet.mediaIds.empty(),
+      {403, 170, "Missing required parameter: status.", {.text = "the tweet has neither text nor media"}});
+  const std::size_t length = TweetLength(tweet.text);
+  Require(length <= kMaxTweetLength,
+          {403,
+           186,
+           "Tweet needs to be a bit shorter.",
+           {.text = "the text counts " + std::to_string(length) + " characters; the limit is " +
+                    std::to_string(kMaxTweetLength)}});
   RequireUsable(Split(tweet.mediaIds, ','));
   Require(tweet.replyTo.empty() || FindTweet(tweet.replyTo),
-          {403, 385, "You attempted to reply to a Tweet that is deleted or not visible to you."});
-  Require(std::ranges::find(tweets_, tweet.DuplicateKey(), &Tweet::DuplicateKey) == tweets_.end(),
-          {403, 187, "Status is a duplicate."});
+          {403,
+           385,
+           "You attempted to reply to a Tweet that is deleted or not visible to you.",
+           {.text = "no tweet has the id " + Quoted(tweet.replyTo)}});
+  Require(
+      std::ranges::find(tweets_, tweet.DuplicateKey(), &Tweet::DuplicateKey) == tweets_.end(),
+      {403, 187, "Status is a duplicate.", {.text = "this user has a tweet with the same text and media"}});
   tweet.id = std::to_string(++lastId_);
   tweet.created = Now();
   tweets_.push_back(std::move(tweet));
@@ -106,14 +118,17 @@ json::object Twitter::TweetJson(const Tweet& tweet, bool extended) const {
 Reply Twitter::ShowTweet(const ServiceRequest& request) {
   UserOf(request);
   const Tweet* const tweet = FindTweet(IdOf(request));
-  Require(tweet != nullptr, kNoStatus);
+  Require(tweet != nullptr, Because(kNoStatus, "no tweet has the id " + Quoted(IdOf(request))));
   return JsonReply(200, TweetJson(*tweet, IsExtended(request)));
 }
 
 void Twitter::RemoveTweet(const std::string& id, const std::string& user) {
   const auto found = std::ranges::find(tweets_, id, &Tweet::id);
-  Require(found != tweets_.end(), kNoStatus);
-  Require(found->user == user, {403, 183, "You may not delete another user's status."});
+  Require(found != tweets_.end(), Because(kNoStatus, "no tweet has the id " + Quoted(id)));
+  Require(found->user == user, {403,
+                                183,
+                                "You may not delete another user's status.",
+                                {.text = "the tweet is of user " + found->user + ", the token of " + user}});
   tweets_.erase(found);
 }
 
@@ -121,7 +136,7 @@ Reply Twitter::DeleteTweet(const ServiceRequest& request) {
   const std::string user = UserOf(request);
   const std::string id = IdOf(request);
   const Tweet* const tweet = FindTweet(id);
-  Require(tweet != nullptr, kNoStatus);
+  Require(tweet != nullptr, Because(kNoStatus, "no tweet has the id " + Quoted(IdOf(request))));
   const json::object body = TweetJson(*tweet, IsExtended(request));
   RemoveTweet(id, user);
   return JsonReply(200, body);

@@ -2,7 +2,8 @@
 #include "services/twitter/twitter.h"
 
 #include <boost/json/array.hpp>
-#include <cstdio>
+
+#include "services/twitter/oauth_mistakes.h"
 
 namespace velk::sandbox {
 
@@ -30,14 +31,9 @@ bool ContinuesAnUpload(const ServiceRequest& request) {
 
 bool IsVersion2(const ServiceRequest& request) { return request.path.starts_with("/2/"); }
 
-// The base string lets a developer compare the received request with what the client signed.
-void LogSignatureMismatch(const ServiceRequest& request, const OauthCheck& check) {
-  std::fprintf(
-      stderr,
-      "velk-sandbox: signature refused: %s %s%s: received \"%s\", expected \"%s\" for the base string "
-      "that the request gives: %s\n",
-      request.head.method.c_str(), request.head.host.c_str(), request.head.Path().c_str(),
-      check.receivedSignature.c_str(), check.expectedSignature.c_str(), check.baseString.c_str());
+std::string WhyNotFresh(const OauthCheck& check) {
+  return "oauth_timestamp is " + Quoted(check.timestamp) + ", and the time is " + std::to_string(Now()) +
+         "; they may differ by " + std::to_string(kClockTolerance) + " s";
 }
 
 void AddRateLimit(Reply& reply, std::uint64_t remaining) {
@@ -95,7 +91,8 @@ void Twitter::RegisterRoutes() {
 }
 
 Reply Twitter::UnknownPath(const ServiceRequest& request) const {
-  return IsVersion2(request) ? ErrorReplyV2(kUnknownPath) : ErrorReply(kUnknownPath);
+  const ApiError error = Because(kUnknownPath, routes_.WhyNone(request));
+  return IsVersion2(request) ? ErrorReplyV2(error) : ErrorReply(error);
 }
 
 std::map<std::string_view, Switch*> Twitter::Switches() {
@@ -109,7 +106,8 @@ std::map<std::string_view, Switch*> Twitter::Switches() {
 Reply Twitter::Limited(const Handler& handler, const ServiceRequest& request) {
   if (!rateLimit_ || request.path.starts_with("/oauth/")) return handler(request);
   const auto refuse = IsVersion2(request) ? &ErrorReplyV2 : &ErrorReply;
-  Reply reply = TakeFrom(rateLimit_) ? handler(request) : refuse(kRateLimit);
+  Reply reply = TakeFrom(rateLimit_) ? handler(request)
+                                     : refuse(Because(kRateLimit, "the switch twitter.rateLimit is used up"));
   AddRateLimit(reply, *rateLimit_);
   return reply;
 }
@@ -136,15 +134,16 @@ OauthCheck Twitter::Authenticate(const ServiceRequest& request, const ApiError& 
   }
   ++refused_;
   const bool isSignIn = error.code == 0;
-  if (!check.present && !isSignIn) throw kNoAuthentication;
-  if (check.SignatureFits()) {
-    std::fprintf(stderr,
-                 "velk-sandbox: signature refused: the timestamp \"%s\" differs by more than %lld s\n",
-                 check.timestamp.c_str(), kClockTolerance);
-    throw isSignIn ? error : kOldTimestamp;
+  ApiError refusal = error;
+  if (!check.present && !isSignIn) {
+    refusal =
+        Because(kNoAuthentication, "the request has no OAuth parameters, in no place that can have them");
+  } else if (check.SignatureFits()) {
+    refusal = Because(isSignIn ? error : kOldTimestamp, WhyNotFresh(check));
+  } else {
+    refusal.why = WhySignatureFails(request, check);
   }
-  LogSignatureMismatch(request, check);
-  throw error;
+  throw refusal;
 }
 
 std::string Twitter::UserOf(const ServiceRequest& request) {
@@ -165,9 +164,8 @@ void Twitter::RejectReusedNonce(const ServiceRequest& request, const OauthCheck&
   nonces_.erase(nonces_.begin(), nonces_.lower_bound({std::to_string(Now() - 2 * kClockTolerance)}));
   if (nonces_.insert(nonce).second) return;
   ++refused_;
-  std::fprintf(stderr, "velk-sandbox: signature refused: the nonce \"%s\" came before at %s\n",
-               check.nonce.c_str(), check.timestamp.c_str());
-  throw kBadSignature;
+  throw Because(kBadSignature, "the oauth_nonce " + Quoted(check.nonce) +
+                                   " came before, with the timestamp " + check.timestamp);
 }
 
 // ---- State ----

@@ -113,7 +113,7 @@ class Twitter : public Service {
   Reply ListTweetsV2(const ServiceRequest& request);
   Reply ShowUserV2(const ServiceRequest& request);
 
-  // Throws the error if the signature is wrong, and logs the reason to the standard error stream.
+  // Throws the error, with the reason, if the signature is wrong.
   OauthCheck Authenticate(const ServiceRequest& request, const ApiError& error = twitter::kBadSignature,
                           const std::vector<std::string_view>& unsignedNames = {});
   std::string UserOf(const ServiceRequest& request);  // authenticates. Version 2 also takes a bearer token

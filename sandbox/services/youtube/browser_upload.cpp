@@ -40,13 +40,15 @@ tree::ptree ParseXml(const Content& body) {
 }
 
 void RequireAttribute(const tree::ptree& element, const std::string& name, const std::string& value) {
-  Require(element.get("<xmlattr>." + name, "") == value, 400, "parseError",
-          "An attribute is not the right one.");
+  const std::string given = element.get("<xmlattr>." + name, "");
+  Require(given == value, 400, "parseError", "An attribute is not the right one.", "",
+          "the attribute " + name + " is " + Quoted(given) + " instead of " + Quoted(value));
 }
 
 std::string RequiredText(const tree::ptree& group, const std::string& name) {
   std::string text = group.get(name, "");
-  Require(!text.empty(), 400, "required", "The entry lacks a text.");
+  Require(!text.empty(), 400, "required", "The entry lacks a text.", "",
+          "the element " + name + " is missing or empty");
   return text;
 }
 
@@ -79,10 +81,12 @@ Reply Youtube::GetUploadToken(const ServiceRequest& request) {
   RequireToken(request);
   const Head& head = request.head;
   const std::string key = head.Header("X-GData-Key");
-  Require(key.starts_with("key=") && key.size() > 4, 403, "developerKey", "A developer key is required.");
-  Require(head.Header("GData-Version") == "2", 400, "badRequest", "Only version 2 is known.");
+  Require(key.starts_with("key=") && key.size() > 4, 403, "developerKey", "A developer key is required.", "",
+          "the header X-GData-Key is not \"key=KEY\"");
+  Require(head.Header("GData-Version") == "2", 400, "badRequest", "Only version 2 is known.", "",
+          "the header GData-Version is " + Quoted(head.Header("GData-Version")) + " instead of 2");
   Require(head.Header("Content-Type").starts_with("application/atom+xml"), 415, "badRequest",
-          "The body is no Atom entry.");
+          "The body is no Atom entry.", "", "the Content-Type is not application/atom+xml");
   FormUpload upload{RandomName(64), ParseEntry(request.received->body)};
   const std::string name = RandomName(32);
   const std::string body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><response><url>" + sandboxUrl_ +
@@ -97,13 +101,14 @@ Reply Youtube::HandleFormUpload(const ServiceRequest& request) {
   const auto upload = formUploads_.find(request.PathParameter("upload"));
   Require(upload != formUploads_.end(), 404, "notFound", "There is no such upload.");
   const std::string next = request.Query("nexturl");
-  Require(!next.empty(), 400, "badRequest", "The address to go on to is missing.");
+  Require(!next.empty(), 400, "badRequest", "The address to go on to is missing.", "",
+          "the query has no nexturl");
   // A decoded line end would end the Location header and let the client write the rest of the reply.
   Require(std::ranges::none_of(next, [](unsigned char c) { return c < 0x20 || c == 0x7F; }), 400,
           "badRequest", "nexturl contains a control character.");
   const FormPart* const token = request.Field("token");
-  Require(token && token->content.Text() == upload->second.token, 401, "authError",
-          "The token does not fit.");
+  Require(token && token->content.Text() == upload->second.token, 401, "authError", "The token does not fit.",
+          "", "the field token of the form is not the token that came with the form's URL");
   const FormPart* const file = request.Field("file");
   Require(file && file->content.Size() > 0, 400, "badRequest", "There is no file.");
   const Video& video = Publish(upload->second.metadata, file->content);

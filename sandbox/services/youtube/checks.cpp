@@ -67,6 +67,7 @@ Reply ErrorReply(const ApiError& error) {
     reply.headers.emplace_back(
         "WWW-Authenticate: Bearer realm=\"https://accounts.google.com/\", error=\"invalid_token\"");
   if (error.status == 429) reply.headers.emplace_back("Retry-After: 1");
+  reply.why.text = error.why.empty() ? error.message : error.why;
   return reply;
 }
 
@@ -74,8 +75,12 @@ bool HasToken(const ServiceRequest& request) { return !TokenOf(request).empty();
 
 void RequireToken(const ServiceRequest& request) {
   const std::string token = TokenOf(request);
-  Require(!token.empty() && token != "expired", 401, "authError", "Invalid Credentials");
-  Require(token != "forbidden", 403, "forbidden", "The caller may not change videos of this channel.");
+  Require(!token.empty(), 401, "authError", "Invalid Credentials", "",
+          "the request has no token: neither \"Authorization: Bearer TOKEN\" nor access_token in the query");
+  Require(token != "expired", 401, "authError", "Invalid Credentials", "",
+          "the token \"expired\" is refused by its name");
+  Require(token != "forbidden", 403, "forbidden", "The caller may not change videos of this channel.", "",
+          "the token \"forbidden\" is refused by its name");
 }
 
 void RequireTokenOrKey(const ServiceRequest& request) {
@@ -84,15 +89,18 @@ void RequireTokenOrKey(const ServiceRequest& request) {
 
 Parts RequireParts(const ServiceRequest& request, std::span<const std::string_view> known) {
   const std::vector<std::string> given = request.List("part");
-  Require(!given.empty(), 400, "required", "Required parameter: part", "part");
+  Require(!given.empty(), 400, "required", "Required parameter: part", "part",
+          "the parameter part is missing in the query");
   for (const std::string& part : given)
-    Require(std::ranges::find(known, part) != known.end(), 400, "unknownPart", "'" + part + "'", "part");
+    Require(std::ranges::find(known, part) != known.end(), 400, "unknownPart", "'" + part + "'", "part",
+            "the parameter part names " + Quoted(part) + ", which this call does not have");
   return {given.begin(), given.end()};
 }
 
 json::object ParseJson(const Content& body) {
-  const auto parsed = ParseLenientJson(body.Text());
-  Require(parsed && parsed->is_object(), 400, "parseError", "Parse Error");
+  std::string why = "the body is no JSON object";
+  const auto parsed = ParseLenientJson(body.Text(), &why);
+  Require(parsed && parsed->is_object(), 400, "parseError", "Parse Error", "", why);
   return parsed->get_object();
 }
 

@@ -18,11 +18,12 @@ struct ApiError {
   std::string reason;
   std::string message;
   std::string parameter = {};  // of the query, if it is to blame
+  std::string why = {};        // for the developer of the client, if the message does not suffice
 };
 
 inline void Require(bool condition, int status, const char* reason, const std::string& message,
-                    const std::string& parameter = {}) {
-  if (!condition) throw ApiError{status, reason, message, parameter};
+                    const std::string& parameter = {}, const std::string& why = {}) {
+  if (!condition) throw ApiError{status, reason, message, parameter, why};
 }
 
 // Accepts any bearer token. Two tokens select an error, for tests of a client's error handling: "expired"

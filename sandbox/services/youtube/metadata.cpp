@@ -27,8 +27,13 @@ json::object ObjectMember(const json::object& object, std::string_view name) {
 
 bool HasAngleBracket(std::string_view text) { return text.find_first_of("<>") != std::string_view::npos; }
 
-void Check(bool condition, const char* reason, const std::string& what) {
-  Require(condition, 400, reason, "The request metadata specifies " + what + ".");
+void Check(bool condition, const char* reason, const std::string& what, const std::string& why) {
+  Require(condition, 400, reason, "The request metadata specifies " + what + ".", "", why);
+}
+
+void CheckBrackets(std::string_view text, const char* reason, const std::string& what, const char* member) {
+  Check(!HasAngleBracket(text), reason, what,
+        std::string(member) + " contains an angle bracket, which YouTube refuses: " + Quoted(text));
 }
 
 std::vector<std::string> TagsOf(const json::object& snippet) {
@@ -37,28 +42,36 @@ std::vector<std::string> TagsOf(const json::object& snippet) {
   if (!tags || !tags->is_array()) return list;
   std::size_t characters = 0;
   for (const json::value& tag : tags->get_array()) {
-    const bool valid = tag.is_string() && !HasAngleBracket(tag.get_string());
-    Check(valid, "invalidTags", "invalid video keywords");
+    Check(tag.is_string(), "invalidTags", "invalid video keywords", "a tag is no string");
+    CheckBrackets(tag.get_string(), "invalidTags", "invalid video keywords", "a tag");
     list.emplace_back(tag.get_string());
     characters += CountCharacters(list.back());
   }
-  Check(characters <= kLongestTags, "invalidTags", "invalid video keywords");
+  Check(characters <= kLongestTags, "invalidTags", "invalid video keywords",
+        "the tags have " + std::to_string(characters) + " characters together; the limit is 500");
   return list;
 }
 
 void CheckSnippet(const std::string& title, const std::string& description, const std::string& categoryId) {
   const std::size_t length = CountCharacters(title);
-  Check(length > 0 && length <= kLongestTitle && !HasAngleBracket(title), "invalidTitle",
-        "an invalid or empty video title");
-  Check(description.size() <= kLongestDescription && !HasAngleBracket(description), "invalidDescription",
-        "an invalid video description");
-  Check(IsAssignableCategory(categoryId), "invalidCategoryId", "an invalid category ID");
+  static constexpr char kTitle[] = "an invalid or empty video title";
+  static constexpr char kDescription[] = "an invalid video description";
+  Check(length > 0, "invalidTitle", kTitle, "the title is missing or empty");
+  Check(length <= kLongestTitle, "invalidTitle", kTitle,
+        "the title has " + std::to_string(length) + " characters; the limit is 100");
+  CheckBrackets(title, "invalidTitle", kTitle, "the title");
+  Check(description.size() <= kLongestDescription, "invalidDescription", kDescription,
+        "the description has " + std::to_string(description.size()) + " bytes; the limit is 5000");
+  CheckBrackets(description, "invalidDescription", kDescription, "the description");
+  Check(IsAssignableCategory(categoryId), "invalidCategoryId", "an invalid category ID",
+        "categoryId is " + Quoted(categoryId) + ", which is no category that a video can have");
 }
 
 void CheckPrivacy(const std::string& privacyStatus) {
   static constexpr std::string_view kPrivacies[] = {"public", "private", "unlisted"};
   Check(std::ranges::find(kPrivacies, privacyStatus) != std::end(kPrivacies), "invalidVideoMetadata",
-        "an invalid privacy status");
+        "an invalid privacy status",
+        "privacyStatus is " + Quoted(privacyStatus) + "; it can be public, private or unlisted");
 }
 
 }  // namespace

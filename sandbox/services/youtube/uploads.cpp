@@ -42,14 +42,16 @@ Reply Youtube::Insert(const ServiceRequest& request) {
   if (type == "resumable") return StartSession(request, parts);
   if (type == "multipart" || (type.empty() && !request.received->fields.empty()))
     return InsertMultipart(request, parts);
-  Require(type == "media" || type.empty(), 400, "badRequest", "The uploadType is unknown.", "uploadType");
+  Require(type == "media" || type.empty(), 400, "badRequest", "The uploadType is unknown.", "uploadType",
+          "uploadType is " + Quoted(type) + "; it can be resumable, multipart or media");
   return InsertMedia(request, parts);
 }
 
 Reply Youtube::InsertMultipart(const ServiceRequest& request, const Parts& parts) {
   const std::vector<FormPart>& bodies = request.received->fields;
   Require(bodies.size() == 2, 400, "badRequest",
-          "A multipart upload has two parts, the metadata and the media.");
+          "A multipart upload has two parts, the metadata and the media.", "",
+          "the multipart body has " + std::to_string(bodies.size()) + " parts instead of metadata and media");
   CheckMediaType(bodies[1].contentType);
   const Metadata metadata = ParseMetadata(ParseJson(bodies[0].content), parts);
   return JsonReply(200, VideoResource(Publish(metadata, bodies[1].content), parts));
@@ -67,7 +69,8 @@ Reply Youtube::InsertMedia(const ServiceRequest& request, const Parts& parts) {
 Reply Youtube::StartSession(const ServiceRequest& request, Parts parts) {
   const std::string declared = request.head.Header("X-Upload-Content-Length");
   const auto length = ToNumber(declared);
-  Require(declared.empty() || length, 400, "badRequest", "X-Upload-Content-Length is not a number.");
+  Require(declared.empty() || length, 400, "badRequest", "X-Upload-Content-Length is not a number.", "",
+          "X-Upload-Content-Length is " + Quoted(declared));
   CheckMediaType(request.head.Header("X-Upload-Content-Type"));
   const Content& body = request.received->body;
   Metadata metadata = ParseMetadata(body.Size() > 0 ? ParseJson(body) : json::object(), parts);
@@ -81,12 +84,16 @@ Reply Youtube::StartSession(const ServiceRequest& request, Parts parts) {
 
 Youtube::Session& Youtube::FindSession(const ServiceRequest& request) {
   const auto session = sessions_.find(request.Query("upload_id"));
-  Require(session != sessions_.end(), 404, "notFound", "The upload session does not exist.");
+  Require(session != sessions_.end(), 404, "notFound", "The upload session does not exist.", "",
+          "no upload has the upload_id " + Quoted(request.Query("upload_id")));
   return session->second;
 }
 
 void Youtube::RequireLengthOf(const Session& session, std::optional<std::uint64_t> total) const {
-  Require(!total || !session.length || *total == *session.length, 400, "badRequest", kWrongLength);
+  if (!total || !session.length || *total == *session.length) return;
+  throw ApiError{400, "badRequest", kWrongLength, "",
+                 "the upload was started with " + std::to_string(*session.length) +
+                     " bytes, and this request is for one of " + std::to_string(*total)};
 }
 
 // The URL of the session is a secret, so that a token is not necessary. A wrong one is refused.
@@ -103,17 +110,22 @@ Reply Youtube::ContinueSession(const ServiceRequest& request) {
     return FinishSession(session);
   }
   const auto range = ParseContentRange(header);
-  Require(range.has_value(), 400, "badRequest", "The Content-Range is malformed.");
+  Require(range.has_value(), 400, "badRequest", "The Content-Range is malformed.", "",
+          "Content-Range is " + Quoted(header) + " instead of \"bytes FIRST-LAST/TOTAL\"");
   RequireLengthOf(session, range->total);
   if (range->total) session.length = range->total;
   const std::uint64_t received = SizeOf(session.pieces);
   if (!range->first) return session.length == received ? FinishSession(session) : Incomplete(received);
   if (*range->first != received) return Incomplete(received);
   const std::uint64_t size = *range->last - *range->first + 1;
-  Require(body.Size() == size, 400, "badRequest", "The body's length differs from its Content-Range.");
+  Require(body.Size() == size, 400, "badRequest", "The body's length differs from its Content-Range.", "",
+          "the body has " + std::to_string(body.Size()) + " bytes, and its Content-Range " +
+              std::to_string(size));
   const bool isLast = session.length == *range->last + 1;
   Require(isLast || size % kPieceUnit == 0, 400, "badRequest",
-          "The length of a piece is no multiple of 256 KiB.");
+          "The length of a piece is no multiple of 256 KiB.", "",
+          "the piece has " + std::to_string(size) +
+              " bytes; each piece but the last must be a multiple of 262144");
   session.pieces.push_back(BodyPiece(request.received));
   return isLast ? FinishSession(session) : Incomplete(received + size);
 }
@@ -143,7 +155,10 @@ void Youtube::TakePartial(const ServiceRequest& request) {
 Reply Youtube::CancelSession(const ServiceRequest& request) {
   FindSession(request);
   sessions_.erase(request.Query("upload_id"));
-  return {.status = 499, .reason = "Client Closed Request", .headers = {"Content-Length: 0"}};
+  return {.status = 499,
+          .reason = "Client Closed Request",
+          .headers = {"Content-Length: 0"},
+          .why = {.text = "the client cancelled the upload, and this is how YouTube confirms it"}};
 }
 
 const Youtube::Video& Youtube::Publish(Metadata metadata, const Content& content) {

@@ -28,7 +28,7 @@ json::object Thumbnail(const std::string& id) {
 
 Youtube::Video& Youtube::FindVideo(const std::string& id) {
   const auto video = std::ranges::find(videos_, id, &Video::id);
-  Require(video != videos_.end(), 404, "videoNotFound", kNotFound);
+  Require(video != videos_.end(), 404, "videoNotFound", kNotFound, "", "no video has the id " + Quoted(id));
   return *video;
 }
 
@@ -96,10 +96,11 @@ Reply Youtube::UpdateVideo(const ServiceRequest& request) {
   const Parts parts = RequireParts(request, kVideoParts);
   for (const std::string& part : parts) {
     Require(std::ranges::find(kUpdateParts, part) != std::end(kUpdateParts), 400, "unexpectedPart",
-            "'" + part + "'", "part");
+            "'" + part + "'", "part", "the part " + Quoted(part) + " cannot be changed");
   }
   Require(request.head.MediaType() == "application/json", 400, "badRequest",
-          "The body's type is not supported.");
+          "The body's type is not supported.", "",
+          "the Content-Type is " + Quoted(request.head.MediaType()) + " instead of application/json");
   const json::object body = ParseJson(request.received->body);
   Video& video = FindVideo(StringMember(body, "id"));
   video.metadata = UpdatedMetadata(video.metadata, body, parts);
@@ -124,8 +125,10 @@ Reply Youtube::SetThumbnail(const ServiceRequest& request) {
   const std::vector<FormPart>& parts = request.received->fields;
   const Content& picture = parts.empty() ? request.received->body : parts.back().content;
   Require(picture.Size() > 0, 400, "mediaBodyRequired", "The request does not include the image content.");
-  Require(picture.Size() <= kLargestThumbnail, 413, "uploadTooLarge", "Media is too large. Limit: 2097152");
-  Require(!ImageType(picture.Start()).empty(), 400, "invalidImage", "The provided image content is invalid.");
+  Require(picture.Size() <= kLargestThumbnail, 413, "uploadTooLarge", "Media is too large. Limit: 2097152",
+          "", "the picture has " + std::to_string(picture.Size()) + " bytes; the limit is 2097152");
+  Require(!ImageType(picture.Start()).empty(), 400, "invalidImage", "The provided image content is invalid.",
+          "", "the picture does not start as JPEG, PNG, GIF or WebP do");
   video.thumbnailSha256 = picture.Sha256();
   return JsonReply(200, {{"kind", "youtube#thumbnailSetResponse"}, {"items", json::array{Thumbnail(id)}}});
 }

@@ -78,7 +78,9 @@ void Youtube::RegisterRoutes() {
   }
 }
 
-Reply Youtube::UnknownPath(const ServiceRequest&) const { return ErrorReply({404, "notFound", "Not Found"}); }
+Reply Youtube::UnknownPath(const ServiceRequest& request) const {
+  return ErrorReply({404, "notFound", "Not Found", "", routes_.WhyNone(request)});
+}
 
 std::map<std::string_view, Switch*> Youtube::Switches() {
   return {{"rateLimit", &rateLimit_}, {"quota", &quota_}, {"uploadLimit", &uploadLimit_}};
@@ -86,15 +88,18 @@ std::map<std::string_view, Switch*> Youtube::Switches() {
 
 // A new upload counts for the quota when it starts. What continues it is free.
 Reply Youtube::Limited(Member member, std::uint64_t cost, const ServiceRequest& request) {
-  Require(TakeFrom(rateLimit_), 429, "rateLimitExceeded", "Rate Limit Exceeded");
+  Require(TakeFrom(rateLimit_), 429, "rateLimitExceeded", "Rate Limit Exceeded", "",
+          "the switch youtube.rateLimit is used up");
   const bool isUpload = member == &Youtube::Insert && request.Query("upload_id").empty();
   Require(TakeFrom(quota_, isUpload ? kUploadCost : cost), 403, "quotaExceeded",
-          "The request cannot be completed because you have exceeded your quota.");
+          "The request cannot be completed because you have exceeded your quota.", "",
+          "the switch youtube.quota has too few units left for this call");
   Require(!isUpload || TakeFrom(uploadLimit_), 400, "uploadLimitExceeded",
-          "The user has exceeded the number of videos they may upload.");
+          "The user has exceeded the number of videos they may upload.", "",
+          "the switch youtube.uploadLimit is used up");
   const std::string form = request.Query("alt");
   Require(form.empty() || form == "json" || form == "media", 400, "invalidParameter",
-          "Invalid value \"" + form + "\".", "alt");
+          "Invalid value \"" + form + "\".", "alt", "alt is " + Quoted(form) + "; it can be json or media");
   Reply reply = (this->*member)(request);
   const std::string fields = request.Query("fields");
   return fields.empty() || reply.status != 200 ? reply : WithSelectedFields(std::move(reply), fields);
@@ -139,7 +144,8 @@ json::object Page(const ServiceRequest& request, const char* kind, const json::a
   const std::string token = request.Query("pageToken");
   const std::uint64_t first = token.empty() ? 0 : ToNumber(token.substr(1)).value_or(~0ULL);
   Require(token.empty() || (token.starts_with('P') && first < items.size()), 400, "invalidPageToken",
-          "The request specifies an invalid page token.", "pageToken");
+          "The request specifies an invalid page token.", "pageToken",
+          "pageToken is " + Quoted(token) + ", which no reply of this list gave");
   json::object page{{"kind", kind}, {"etag", RandomName(27)}};
   json::array shown;
   for (std::uint64_t i = first; i < items.size() && shown.size() < size; ++i) shown.push_back(items[i]);

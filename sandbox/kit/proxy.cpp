@@ -1,0 +1,105 @@
+#include "kit/proxy.h"
+
+#include <boost/asio/ssl/error.hpp>
+#include <boost/system/system_error.hpp>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "kit/exchange.h"
+#include "kit/failure.h"
+#include "kit/why.h"
+#include "net/input.h"
+
+namespace velk::sandbox {
+namespace {
+
+using Clock = Timing::Clock;
+
+// The requests of one connection.
+class Session {
+ public:
+  Session(Stream& stream, World& world)
+      : stream_(stream),
+        world_(world),
+        input_(stream),
+        connection_(std::make_shared<Connection>(++world.connections)) {}
+  ~Session() { connection_->open = false; }
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  awaitable<void> Serve();
+
+ private:
+  awaitable<std::optional<Head>> ReadHead();
+  awaitable<void> Open(Tunnel tunnel);
+  awaitable<void> AcceptTls(asio::ssl::context& context);
+
+  Stream& stream_;
+  World& world_;
+  Input input_;
+  const std::shared_ptr<Connection> connection_;
+  std::optional<Tunnel> tunnel_;
+  std::optional<asio::ssl::context> otherTls_;  // for a certificate that a script requests
+};
+
+// What is no HTTP is no exchange, so that the line is all that there is of it.
+awaitable<std::optional<Head>> Session::ReadHead() {
+  try {
+    co_return co_await input_.ReadHead();
+  } catch (const BadRequest& bad) {
+    std::fprintf(stderr, "velk-sandbox: %d: %s\n", bad.status, OneLine(bad.why).c_str());
+    throw;
+  }
+}
+
+awaitable<void> Session::AcceptTls(asio::ssl::context& context) {
+  try {
+    co_await stream_.AcceptTls(context);
+  } catch (const boost::system::system_error& error) {
+    if (error.code().category() == asio::error::get_ssl_category()) {
+      std::fprintf(stderr, "velk-sandbox: %s: the TLS handshake failed: %s\n", tunnel_->host.c_str(),
+                   error.code().message().c_str());
+    }
+    throw;
+  }
+}
+
+awaitable<void> Session::Open(Tunnel tunnel) {
+  tunnel_ = std::move(tunnel);
+  const std::string_view name = tunnel_->certificateName;
+  if (!name.empty()) otherTls_ = Authority().MakeContext({&name, 1});
+  const Clock::time_point start = Clock::now();
+  co_await AcceptTls(otherTls_ ? *otherTls_ : world_.tls);
+  tunnel_->tls = Clock::now() - start;
+}
+
+awaitable<void> Session::Serve() {
+  bool kept = false;  // a request was served before
+  while (auto head = co_await ReadHead()) {
+    if (tunnel_ && head->method == "CONNECT") throw Malformed("a CONNECT came inside of a tunnel");
+    if (tunnel_) head->host = tunnel_->host;
+    Arrival arrival{std::move(*head), tunnel_, connection_, input_.HeadBegan(), kept};
+    Exchange exchange(stream_, input_, world_, std::move(arrival));
+    if (!co_await exchange.Serve()) co_return;
+    kept = true;
+    if (tunnel_ || !exchange.Opened()) continue;
+    kept = false;
+    co_await Open(*exchange.Opened());
+  }
+  co_await stream_.End();
+}
+
+awaitable<void> ServeSession(Stream& stream, World& world) {
+  Session session(stream, world);
+  co_await session.Serve();
+}
+
+}  // namespace
+
+awaitable<void> ServeProxy(Stream& stream, World& world) {
+  co_await ReplyToFailure(stream, ServeSession(stream, world));
+}
+
+}  // namespace velk::sandbox
