@@ -13,6 +13,7 @@
 #include "kit/control.h"
 #include "kit/options.h"
 #include "kit/proxy.h"
+#include "kit/script_docs.h"
 #include "kit/world.h"
 #include "net/platform.h"
 #include "services/all_services.h"
@@ -106,8 +107,8 @@ int main(int count, char** values) {
   using namespace velk::sandbox;
   try {
     const Options options = ParseOptions(Arguments(count, values));
-    if (options.help.empty()) return Program(options).Run();
-    std::fputs(options.help.c_str(), stdout);
+    if (options.help.empty() && !options.describesScripts) return Program(options).Run();
+    std::fputs(options.describesScripts ? ScriptTable().c_str() : options.help.c_str(), stdout);
     return 0;
   } catch (const UsageError& error) {
     std::fprintf(stderr, "velk-sandbox: %s; --help lists the options\n", error.what());

@@ -32,14 +32,6 @@ std::string ReadableForm(std::string_view bytes) {
   return text;
 }
 
-bool IsUtf8(std::string_view bytes) {
-  for (const char* at = bytes.data(); at != bytes.data() + bytes.size();) {
-    const utf::code_point point = utf::utf_traits<char>::decode(at, bytes.data() + bytes.size());
-    if (!utf::is_valid_codepoint(point)) return false;
-  }
-  return true;
-}
-
 bool HoldsOtherBytes(const json::value& value) {
   if (value.is_string()) return !IsUtf8(value.get_string());
   return value.is_array() && std::ranges::any_of(value.get_array(), [](const json::value& element) {
@@ -74,6 +66,14 @@ json::object MembersToText(const json::object& object) {
 }
 
 }  // namespace
+
+bool IsUtf8(std::string_view bytes) {
+  for (const char* at = bytes.data(); at != bytes.data() + bytes.size();) {
+    const utf::code_point point = utf::utf_traits<char>::decode(at, bytes.data() + bytes.size());
+    if (!utf::is_valid_codepoint(point)) return false;
+  }
+  return true;
+}
 
 std::string Base64(std::string_view bytes) {
   std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');

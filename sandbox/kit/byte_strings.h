@@ -12,6 +12,7 @@
 
 namespace velk::sandbox {
 
+bool IsUtf8(std::string_view bytes);
 std::string Base64(std::string_view bytes);
 std::string FromBase64(std::string_view text);  // throws std::invalid_argument on what is not base64
 

@@ -31,7 +31,8 @@ Exchange::Exchange(Stream& stream, Input& input, World& world, Arrival arrival)
       input_(input),
       world_(world),
       entry_(NewEntry(arrival)),
-      script_(world.scripts.Take(entry_->head, arrival.kept)),
+      kept_(arrival.kept),
+      script_(world.scripts.Take({entry_->head, kept_})),
       body_(entry_->head),
       began_(arrival.began),
       phaseBegan_(Clock::now()) {}
@@ -44,12 +45,18 @@ void Exchange::Record() {
   if (!opens) world_.journal.Add(entry_);
 }
 
+void Exchange::ChooseByBody() {
+  script_ = world_.scripts.Take({Request(), kept_, received_.get()});
+  entry_->Update([this](Progress& progress) { progress.script = script_->Id(); });
+}
+
 awaitable<bool> Exchange::Serve() {
   Record();
   const bool readsBody = !script_->answerEarly || script_->stopReadingAfter;
   if (Request().expectsContinue && readsBody) co_await stream_.Write(kContinue);
   if (script_->answerEarly) co_return co_await ServeEarly();
   co_await Receive(script_->stopReadingAfter);
+  if (received_ && script_->AwaitsBody()) ChooseByBody();
   if (!received_) {
     Fire("stopReadingAfter");
     PassPartOn();
@@ -133,7 +140,7 @@ Reply Exchange::ServiceReply() try {
 }
 
 Reply Exchange::MakeReply() {
-  if (!script_->passThrough || !received_) return script_->reply;
+  if (!script_->passThrough || !received_) return script_->PreparedReply();
   if (!IsConnect()) return ServiceReply();
   if (world_.services.Simulates(Request().host)) return {.status = 200, .reason = "Connection established"};
   Reply reply = JsonReply(502, {{"error", "this proxy reaches only the simulated services"}});
@@ -189,7 +196,7 @@ awaitable<void> Exchange::Deliver(const Reply& reply) {
               std::string_view(reply.body).substr(0, end - std::min(end, head.size())));
   if (end > 0) entry_->status = reply.status;
   if (end > 0 && script_->noContentLength) Fire("noContentLength");
-  if (end > 0 && script_->refuseConnect) Fire("refuseConnect");
+  if (end > 0 && script_->refuseConnect != 0) Fire("refuseConnect");
   co_await stream_.Write(std::string_view(whole).substr(0, end));
   if (mayCut && end < whole.size()) Fire(script_->cutAfter ? "cutAfter" : "cutBodyAfter");
   if (script_->reset) {

@@ -49,6 +49,7 @@ class Exchange {
   const Head& Request() const { return entry_->head; }
   bool IsConnect() const { return Request().method == "CONNECT"; }
   void Record();
+  void ChooseByBody();
   awaitable<void> Receive(std::optional<std::uint64_t> limit);
   awaitable<void> ReceivePiece(std::size_t size);
   void PassPartOn();
@@ -72,7 +73,8 @@ class Exchange {
   Input& input_;
   World& world_;
   const std::shared_ptr<Entry> entry_;
-  const std::shared_ptr<Script> script_;
+  const bool kept_;
+  std::shared_ptr<Script> script_;
   BodyDecoder body_;
   std::optional<Intake> intake_;              // once the body is read
   std::shared_ptr<const Received> received_;  // once the body is complete

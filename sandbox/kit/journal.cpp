@@ -1,12 +1,28 @@
 #include "kit/journal.h"
 
+#include <algorithm>
 #include <boost/json/serialize.hpp>
 
 #include "kit/byte_strings.h"
+#include "kit/match.h"
 
 namespace velk::sandbox {
+namespace {
 
 namespace json = boost::json;
+
+bool Fits(const std::string& pattern, const std::string& text) {
+  return pattern.empty() || FitsPattern(pattern, text);
+}
+
+bool Selects(const Selection& selection, const NumberedEntry& numbered) {
+  const Entry& entry = *numbered.entry;
+  return numbered.id > selection.since && Fits(selection.host, entry.head.host) &&
+         Fits(selection.method, entry.head.method) && Fits(selection.path, entry.head.Path()) &&
+         Fits(selection.status, std::to_string(entry.status));
+}
+
+}  // namespace
 
 void Journal::Add(std::shared_ptr<Entry> entry) {
   const std::lock_guard lock(mutex_);
@@ -15,16 +31,31 @@ void Journal::Add(std::shared_ptr<Entry> entry) {
   if (entries_.size() > limit_) entries_.pop_front();
 }
 
+std::vector<NumberedEntry> Journal::Entries() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<NumberedEntry> numbered;
+  std::uint64_t id = FirstId();
+  for (const auto& entry : entries_) numbered.push_back({id++, entry});
+  return numbered;
+}
+
+std::shared_ptr<const Entry> Journal::Find(std::uint64_t id) const {
+  const std::lock_guard lock(mutex_);
+  if (id < FirstId() || id > total_) return nullptr;
+  return entries_.at(static_cast<std::size_t>(id - FirstId()));
+}
+
 // Entries are serialized one by one: all of them as one tree would take several times the memory of the text.
-std::string Journal::ToJson() const {
-  std::unique_lock lock(mutex_);
-  const auto entries = entries_;
-  std::uint64_t id = total_ - entries.size();
-  lock.unlock();
+std::string Journal::ToJson(const Selection& selection) const {
+  std::vector<NumberedEntry> selected = Entries();
+  std::erase_if(selected, [&](const NumberedEntry& numbered) { return !Selects(selection, numbered); });
+  const std::size_t shown =
+      selection.limit == 0 ? selected.size() : static_cast<std::size_t>(selection.limit);
   std::string text = "[";
-  for (const auto& entry : entries) {
+  for (std::size_t i = selected.size() - std::min(selected.size(), shown); i < selected.size(); ++i) {
+    const auto& [id, entry] = selected[i];
     if (text.size() > 1) text += ',';
-    text += json::serialize(ToText(entry->ToJson(++id)));
+    text += json::serialize(ToText(selection.brief ? entry->Summary(id) : entry->ToJson(id)));
   }
   return text += ']';
 }

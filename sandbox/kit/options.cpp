@@ -44,6 +44,8 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
   app.add_flag("--count-only", options.countOnly,
                "Only count contents above 64 KiB, neither hash nor store them");
   app.add_flag("--verbose", options.verbose, "Report every request on the standard error stream");
+  app.add_flag("--describe-scripts", options.describesScripts,
+               "Print what a script can state, as a table in Markdown, and exit");
 
   std::vector<std::string> own(arguments.begin(), separator);
   std::ranges::reverse(own);  // as the parser takes them

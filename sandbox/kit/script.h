@@ -1,48 +1,29 @@
 // Prepared replies and faults for the next requests that match, and the account of what they did.
 #pragma once
 
-#include <atomic>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "kit/service.h"
+#include "kit/intake.h"
+#include "kit/reply.h"
+#include "kit/script_members.h"
+#include "net/head.h"
 
 namespace velk::sandbox {
 
-// A script as it was posted; control.h describes each member.
-struct ScriptText {
-  std::string host;
-  std::string method;
-  std::string path;
-  bool kept = false;
-  std::uint64_t times = 1;
-  Reply reply;
-  std::optional<std::uint64_t> bodySize;
-  bool passThrough = false;
-  std::uint64_t delayMs = 0;
-  bool answerEarly = false;
-  std::optional<std::uint64_t> cutAfter;
-  std::optional<std::uint64_t> cutBodyAfter;
-  bool reset = false;
-  std::optional<std::uint64_t> stopReadingAfter;
-  std::uint64_t readSlowly = 0;
-  bool neverAnswer = false;
-  bool noContentLength = false;
-  bool hangUp = false;
-  std::string certificateName;
-  bool refuseConnect = false;  // its status is the reply's
+// The request for which a script is chosen. The body is null until it is complete.
+struct Chosen {
+  const Head& head;
+  bool kept;  // over a connection that is kept from an earlier one
+  const Received* received = nullptr;
 };
-
-// Throws std::invalid_argument, naming the member, on what is unknown or of the wrong type.
-ScriptText ParseScript(const boost::json::object& posted);
 
 class Script : public ScriptText {
  public:
@@ -50,33 +31,48 @@ class Script : public ScriptText {
 
   int Id() const { return id_; }  // 0: not posted, but what applies without a script
   bool IsPosted() const { return id_ != 0; }
-  bool Matches(const Head& head, bool kept) const;
-  bool Take();  // false when it has been used up
-  void Fired(const char* fault);
+  // Whether it holds the place of one that cannot be chosen before the body is complete.
+  bool AwaitsBody() const { return awaitsBody_; }
+  bool Matches(const Chosen& request) const;
+  bool IsUsedUp() const;
+  void Take();
+  void Fired(const std::string& fault);
   boost::json::object Report() const;
+  Reply PreparedReply() const;
 
   // Whether it ends the exchange after the part of the body that it reads.
   bool BreaksOff() const { return answerEarly || reset || cutAfter || cutBodyAfter; }
 
  private:
+  friend class Scripts;
+
   const int id_;
+  bool awaitsBody_ = false;
   mutable std::mutex mutex_;
   std::uint64_t matched_ = 0;
-  std::set<std::string> fired_;
+  std::map<std::string, std::uint64_t> fired_;
 };
 
 class Scripts {
  public:
   int Add(ScriptText text);
-  // `kept` states whether the request comes over a connection that is kept from an earlier one. Without a
-  // match, the script passes the request through to the service and does nothing else.
-  std::shared_ptr<Script> Take(const Head& head, bool kept);
+  bool Replace(int id, ScriptText text);  // in its place, and unused again; false without that script
+  bool Remove(int id);
+  // Returns the first script that matches and is not used up. Without one, the returned script passes the
+  // request through to the service and does nothing else. So does the one that stands in until the body is
+  // complete.
+  std::shared_ptr<Script> Take(const Chosen& request);
   boost::json::array Report() const;
+  std::optional<boost::json::object> Report(int id) const;
   void Clear();
 
  private:
+  using List = std::vector<std::shared_ptr<Script>>;
+  List::const_iterator Find(int id) const;
+
   mutable std::mutex mutex_;
-  std::vector<std::shared_ptr<Script>> scripts_;
+  List scripts_;
+  int lastId_ = 0;
 };
 
 }  // namespace velk::sandbox

@@ -14,6 +14,9 @@
 #include <thread>
 #include <utility>
 
+#include "kit/byte_strings.h"
+#include "kit/script_text.h"
+
 namespace velk::test {
 namespace {
 
@@ -24,14 +27,6 @@ std::string FromEnvironment(const char* name) {
   if (value) return value;
   throw std::runtime_error(std::string(name) + " is not set: run this program through the sandbox, as in " +
                            "\"velk-sandbox -- ./wire_tests\"");
-}
-
-std::string Base64(std::string_view bytes) {
-  std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
-  text.resize(static_cast<std::size_t>(EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
-                                                       reinterpret_cast<const unsigned char*>(bytes.data()),
-                                                       static_cast<int>(bytes.size()))));
-  return text;
 }
 
 std::string FromBase64(std::string_view text) {
@@ -117,35 +112,6 @@ Request RequestFrom(const json::object& from) {
   return request;
 }
 
-json::object ToJson(const Script& script) {
-  json::array headers;
-  for (const std::string& line : script.headers) headers.emplace_back(Base64(line));
-  json::object text{{"host", script.host},
-                    {"method", script.method},
-                    {"path", script.path},
-                    {"kept", script.kept},
-                    {"times", script.times},
-                    {"status", script.status},
-                    {"reasonBase64", Base64(script.reason)},
-                    {"headersBase64", std::move(headers)},
-                    {"bodyBase64", Base64(script.body)},
-                    {"passThrough", script.passThrough},
-                    {"delayMs", script.delayMs},
-                    {"answerEarly", script.answerEarly},
-                    {"reset", script.reset},
-                    {"readSlowly", script.readSlowly},
-                    {"neverAnswer", script.neverAnswer},
-                    {"noContentLength", script.noContentLength},
-                    {"hangUp", script.hangUp}};
-  if (script.bodySize) text["bodySize"] = *script.bodySize;
-  if (script.cutAfter) text["cutAfter"] = *script.cutAfter;
-  if (script.cutBodyAfter) text["cutBodyAfter"] = *script.cutBodyAfter;
-  if (script.stopReadingAfter) text["stopReadingAfter"] = *script.stopReadingAfter;
-  if (!script.certificateName.empty()) text["certificateName"] = script.certificateName;
-  if (script.refuseConnect != 0) text["refuseConnect"] = script.refuseConnect;
-  return text;
-}
-
 bool SameName(std::string_view a, std::string_view b) {
   const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
   return std::ranges::equal(a, b, {}, lower, lower);
@@ -196,8 +162,9 @@ long Sandbox::Control(const char* method, std::string_view path, std::string_vie
   curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 60L);
   curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, Collect);
   curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &reply);
-  if (std::string_view(method) == "POST") {
+  if (std::string_view(method) != "GET") {
     curl_easy_setopt(curl.get(), CURLOPT_POST, 1L);
+    curl_easy_setopt(curl.get(), CURLOPT_CUSTOMREQUEST, method);
     curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
     curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body.data());
   }
@@ -224,7 +191,9 @@ json::value Sandbox::Call(const char* method, std::string_view path, std::string
 }
 
 int Sandbox::Add(const Script& script) {
-  return Call("POST", "/scripts", json::serialize(ToJson(script))).at("id").to_number<int>();
+  return Call("POST", "/scripts", json::serialize(sandbox::ToText(sandbox::WriteScript(script))))
+      .at("id")
+      .to_number<int>();
 }
 
 ScriptReport Sandbox::Report(int scriptId) {
@@ -234,6 +203,8 @@ ScriptReport Sandbox::Report(int scriptId) {
     ScriptReport found{scriptId, report.at("matched").to_number<int>(), {}};
     for (const json::value& fault : report.at("fired").as_array())
       found.fired.emplace_back(fault.as_string());
+    for (const auto& [fault, count] : report.at("fireCounts").as_object())
+      found.counts[fault] = count.to_number<int>();
     return found;
   }
   throw std::runtime_error("no script " + std::to_string(scriptId));

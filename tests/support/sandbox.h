@@ -6,10 +6,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "kit/script_members.h"
 
 namespace velk::test {
 
@@ -56,40 +59,15 @@ struct Request {
 };
 
 // A reply or a fault for the next requests that match. Matching scripts apply in the order in which they were
-// added. Faults can be combined with a reply; see sandbox/kit/control.h.
-struct Script {
-  std::string host = {};    // empty: any
-  std::string method = {};  // empty: any but CONNECT
-  std::string path = {};    // without the query; a trailing '*' matches any suffix; empty: any
-  bool kept = false;        // only over a connection reused from an earlier request
-  int times = 1;            // 0: for every later request
-
-  int status = 200;
-  std::string reason = {};                // empty: the standard one
-  std::vector<std::string> headers = {};  // "Name: value" lines; Content-Length is added when missing
-  std::string body = {};
-  std::optional<std::uint64_t> bodySize = {};  // repeat the body up to this size
-  bool passThrough = false;                    // the service replies; the script adds only the faults below
-
-  int delayMs = 0;                             // wait before the reply
-  bool answerEarly = false;                    // reply after the head, then discard the body
-  std::optional<std::uint64_t> cutAfter = {};  // send N bytes of the reply, including the head; then close
-  std::optional<std::uint64_t> cutBodyAfter = {};      // send the head and N bytes of the body; then close
-  bool reset = false;                                  // send RST: at the cut, or instead of any reply
-  std::optional<std::uint64_t> stopReadingAfter = {};  // read N body bytes; then stall, cut or reset
-  std::uint64_t readSlowly = 0;                        // body bytes per second; 0: no limit
-  bool neverAnswer = false;                            // stall until the client disconnects
-  bool noContentLength = false;                        // closing the connection ends the reply's body
-  bool hangUp = false;               // close the connection properly after the reply, without announcing it
-  std::string certificateName = {};  // on CONNECT: an unknown authority's certificate for this host
-  int refuseConnect = 0;             // reply to the CONNECT itself with this status
-};
+// added. The sandbox describes each member where it reads them.
+using Script = sandbox::ScriptText;
 
 // What a script has done so far. Faults are named like the members of Script.
 struct ScriptReport {
   int id = 0;
-  int matched = 0;                 // requests to which this script applied
-  std::vector<std::string> fired;  // faults that took effect, each listed once
+  int matched = 0;                         // requests to which this script applied
+  std::vector<std::string> fired;          // faults that took effect, each listed once
+  std::map<std::string, int> counts = {};  // how often each did
 };
 
 // The running sandbox that started this test program. The constructor discards all requests, scripts and

@@ -9,6 +9,7 @@
 #include <regex>
 #include <string>
 
+#include "kit/script_docs.h"
 #include "velk_upload.h"
 
 namespace velk {
@@ -17,11 +18,13 @@ namespace {
 namespace json = boost::json;
 
 // A file of the sources, with each run of white space as one blank.
+std::string WithBlanks(const std::string& text) { return std::regex_replace(text, std::regex("\\s+"), " "); }
+
 std::string Read(const char* name) {
   std::ifstream file(std::filesystem::path(VELK_SOURCE) / name, std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   EXPECT_FALSE(text.empty()) << name;
-  return std::regex_replace(text, std::regex("\\s+"), " ");
+  return WithBlanks(text);
 }
 
 std::ptrdiff_t Count(const std::string& text, const std::regex& pattern) {
@@ -46,6 +49,11 @@ TEST(Documents, ListTheSameResultCodes) {
   }
   EXPECT_EQ(codes, Count(header, std::regex("VELK_[A-Z_]+ = -?[0-9]+")));
   EXPECT_EQ(codes, Count(page, std::regex("\\| `VELK_[A-Z_]+` \\|")));
+}
+
+TEST(Documents, DescribeWhatAScriptCanState) {
+  EXPECT_NE(Read("docs/sandbox.md").find(WithBlanks(sandbox::ScriptTable())), std::string::npos)
+      << "run scripts/sandbox-docs";
 }
 
 TEST(Documents, ShowAnExampleOfEachFunction) {
