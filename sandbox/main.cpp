@@ -28,6 +28,7 @@ class Program {
  public:
   explicit Program(const Options& options) : world_(context_, options, ServiceHosts()) {
     AddAllServices(world_.services, world_.store, world_.proxy.Url());
+    world_.services.Load();
   }
 
   int Run();  // returns the exit status

@@ -15,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kSpool[] = "spool";
+constexpr char kPending[] = "pending";
 constexpr std::size_t kStart = 16;
 constexpr std::size_t kPiece = 128 * 1024;
 
@@ -55,6 +56,14 @@ SpoolFile::~SpoolFile() {
 
 Content::Content(Store& store, Large large) : store_(store), large_(large) {}
 
+Content::Content(Store& store, const KeptContent& kept)
+    : store_(store),
+      large_(Large::kStore),
+      size_(kept.size),
+      start_(kept.start),
+      sha256_(kept.sha256),
+      path_(kept.file.empty() ? fs::path() : store.Path() / kPending / FromUtf8(kept.file)) {}
+
 Content::Content(Content&& other) noexcept
     : store_(other.store_),
       large_(other.large_),
@@ -63,6 +72,7 @@ Content::Content(Content&& other) noexcept
       bytes_(std::exchange(other.bytes_, {})),
       sha256_(std::move(other.sha256_)),
       file_(std::move(other.file_)),
+      path_(std::exchange(other.path_, {})),
       digest_(std::move(other.digest_)) {}
 
 Content::~Content() { store_.ReleaseMemory(bytes_.size()); }
@@ -87,11 +97,11 @@ void Content::Append(std::string_view bytes) {
 
 void Content::Append(const Content& other) {
   if (other.InMemory()) return Append(other.bytes_);
-  if (!other.file_) {
+  if (other.path_.empty()) {
     KeepStart(other.start_);
     return Count(other.size_);
   }
-  std::ifstream file(other.file_->Path(), std::ios::binary);
+  std::ifstream file(other.path_, std::ios::binary);
   for (std::vector<char> piece(kPiece); file.read(piece.data(), kPiece), file.gcount() > 0;)
     Append(std::string_view(piece.data(), static_cast<std::size_t>(file.gcount())));
 }
@@ -100,6 +110,7 @@ void Content::Count(std::uint64_t bytes) {
   store_.ReleaseMemory(bytes_.size());
   bytes_.clear();
   file_.reset();
+  path_.clear();
   digest_.reset();
   size_ += bytes;
 }
@@ -109,13 +120,16 @@ void Content::LeaveMemory() {
   digest_.reset(EVP_MD_CTX_new());
   EVP_DigestInit_ex(digest_.get(), EVP_sha256(), nullptr);
   file_ = store_.NewSpoolFile();
+  path_ = file_->Path();
   store_.ReleaseMemory(bytes_.size());
   Sink(std::exchange(bytes_, {}));
 }
 
 void Content::DropFile() {
-  if (large_ != Large::kStore) file_.reset();
   if (large_ == Large::kCountOnly) digest_.reset();
+  if (large_ == Large::kStore) return;
+  file_.reset();
+  path_.clear();
 }
 
 void Content::Sink(std::string_view bytes) {
@@ -136,11 +150,11 @@ void Content::Finish() {
   }
 }
 
-std::string Content::File() const { return file_ ? ToUtf8(file_->Path()) : std::string(); }
+std::string Content::File() const { return ToUtf8(path_); }
 
 std::string Content::Load() const {
-  if (InMemory() || !file_) return bytes_;
-  std::ifstream file(file_->Path(), std::ios::binary);
+  if (InMemory() || path_.empty()) return bytes_;
+  std::ifstream file(path_, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -152,8 +166,10 @@ Store::Store(const fs::path& folder, bool countOnly)
       temporary_(folder.empty()),
       countOnly_(countOnly) {
   CreatePrivateFolder(folder_);
+  if (!temporary_) lock_.emplace(folder_);
   fs::remove_all(folder_ / kSpool);
   CreatePrivateFolder(folder_ / kSpool);
+  if (!temporary_) CreatePrivateFolder(folder_ / kPending);
 }
 
 Store::~Store() {
@@ -173,16 +189,32 @@ bool Store::ReserveMemory(std::size_t bytes) {
   return false;
 }
 
-std::string Store::Keep(const Content& content, const std::string& name) {
-  if (!content.file_ && !content.InMemory()) return {};
-  const fs::path path = folder_ / name;
-  if (content.file_)
-    Link(content.file_->Path(), path);
-  else
+// Not every content has a file.
+void Store::CopyTo(const Content& content, const fs::path& path) {
+  if (content.path_.empty())
     PrivateFile(path).Write(content.Bytes());
+  else
+    Link(content.path_, path);
+}
+
+std::string Store::Keep(const Content& content, const std::string& name) {
+  if (content.path_.empty() && !content.InMemory()) return {};
+  const fs::path path = folder_ / name;
+  CopyTo(content, path);
   const std::lock_guard lock(mutex_);
   kept_.push_back(path);
+  newNames_.push_back(name);
   return ToUtf8(path);
+}
+
+std::vector<std::string> Store::TakeNewNames() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(newNames_, {});
+}
+
+void Store::Adopt(const std::string& name) {
+  const std::lock_guard lock(mutex_);
+  kept_.push_back(folder_ / FromUtf8(name));
 }
 
 void Store::Clear() {
@@ -190,6 +222,29 @@ void Store::Clear() {
   std::error_code ignored;
   for (const fs::path& path : kept_) fs::remove(path, ignored);
   kept_.clear();
+  newNames_.clear();
+}
+
+// ---- Pending contents ----
+
+KeptContent Store::KeepPending(const Content& content, const std::string& name) {
+  const bool hasBytes = !content.path_.empty() || content.InMemory();
+  const fs::path path = folder_ / kPending / FromUtf8(name);
+  // A content that was restored is in this place already.
+  if (hasBytes && path != content.path_) CopyTo(content, path);
+  return {content.Size(), content.Start(), content.Sha256(), hasBytes ? name : std::string()};
+}
+
+void Store::RemovePending(const std::string& name) {
+  std::error_code ignored;
+  fs::remove(folder_ / kPending / FromUtf8(name), ignored);
+}
+
+void Store::RemovePendingBut(const std::set<std::string>& names) {
+  std::error_code ignored;
+  for (const fs::directory_entry& file : fs::directory_iterator(folder_ / kPending)) {
+    if (!names.contains(ToUtf8(file.path().filename()))) fs::remove(file.path(), ignored);
+  }
 }
 
 }  // namespace velk::sandbox

@@ -9,10 +9,13 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "net/folder_lock.h"
 #include "net/private_file.h"
 
 namespace velk::sandbox {
@@ -29,6 +32,13 @@ enum class Large { kStore, kHashOnly, kCountOnly };
 
 class Store;
 
+// What is known of a content whose process has ended.
+struct KeptContent {
+  std::uint64_t size = 0;
+  std::string start = {}, sha256 = {};
+  std::string file = {};  // its name in the folder of pending contents; empty for what was only counted
+};
+
 // A file of the spool. The destructor removes it.
 class SpoolFile : public PrivateFile {
  public:
@@ -41,6 +51,8 @@ class SpoolFile : public PrivateFile {
 class Content {
  public:
   Content(Store& store, Large large);
+  // One that another process kept in a file, or only counted.
+  Content(Store& store, const KeptContent& kept);
   Content(Content&& other) noexcept;
   Content& operator=(Content&&) = delete;
   ~Content();
@@ -76,6 +88,7 @@ class Content {
   std::string bytes_;
   std::string sha256_;
   std::unique_ptr<SpoolFile> file_;
+  std::filesystem::path path_;  // of the file, which can be one that this content does not own
   std::unique_ptr<EVP_MD_CTX, FreeDigest> digest_;
 };
 
@@ -96,21 +109,34 @@ class Store {
   // Puts the content into the folder under that name. Returns the file's path in UTF-8, or an empty string
   // when only the content's size is known.
   std::string Keep(const Content& content, const std::string& name);
+  // The name is recorded, so that Clear removes the file even when another process kept it.
+  std::vector<std::string> TakeNewNames();
+  void Adopt(const std::string& name);
   void Clear();  // removes all that was kept
+
+  // Contents of uploads that are not complete: they outlive the process, unless the folder is temporary.
+  bool IsTemporary() const { return temporary_; }
+  const std::filesystem::path& Path() const { return folder_; }
+  KeptContent KeepPending(const Content& content, const std::string& name);
+  void RemovePending(const std::string& name);
+  void RemovePendingBut(const std::set<std::string>& names);
 
  private:
   friend class Content;
   std::unique_ptr<SpoolFile> NewSpoolFile();
+  void CopyTo(const Content& content, const std::filesystem::path& path);
   bool ReserveMemory(std::size_t bytes);
   void ReleaseMemory(std::size_t bytes) { bytesInMemory_ -= bytes; }
 
   std::filesystem::path folder_;
+  std::optional<FolderLock> lock_;  // of a folder that outlives the process
   bool temporary_;
   bool countOnly_;
   std::atomic<unsigned> spooled_{0};
   std::atomic<std::size_t> bytesInMemory_{0};
   std::mutex mutex_;
   std::vector<std::filesystem::path> kept_;
+  std::vector<std::string> newNames_;
 };
 
 }  // namespace velk::sandbox

@@ -1,5 +1,9 @@
 #include "kit/pieces.h"
 
+#include <algorithm>
+
+#include "net/text.h"
+
 namespace velk::sandbox {
 
 Piece BodyPiece(std::shared_ptr<const Received> received) {
@@ -7,11 +11,29 @@ Piece BodyPiece(std::shared_ptr<const Received> received) {
   return {std::move(received), body};
 }
 
+Piece KeptPiece(Store& store, const KeptContent& kept) {
+  return BodyPiece(std::make_shared<Received>(Received{Content(store, kept), {}}));
+}
+
 Piece NewPiece(Store& store, std::string_view bytes) {
   Content content(store, store.LargeContents());
   content.Append(bytes);
   content.Finish();
   return BodyPiece(std::make_shared<Received>(Received{std::move(content), {}}));
+}
+
+std::pair<std::string, std::size_t> SplitPieceId(const std::string& id) {
+  const std::size_t slash = std::min(id.rfind('/'), id.size());
+  const auto number = ToNumber(std::string_view(id).substr(std::min(slash + 1, id.size())));
+  return {id.substr(0, slash), static_cast<std::size_t>(number.value_or(0))};
+}
+
+const Piece* PieceAt(const std::vector<Piece>& pieces, std::size_t number) {
+  return number < pieces.size() ? &pieces[number] : nullptr;
+}
+
+void Append(std::vector<Piece>& pieces, std::size_t number, Piece piece) {
+  if (number == pieces.size()) pieces.push_back(std::move(piece));
 }
 
 std::uint64_t SizeOf(const std::vector<Piece>& pieces) {

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "kit/intake.h"
@@ -16,7 +18,14 @@ struct Piece {
 };
 
 Piece BodyPiece(std::shared_ptr<const Received> received);
+Piece KeptPiece(Store& store, const KeptContent& kept);
 Piece NewPiece(Store& store, std::string_view bytes);
+
+// The upload and the number of a piece, from its identifier UPLOAD/NUMBER.
+std::pair<std::string, std::size_t> SplitPieceId(const std::string& id);
+const Piece* PieceAt(const std::vector<Piece>& pieces, std::size_t number);  // null if there is none
+// What follows a missing piece is of no use, and is dropped.
+void Append(std::vector<Piece>& pieces, std::size_t number, Piece piece);
 
 std::uint64_t SizeOf(const std::vector<Piece>& pieces);
 

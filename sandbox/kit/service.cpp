@@ -2,7 +2,6 @@
 #include "kit/service.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace velk::sandbox {
 namespace {
@@ -36,11 +35,6 @@ std::optional<PathParameters> Match(std::string_view pattern, std::string_view p
     if (!MatchSegment(expected, SplitSegment(path), parameters)) return std::nullopt;
   }
   return parameters;
-}
-
-Switch ToSwitch(const json::value& value) {
-  if (value.is_null()) return std::nullopt;
-  return value.to_number<std::uint64_t>();
 }
 
 }  // namespace
@@ -79,8 +73,6 @@ bool Routes::Serves(std::string_view host) const {
   return std::ranges::find(routes_, host, &Route::host) != routes_.end();
 }
 
-// ---- Services ----
-
 bool TakeFrom(Switch& remaining, std::uint64_t units) {
   if (!remaining) return true;
   if (*remaining < units) return false;
@@ -92,89 +84,20 @@ bool Service::Serves(std::string_view host) const {
   return std::ranges::find(Hosts(), host) != Hosts().end() || routes_.Serves(host);
 }
 
+void Service::Touch(const char* kind, const std::string& id) {
+  const RecordId record(kind, id);
+  if (std::ranges::find(touched_, record) == touched_.end()) touched_.push_back(record);
+}
+
+void Service::TouchPieces(const std::string& upload, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) touched_.emplace_back(kPieceKind, upload + '/' + std::to_string(i));
+}
+
 Reply Service::Handle(const Head& head, std::shared_ptr<const Received> received) {
   ServiceRequest request(head, std::move(received));
   Normalize(request);
   const Handler* const handler = routes_.Find(request);
   return handler ? (*handler)(request) : UnknownPath(request);
-}
-
-void Services::Add(std::unique_ptr<Service> service) {
-  service->RegisterRoutes();
-  services_.push_back(std::move(service));
-}
-
-Service* Services::ServiceOf(std::string_view host) const {
-  const auto found =
-      std::ranges::find_if(services_, [&](const auto& service) { return service->Serves(host); });
-  return found == services_.end() ? nullptr : found->get();
-}
-
-bool Services::Simulates(std::string_view host) const {
-  return std::ranges::any_of(services_, [&](const auto& service) {
-    return std::ranges::find(service->Hosts(), host) != service->Hosts().end();
-  });
-}
-
-Reply Services::Handle(const Head& head, std::shared_ptr<const Received> received) {
-  const std::lock_guard lock(mutex_);
-  Service* const service = ServiceOf(head.host);
-  if (service) return service->Handle(head, std::move(received));
-  return JsonReply(404, {{"error", {{"code", 404}, {"message", "no service has the host " + head.host}}}});
-}
-
-void Services::TakePartial(const Head& head, std::shared_ptr<const Received> received) {
-  const std::lock_guard lock(mutex_);
-  Service* const service = ServiceOf(head.host);
-  if (service) service->TakePartial(ServiceRequest(head, std::move(received)));
-}
-
-json::object Services::State() const {
-  const std::lock_guard lock(mutex_);
-  json::object state;
-  for (const auto& service : services_) state[service->Name()] = service->State();
-  return state;
-}
-
-json::object Services::Switches() const {
-  const std::lock_guard lock(mutex_);
-  json::object all;
-  for (const auto& service : services_) {
-    json::object& values = all[service->Name()].emplace_object();
-    for (const auto& [name, value] : service->Switches())
-      values[name] = *value ? json::value(**value) : json::value(nullptr);
-  }
-  return all;
-}
-
-void Services::SetSwitches(const json::object& values) {
-  const std::lock_guard lock(mutex_);
-  std::vector<std::pair<Switch*, Switch>> changes;
-  for (const auto& [key, members] : values) {
-    const std::string name(key);
-    const auto service = std::ranges::find(services_, name, &Service::Name);
-    if (service == services_.end() || !members.is_object())
-      throw std::invalid_argument("not the switches of a service: " + name);
-    const auto switches = (*service)->Switches();
-    for (const auto& [member, value] : members.get_object()) {
-      const auto found = switches.find(member);
-      const std::string full = name + '.' + std::string(member);
-      if (found == switches.end()) throw std::invalid_argument("unknown switch: " + full);
-      boost::system::error_code error;
-      if (!value.is_null()) value.to_number<std::uint64_t>(error);
-      if (error) throw std::invalid_argument(full + ": " + error.message());
-      changes.emplace_back(found->second, ToSwitch(value));
-    }
-  }
-  for (const auto& [target, value] : changes) *target = value;
-}
-
-void Services::Reset() {
-  const std::lock_guard lock(mutex_);
-  for (const auto& service : services_) {
-    service->Reset();
-    for (const auto& [name, value] : service->Switches()) value->reset();
-  }
 }
 
 }  // namespace velk::sandbox

@@ -7,14 +7,15 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "kit/clock.h"
+#include "kit/pieces.h"
 #include "kit/reply.h"
 #include "kit/request.h"
 
@@ -90,32 +91,31 @@ class Service {
   // Takes the first part of a body. Its client has gone, so that there is nobody to reply to.
   virtual void TakePartial(const ServiceRequest&) {}
 
+  // ---- What outlives the process: records of several kinds, each with an identifier ----
+
+  using RecordId = std::pair<std::string, std::string>;
+  // Those that changed since they were last written, in the order of their first change.
+  const std::vector<RecordId>& Touched() const { return touched_; }
+  void ForgetTouched() { touched_.clear(); }
+  virtual std::optional<boost::json::object> Save(const RecordId& id) const = 0;  // none: it is gone
+  virtual void Load(const RecordId& id, const boost::json::object& record) = 0;
+  // The kind of a piece is kPieceKind, and its identifier UPLOAD/NUMBER. Null: it is gone.
+  virtual const Piece* FindPiece(const std::string&) const { return nullptr; }
+  virtual void AddPiece(const std::string&, Piece) {}
+  static constexpr const char* kPieceKind = "piece";
+
  protected:
+  // A handler calls it for each record that it changes.
+  void Touch(const char* kind, const std::string& id = {});
+  void TouchPieces(const std::string& upload, std::size_t count);
   // Changes method and path to those that the routes have.
   virtual void Normalize(ServiceRequest&) const {}
   virtual Reply UnknownPath(const ServiceRequest& request) const = 0;
 
   Routes routes_;
-};
-
-// Dispatches each request to the service of its host.
-class Services {
- public:
-  void Add(std::unique_ptr<Service> service);
-  bool Simulates(std::string_view host) const;  // as a host of its own, with a certificate
-  Reply Handle(const Head& head, std::shared_ptr<const Received> received);
-  void TakePartial(const Head& head, std::shared_ptr<const Received> received);
-  boost::json::object State() const;
-  boost::json::object Switches() const;
-  // Takes {"service": {"switch": number or null}}. Throws std::invalid_argument, which names the member.
-  void SetSwitches(const boost::json::object& values);
-  void Reset();
 
  private:
-  Service* ServiceOf(std::string_view host) const;
-
-  mutable std::mutex mutex_;
-  std::vector<std::unique_ptr<Service>> services_;
+  std::vector<RecordId> touched_;
 };
 
 }  // namespace velk::sandbox

@@ -23,9 +23,11 @@ Server Listen(asio::io_context& context, const char* option, unsigned threads, s
 World::World(asio::io_context& context, const Options& given, std::span<const std::string_view> hosts)
     : options(given),
       store(FromUtf8(given.store), given.countOnly),
+      ledger(store.IsTemporary() ? std::filesystem::path() : store.Path()),
       authority(given.caDir.empty() ? Authority() : Authority(FromUtf8(given.caDir))),
       tls(authority.MakeContext(hosts)),
       journal(given.journal),
+      services(store, ledger),
       proxy(Listen(context, "--port", std::max(2U, std::thread::hardware_concurrency()), given.port,
                    given.slowNetwork)),
       control(Listen(context, "--control-port", 1, given.controlPort, 0)) {}

@@ -10,9 +10,10 @@
 
 #include "kit/content.h"
 #include "kit/journal.h"
+#include "kit/ledger.h"
 #include "kit/options.h"
 #include "kit/script.h"
-#include "kit/service.h"
+#include "kit/services.h"
 #include "net/certificate.h"
 #include "net/server.h"
 
@@ -25,6 +26,7 @@ struct World {
 
   const Options options;
   Store store;
+  Ledger ledger;
   Authority authority;
   asio::ssl::context tls;
   Journal journal;

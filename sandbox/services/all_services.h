@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/service.h"
+#include "kit/services.h"
 
 namespace velk::sandbox {
 

@@ -150,6 +150,9 @@ Sandbox::Sandbox()
   Reset();
 }
 
+Sandbox::Sandbox(std::string proxy, std::string control)
+    : proxy_(std::move(proxy)), control_(std::move(control)) {}
+
 void Sandbox::Reset() { Call("POST", "/reset"); }
 
 // Bypasses any proxy that the environment configures.

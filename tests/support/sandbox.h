@@ -75,6 +75,7 @@ struct ScriptReport {
 class Sandbox {
  public:
   Sandbox();  // throws std::runtime_error with instructions when no sandbox is running
+  Sandbox(std::string proxy, std::string control);  // another running one, which keeps what it has
 
   std::string Proxy() const { return proxy_; }  // "http://127.0.0.1:PORT", for SetLibVelkUploadProxy
   void Reset();

@@ -37,6 +37,10 @@ class Facebook : public Service {
   std::map<std::string_view, Switch*> Switches() override;
   boost::json::object State() const override;
   void Reset() override;
+  std::optional<boost::json::object> Save(const RecordId& id) const override;
+  void Load(const RecordId& id, const boost::json::object& record) override;
+  const Piece* FindPiece(const std::string& id) const override;
+  void AddPiece(const std::string& id, Piece piece) override;
 
  protected:
   void Normalize(ServiceRequest& request) const override;
@@ -61,7 +65,7 @@ class Facebook : public Service {
   // A video that arrives in phases.
   struct VideoSession {
     Object video;
-    std::uint64_t size;
+    std::uint64_t size = 0;
     std::vector<Piece> pieces = {};
   };
 
@@ -87,6 +91,7 @@ class Facebook : public Service {
   Reply FinishVideo(const ServiceRequest& request);
   Reply CancelVideo(const ServiceRequest& request);
   VideoSession& FindSession(const ServiceRequest& request);
+  void EndSession(const std::string& id);
 
   // objects.cpp
   Reply GetNode(const ServiceRequest& request);

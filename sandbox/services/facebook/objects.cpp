@@ -294,6 +294,7 @@ Reply Facebook::UpdateObject(const ServiceRequest& request) {
   if (description) object.description = *description;
   if (title) object.title = *title;
   if (publishes) object.published = true;
+  Touch("object", object.id);
   return JsonReply(200, {{"success", true}});
 }
 
@@ -301,9 +302,13 @@ Reply Facebook::UpdateObject(const ServiceRequest& request) {
 Reply Facebook::DeleteObject(const ServiceRequest& request) {
   RequirePublishPermission(request);
   const std::string id = FindObject(request.PathParameter("object"), "delete").id;
-  std::erase_if(objects_, [&](const Object& object) {
+  const auto goes = [&](const Object& object) {
     return object.id == id || object.photoId == id || object.parent == id;
-  });
+  };
+  for (const Object& object : objects_) {
+    if (goes(object)) Touch("object", object.id);
+  }
+  std::erase_if(objects_, goes);
   return JsonReply(200, {{"success", true}});
 }
 

@@ -58,6 +58,7 @@ bool IsPublished(const ServiceRequest& request) {
 }  // namespace
 
 void Facebook::Publish(Object object) {
+  Touch("object", object.id);
   objects_.push_back(std::move(object));
   KeepNewest(objects_);
 }
@@ -65,6 +66,7 @@ void Facebook::Publish(Object object) {
 Facebook::Object Facebook::NewObject(std::string kind, const std::string& node) {
   Object object{
       .kind = std::move(kind), .id = std::to_string(kFirstObjectNumber + objectCount_++), .node = node};
+  Touch("count");
   if (object.kind == "story") object.id = node + '_' + object.id;
   object.privacy = "EVERYONE";
   object.created = Now();

@@ -34,6 +34,7 @@ Reply Facebook::StartVideo(const ServiceRequest& request, const std::string& nod
   json::object reply{{"upload_session_id", id}, {"video_id", session.video.id}};
   for (const auto& [name, value] : NextPiece(0, *size)) reply[name] = value;
   LimitPending(sessions_);
+  Touch("session", id);
   sessions_.insert_or_assign(id, std::move(session));
   return JsonReply(200, reply);
 }
@@ -59,6 +60,7 @@ Reply Facebook::TransferVideo(const ServiceRequest& request) {
   Require(size <= session.size && session.pieces.size() < kMaxPieces,
           UploadError(1363037, "The piece does not fit the file_size.", NextPiece(received, session.size)));
   session.pieces.push_back({request.received, &chunk->content});
+  Touch(kPieceKind, request.Parameter("upload_session_id") + '/' + std::to_string(session.pieces.size() - 1));
   return JsonReply(200, NextPiece(size, session.size));
 }
 
@@ -74,13 +76,19 @@ Reply Facebook::FinishVideo(const ServiceRequest& request) {
   if (request.FindParameter("privacy")) video.privacy = PrivacyOf(request);
   StoreFile(Assemble(store_, session.pieces), video);
   Publish(video);
-  sessions_.erase(request.Parameter("upload_session_id"));
+  EndSession(request.Parameter("upload_session_id"));
   return JsonReply(200, {{"success", true}});
+}
+
+void Facebook::EndSession(const std::string& id) {
+  TouchPieces(id, sessions_.at(id).pieces.size());
+  Touch("session", id);
+  sessions_.erase(id);
 }
 
 Reply Facebook::CancelVideo(const ServiceRequest& request) {
   FindSession(request);
-  sessions_.erase(request.Parameter("upload_session_id"));
+  EndSession(request.Parameter("upload_session_id"));
   return JsonReply(200, {{"success", true}});
 }
 

@@ -125,6 +125,8 @@ std::string Twitter::AddMedia(Media media) {
   std::string id = std::to_string(++lastId_);
   LimitPending(media_);
   media_.emplace(id, std::move(media));
+  Touch("media", id);
+  Touch("count");
   return id;
 }
 
@@ -152,6 +154,7 @@ Reply Twitter::AppendSegment(const ServiceRequest& request) {
   Require(piece.content->Size() > 0, Missing("media"));
   Require(!media.complete, Invalid("The media was finalized before."));
   media.segments[static_cast<int>(index)] = piece;
+  Touch(kPieceKind, request.Parameter("media_id") + '/' + std::to_string(index));
   return {.status = 204};
 }
 
@@ -199,6 +202,8 @@ void Twitter::Complete(const std::string& id, Media& media, const Content& whole
   Require(!IsImage(media.type) || !ImageType(whole.Start()).empty(),
           Invalid("media type unrecognized.", "the media does not start as JPEG, PNG, GIF or WebP do"));
   media.complete = true;
+  TouchPieces(id, media.segments.size());
+  Touch("media", id);
   media.segments.clear();
   media.stepsLeft = processingSteps_.value_or(isAnimation ? 1 : 0);
   media.failed = media.stepsLeft > 0 && processingFails_.value_or(0) > 0;
@@ -238,6 +243,7 @@ Reply Twitter::GetMediaStatus(const ServiceRequest& request) {
   const std::string id = request.Query("media_id");
   Media& media = FindMedia(id);
   if (media.stepsLeft > 0) --media.stepsLeft;
+  Touch("media", id);
   json::object reply = MediaReply(id, media);
   reply["processing_info"] = ProcessingInfo(media, true);
   return JsonReply(200, reply);
@@ -270,6 +276,7 @@ Reply Twitter::DescribeMedia(const ServiceRequest& request) {
   const std::string text = StringMember(ObjectOf(request, "alt_text"), "text");
   Require(CountCharacters(text) <= kMaxAltText, Invalid("alt_text must be at most 1000 characters."));
   media.altText = text;
+  Touch("media", request.Parameter("media_id"));
   return {.status = 200};
 }
 
@@ -280,6 +287,7 @@ Reply Twitter::AddSubtitles(const ServiceRequest& request) {
     FindMedia(StringMember(subtitle, "media_id"));
     video.subtitles.insert(StringMember(subtitle, "language_code"));
   }
+  Touch("media", request.Parameter("media_id"));
   return {.status = 200};
 }
 
@@ -288,6 +296,7 @@ Reply Twitter::RemoveSubtitles(const ServiceRequest& request) {
   Media& video = FindMedia(request.Parameter("media_id"));
   for (const json::object& subtitle : SubtitlesOf(request))
     video.subtitles.erase(StringMember(subtitle, "language_code"));
+  Touch("media", request.Parameter("media_id"));
   return {.status = 200};
 }
 

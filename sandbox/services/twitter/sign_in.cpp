@@ -39,6 +39,7 @@ Reply Twitter::IssueRequestToken(const ServiceRequest& request) {
   LimitPending(requestTokens_);
   const std::string secret = pending.secret;
   requestTokens_.emplace(token, std::move(pending));
+  Touch("signIn", token);
   return FormReply("oauth_token=" + token + "&oauth_token_secret=" + secret +
                    "&oauth_callback_confirmed=true");
 }
@@ -69,6 +70,7 @@ Reply Twitter::IssueAccessToken(const ServiceRequest& request) {
           Because(kNoToken, "no sign-in waits for this oauth_token; a request token serves once"));
   Require(check.Parameter("oauth_verifier") == found->second.verifier,
           Because(kNoToken, "oauth_verifier is not the PIN or the verifier that Twitter gave"));
+  Touch("signIn", found->first);
   requestTokens_.erase(found);
   const std::string token = std::string(kUserId) + '-' + RandomName(40);
   return FormReply("oauth_token=" + token + "&oauth_token_secret=" + SecretOf(token, "oauth_token=") +

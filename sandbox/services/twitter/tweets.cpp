@@ -71,6 +71,8 @@ const Twitter::Tweet& Twitter::AddTweet(Tweet tweet) {
       {403, 187, "Status is a duplicate.", {.text = "this user has a tweet with the same text and media"}});
   tweet.id = std::to_string(++lastId_);
   tweet.created = Now();
+  Touch("tweet", tweet.id);
+  Touch("count");
   tweets_.push_back(std::move(tweet));
   KeepNewest(tweets_);
   return tweets_.back();
@@ -130,6 +132,7 @@ void Twitter::RemoveTweet(const std::string& id, const std::string& user) {
                                 "You may not delete another user's status.",
                                 {.text = "the tweet is of user " + found->user + ", the token of " + user}});
   tweets_.erase(found);
+  Touch("tweet", id);
 }
 
 Reply Twitter::DeleteTweet(const ServiceRequest& request) {

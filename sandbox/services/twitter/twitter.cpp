@@ -129,10 +129,12 @@ OauthCheck Twitter::Authenticate(const ServiceRequest& request, const ApiError& 
   }
   if (check.Valid()) {
     RejectReusedNonce(request, check);
+    Touch("count");
     ++verified_;
     return check;
   }
   ++refused_;
+  Touch("count");
   const bool isSignIn = error.code == 0;
   ApiError refusal = error;
   if (!check.present && !isSignIn) {
@@ -161,9 +163,10 @@ void Twitter::RejectReusedNonce(const ServiceRequest& request, const OauthCheck&
     if (media != media_.end() && media->second.nonce == nonce) return;
   }
   // CheckOauth rejects these timestamps, so their nonces are no longer necessary.
-  nonces_.erase(nonces_.begin(), nonces_.lower_bound({std::to_string(Now() - 2 * kClockTolerance)}));
-  if (nonces_.insert(nonce).second) return;
+  nonces_.erase(nonces_.begin(), nonces_.lower_bound({OldestNonce()}));
+  if (nonces_.insert(nonce).second) return Touch("nonce", nonce.Id());
   ++refused_;
+  Touch("count");
   throw Because(kBadSignature, "the oauth_nonce " + Quoted(check.nonce) +
                                    " came before, with the timestamp " + check.timestamp);
 }
@@ -210,6 +213,8 @@ void Twitter::Reset() {
 }
 
 namespace twitter {
+
+std::string OldestNonce() { return std::to_string(Now() - 2 * kClockTolerance); }
 
 std::uint64_t IdNumber(std::string_view id) { return ToNumber(id).value_or(0); }
 

@@ -33,6 +33,10 @@ class Twitter : public Service {
   std::map<std::string_view, Switch*> Switches() override;
   boost::json::object State() const override;
   void Reset() override;
+  std::optional<boost::json::object> Save(const RecordId& id) const override;
+  void Load(const RecordId& id, const boost::json::object& record) override;
+  const Piece* FindPiece(const std::string& id) const override;
+  void AddPiece(const std::string& id, Piece piece) override;
 
  protected:
   Reply UnknownPath(const ServiceRequest& request) const override;
@@ -42,16 +46,17 @@ class Twitter : public Service {
   using Member = Reply (Twitter::*)(const ServiceRequest&);
 
   struct RequestToken {
-    std::string secret, callback, verifier;
+    std::string secret = {}, callback = {}, verifier = {};
   };
   // Must be unique for each request. The timestamp is first, so that a set is in order of age.
   struct Nonce {
-    std::string timestamp, consumerKey = {}, tokenKey = {}, nonce = {};
+    std::string timestamp = {}, consumerKey = {}, tokenKey = {}, nonce = {};
     auto operator<=>(const Nonce&) const = default;
+    std::string Id() const { return timestamp + ' ' + consumerKey + ' ' + tokenKey + ' ' + nonce; }
   };
   struct Media {
-    Nonce nonce;  // of the INIT request
-    std::string type;
+    Nonce nonce = {};  // of the INIT request
+    std::string type = {};
     std::string category = {};  // in lower case, without underscores
     std::uint64_t totalBytes = 0;
     std::map<int, Piece> segments = {};
@@ -63,7 +68,7 @@ class Twitter : public Service {
     std::set<std::string> subtitles = {};  // the languages
   };
   struct Tweet {
-    std::string id, text, mediaIds, user;
+    std::string id = {}, text = {}, mediaIds = {}, user = {};
     std::string replyTo = {}, quoted = {};
     std::time_t created = 0;
     auto DuplicateKey() const { return std::tie(user, text, mediaIds); }
@@ -142,6 +147,7 @@ inline constexpr std::string_view kScreenName = "velk_sandbox";
 inline constexpr std::string_view kUserName = "Velk Sandbox";
 
 std::uint64_t IdNumber(std::string_view id);
+std::string OldestNonce();                      // the timestamp from which on a nonce must be unique
 std::string UserIdOf(const std::string& user);  // that of the simulated user for what is no number
 boost::json::object UserJson(const std::string& user);
 

@@ -94,6 +94,7 @@ Reply Youtube::GetUploadToken(const ServiceRequest& request) {
                            "</token></response>";
   LimitPending(formUploads_);
   formUploads_.emplace(name, std::move(upload));
+  Touch("form", name);
   return {.headers = {"Content-Type: application/xml; charset=UTF-8"}, .body = body};
 }
 
@@ -112,6 +113,7 @@ Reply Youtube::HandleFormUpload(const ServiceRequest& request) {
   const FormPart* const file = request.Field("file");
   Require(file && file->content.Size() > 0, 400, "badRequest", "There is no file.");
   const Video& video = Publish(upload->second.metadata, file->content);
+  Touch("form", upload->first);
   formUploads_.erase(upload);
   return {.status = 302, .headers = {"Location: " + next + "?status=200&id=" + video.id}};
 }

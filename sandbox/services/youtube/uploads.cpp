@@ -77,6 +77,7 @@ Reply Youtube::StartSession(const ServiceRequest& request, Parts parts) {
   const std::string id = RandomName(24);
   LimitPending(sessions_);
   sessions_.emplace(id, Session{length, std::move(metadata), std::move(parts)});
+  Touch("session", id);
   return {.status = 200,
           .headers = {"X-GUploader-UploadID: " + id,
                       "Location: https://" + request.head.host + request.head.target + "&upload_id=" + id}};
@@ -100,22 +101,26 @@ void Youtube::RequireLengthOf(const Session& session, std::optional<std::uint64_
 Reply Youtube::ContinueSession(const ServiceRequest& request) {
   if (HasToken(request)) RequireToken(request);
   Session& session = FindSession(request);
+  const std::string id = request.Query("upload_id");
   if (!session.videoId.empty())
     return JsonReply(200, VideoResource(FindVideo(session.videoId), session.parts));
   const Content& body = request.received->body;
   const std::string header = request.head.Header("Content-Range");
   if (header.empty()) {
     RequireLengthOf(session, body.Size());
-    session.pieces = {BodyPiece(request.received)};
-    return FinishSession(session);
+    TouchPieces(id, session.pieces.size());
+    session.pieces.clear();
+    AddToSession(id, session, request);
+    return FinishSession(id, session);
   }
   const auto range = ParseContentRange(header);
   Require(range.has_value(), 400, "badRequest", "The Content-Range is malformed.", "",
           "Content-Range is " + Quoted(header) + " instead of \"bytes FIRST-LAST/TOTAL\"");
   RequireLengthOf(session, range->total);
   if (range->total) session.length = range->total;
+  Touch("session", id);
   const std::uint64_t received = SizeOf(session.pieces);
-  if (!range->first) return session.length == received ? FinishSession(session) : Incomplete(received);
+  if (!range->first) return session.length == received ? FinishSession(id, session) : Incomplete(received);
   if (*range->first != received) return Incomplete(received);
   const std::uint64_t size = *range->last - *range->first + 1;
   Require(body.Size() == size, 400, "badRequest", "The body's length differs from its Content-Range.", "",
@@ -126,11 +131,18 @@ Reply Youtube::ContinueSession(const ServiceRequest& request) {
           "The length of a piece is no multiple of 256 KiB.", "",
           "the piece has " + std::to_string(size) +
               " bytes; each piece but the last must be a multiple of 262144");
-  session.pieces.push_back(BodyPiece(request.received));
-  return isLast ? FinishSession(session) : Incomplete(received + size);
+  AddToSession(id, session, request);
+  return isLast ? FinishSession(id, session) : Incomplete(received + size);
 }
 
-Reply Youtube::FinishSession(Session& session) {
+void Youtube::AddToSession(const std::string& id, Session& session, const ServiceRequest& request) {
+  session.pieces.push_back(BodyPiece(request.received));
+  Touch(kPieceKind, id + '/' + std::to_string(session.pieces.size() - 1));
+}
+
+Reply Youtube::FinishSession(const std::string& id, Session& session) {
+  TouchPieces(id, session.pieces.size());
+  Touch("session", id);
   const std::vector<Piece> pieces = std::move(session.pieces);
   session.pieces.clear();
   const Video& video = pieces.size() == 1 ? Publish(session.metadata, *pieces[0].content)
@@ -146,15 +158,20 @@ void Youtube::TakePartial(const ServiceRequest& request) {
     return;
   Session& session = found->second;
   const auto range = ParseContentRange(request.head.Header("Content-Range"));
-  if (!range) session.pieces.clear();
+  if (!range) {
+    TouchPieces(found->first, session.pieces.size());
+    session.pieces.clear();
+  }
   const std::uint64_t received = SizeOf(session.pieces);
   const bool fits = !session.length || received + request.received->body.Size() <= *session.length;
-  if (fits && (!range || range->first == received)) session.pieces.push_back(BodyPiece(request.received));
+  if (fits && (!range || range->first == received)) AddToSession(found->first, session, request);
 }
 
 Reply Youtube::CancelSession(const ServiceRequest& request) {
-  FindSession(request);
-  sessions_.erase(request.Query("upload_id"));
+  const std::string id = request.Query("upload_id");
+  TouchPieces(id, FindSession(request).pieces.size());
+  Touch("session", id);
+  sessions_.erase(id);
   return {.status = 499,
           .reason = "Client Closed Request",
           .headers = {"Content-Length: 0"},
@@ -164,6 +181,7 @@ Reply Youtube::CancelSession(const ServiceRequest& request) {
 const Youtube::Video& Youtube::Publish(Metadata metadata, const Content& content) {
   Video video{RandomName(11), std::move(metadata), content.Size(), content.Sha256(), {}, Now()};
   video.file = store_.Keep(content, video.id);
+  Touch("video", video.id);
   videos_.push_back(std::move(video));
   KeepNewest(videos_);
   return videos_.back();

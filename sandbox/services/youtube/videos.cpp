@@ -104,6 +104,7 @@ Reply Youtube::UpdateVideo(const ServiceRequest& request) {
   const json::object body = ParseJson(request.received->body);
   Video& video = FindVideo(StringMember(body, "id"));
   video.metadata = UpdatedMetadata(video.metadata, body, parts);
+  Touch("video", video.id);
   return JsonReply(200, VideoResource(video, parts));
 }
 
@@ -112,6 +113,7 @@ Reply Youtube::DeleteVideo(const ServiceRequest& request) {
   const std::string id = request.Parameter("id");
   Require(!id.empty(), 400, "required", "Required parameter: id", "id");
   FindVideo(id);
+  Touch("video", id);
   std::erase_if(videos_, [&](const Video& video) { return video.id == id; });
   return {.status = 204};
 }
@@ -130,6 +132,7 @@ Reply Youtube::SetThumbnail(const ServiceRequest& request) {
   Require(!ImageType(picture.Start()).empty(), 400, "invalidImage", "The provided image content is invalid.",
           "", "the picture does not start as JPEG, PNG, GIF or WebP do");
   video.thumbnailSha256 = picture.Sha256();
+  Touch("video", id);
   return JsonReply(200, {{"kind", "youtube#thumbnailSetResponse"}, {"items", json::array{Thumbnail(id)}}});
 }
 

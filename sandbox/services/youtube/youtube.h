@@ -28,6 +28,10 @@ class Youtube : public Service {
   std::map<std::string_view, Switch*> Switches() override;
   boost::json::object State() const override;
   void Reset() override;
+  std::optional<boost::json::object> Save(const RecordId& id) const override;
+  void Load(const RecordId& id, const boost::json::object& record) override;
+  const Piece* FindPiece(const std::string& id) const override;
+  void AddPiece(const std::string& id, Piece piece) override;
   void TakePartial(const ServiceRequest& request) override;
 
  protected:
@@ -38,31 +42,31 @@ class Youtube : public Service {
   using Parts = youtube::Parts;
 
   struct Metadata {
-    std::string title, description, categoryId, privacyStatus;
-    std::vector<std::string> tags;
+    std::string title = {}, description = {}, categoryId = {}, privacyStatus = {};
+    std::vector<std::string> tags = {};
     boost::json::object status = {};  // further members of the status, as the client gave them
   };
   struct Video {
-    std::string id;
-    Metadata metadata;
-    std::uint64_t size;
-    std::string sha256, file;
+    std::string id = {};
+    Metadata metadata = {};
+    std::uint64_t size = 0;
+    std::string sha256 = {}, file = {};
     std::time_t published = 0;
     std::string thumbnailSha256 = {};
   };
   // A resumable upload. The length is known once the client has stated it.
   struct Session {
-    std::optional<std::uint64_t> length;
-    Metadata metadata;
-    Parts parts;
+    std::optional<std::uint64_t> length = {};
+    Metadata metadata = {};
+    Parts parts = {};
     std::vector<Piece> pieces = {};
     std::string videoId = {};  // once it is complete
   };
   // A pending browser upload. The form must contain the token. The last segment of the form's URL is the
   // map's key.
   struct FormUpload {
-    std::string token;
-    Metadata metadata;
+    std::string token = {};
+    Metadata metadata = {};
   };
 
   // uploads.cpp
@@ -72,7 +76,8 @@ class Youtube : public Service {
   Reply InsertMedia(const ServiceRequest& request, const Parts& parts);
   Reply ContinueSession(const ServiceRequest& request);
   Reply CancelSession(const ServiceRequest& request);
-  Reply FinishSession(Session& session);
+  Reply FinishSession(const std::string& id, Session& session);
+  void AddToSession(const std::string& id, Session& session, const ServiceRequest& request);
   void RequireLengthOf(const Session& session, std::optional<std::uint64_t> total) const;
   Session& FindSession(const ServiceRequest& request);
   const Video& Publish(Metadata metadata, const Content& content);
