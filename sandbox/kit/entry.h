@@ -45,12 +45,12 @@ struct Progress {
 class Entry {
  public:
   Entry(Head requestHead, std::string requestScheme, std::string tunnelHead,
-        std::shared_ptr<const Connection> requestConnection, Timing timing)
+        std::shared_ptr<const Connection> requestConnection, const Timing& timing)
       : head(std::move(requestHead)),
         scheme(std::move(requestScheme)),
         connectHead(std::move(tunnelHead)),
         connection(std::move(requestConnection)),
-        progress_{.received = {}, .reply = {}, .timing = std::move(timing), .why = {}} {}
+        progress_{.received = {}, .reply = {}, .timing = timing, .why = {}} {}
 
   const Head head;
   const std::string scheme;

@@ -21,7 +21,7 @@ std::shared_ptr<Entry> NewEntry(Arrival& arrival) {
   if (isFirst) timing.Set(Phase::kTls, arrival.tunnel->tls);
   return std::make_shared<Entry>(std::move(arrival.head), arrival.tunnel ? "https" : "http",
                                  arrival.tunnel ? arrival.tunnel->head : std::string(),
-                                 std::move(arrival.connection), std::move(timing));
+                                 std::move(arrival.connection), timing);
 }
 
 }  // namespace

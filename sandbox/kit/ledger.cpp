@@ -120,7 +120,7 @@ void Ledger::Rewrite(const std::vector<LedgerRecord>& records) {
   if (!file_) Fail();
 }
 
-void Ledger::Put(std::string_view kind, std::string_view id, json::object record) {
+void Ledger::Put(std::string_view kind, std::string_view id, const json::object& record) {
   if (Keeps()) pending_.push_back(Change(kind, id, &record));
 }
 

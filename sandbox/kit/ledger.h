@@ -34,7 +34,7 @@ class Ledger {
   std::vector<LedgerRecord> Load() const;
   // Replaces the file. These three throw std::system_error with the path when the file cannot be written.
   void Rewrite(const std::vector<LedgerRecord>& records);
-  void Put(std::string_view kind, std::string_view id, boost::json::object record);
+  void Put(std::string_view kind, std::string_view id, const boost::json::object& record);
   void Erase(std::string_view kind, std::string_view id);
   // Writes what was put and erased as one line. After a failure, the next commit includes it.
   void Commit();

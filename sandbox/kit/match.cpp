@@ -21,13 +21,14 @@ class Comparison {
   // Each expected pair must be among the received ones. A difference shows the first of that name.
   void Compare(std::string_view member, const Pairs& expected, const Pairs& received,
                bool (*sameName)(std::string_view, std::string_view)) {
-    for (const auto& [name, pattern] : expected) {
-      const auto fits = [&](const auto& pair) {
-        return sameName(pair.first, name) && FitsPattern(pattern, pair.second);
+    for (const auto& pair : expected) {
+      const std::string &name = pair.first, &pattern = pair.second;
+      const auto fits = [&](const auto& given) {
+        return sameName(given.first, name) && FitsPattern(pattern, given.second);
       };
       if (std::ranges::any_of(received, fits)) continue;
       const auto first =
-          std::ranges::find_if(received, [&](const auto& pair) { return sameName(pair.first, name); });
+          std::ranges::find_if(received, [&](const auto& given) { return sameName(given.first, name); });
       differences_.push_back({std::string(member) + '.' + name, pattern,
                               first == received.end() ? std::string(kAbsent) : first->second});
     }

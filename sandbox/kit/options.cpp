@@ -32,8 +32,10 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
   app.add_option(
       "--control-port", options.controlPort,
       "Port of the control URL; 0 is any free one (default: 8471, or any free one with a command)");
-  app.add_option("--store", options.store,
-                 "Folder that keeps what was uploaded (default: a temporary one, removed at the end)");
+  app.add_option(
+      "--store", options.store,
+      "Folder that keeps what the services stored, for later starts too (default: a temporary one, "
+      "removed at the end)");
   app.add_option(
       "--ca-dir", options.caDir,
       "Folder that keeps the authority of the certificates between starts (default: a new authority)");

@@ -32,8 +32,8 @@ const Piece* PieceAt(const std::vector<Piece>& pieces, std::size_t number) {
   return number < pieces.size() ? &pieces[number] : nullptr;
 }
 
-void Append(std::vector<Piece>& pieces, std::size_t number, Piece piece) {
-  if (number == pieces.size()) pieces.push_back(std::move(piece));
+void Append(std::vector<Piece>& pieces, std::size_t number, const Piece& piece) {
+  if (number == pieces.size()) pieces.push_back(piece);
 }
 
 std::uint64_t SizeOf(const std::vector<Piece>& pieces) {

@@ -25,7 +25,7 @@ Piece NewPiece(Store& store, std::string_view bytes);
 std::pair<std::string, std::size_t> SplitPieceId(const std::string& id);
 const Piece* PieceAt(const std::vector<Piece>& pieces, std::size_t number);  // null if there is none
 // What follows a missing piece is of no use, and is dropped.
-void Append(std::vector<Piece>& pieces, std::size_t number, Piece piece);
+void Append(std::vector<Piece>& pieces, std::size_t number, const Piece& piece);
 
 std::uint64_t SizeOf(const std::vector<Piece>& pieces);
 

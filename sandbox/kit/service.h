@@ -101,7 +101,7 @@ class Service {
   virtual void Load(const RecordId& id, const boost::json::object& record) = 0;
   // The kind of a piece is kPieceKind, and its identifier UPLOAD/NUMBER. Null: it is gone.
   virtual const Piece* FindPiece(const std::string&) const { return nullptr; }
-  virtual void AddPiece(const std::string&, Piece) {}
+  virtual void AddPiece(const std::string&, const Piece&) {}
   static constexpr const char* kPieceKind = "piece";
 
  protected:

@@ -1,6 +1,8 @@
 // What a sandbox with a store acknowledged is there after it was killed: published objects, tokens, and
 // uploads that are not complete.
-#include <gmock/gmock.h>
+#include "support/files.h"
+#include "support/http.h"
+#include "support/oauth.h"
 
 #include <boost/process/args.hpp>
 #include <boost/process/child.hpp>
@@ -8,10 +10,6 @@
 #include <boost/process/io.hpp>
 #include <filesystem>
 #include <fstream>
-
-#include "support/files.h"
-#include "support/http.h"
-#include "support/oauth.h"
 
 namespace velk::test {
 namespace {

@@ -40,7 +40,7 @@ class Facebook : public Service {
   std::optional<boost::json::object> Save(const RecordId& id) const override;
   void Load(const RecordId& id, const boost::json::object& record) override;
   const Piece* FindPiece(const std::string& id) const override;
-  void AddPiece(const std::string& id, Piece piece) override;
+  void AddPiece(const std::string& id, const Piece& piece) override;
 
  protected:
   void Normalize(ServiceRequest& request) const override;

@@ -59,10 +59,10 @@ const Piece* Facebook::FindPiece(const std::string& id) const {
   return session == sessions_.end() ? nullptr : PieceAt(session->second.pieces, number);
 }
 
-void Facebook::AddPiece(const std::string& id, Piece piece) {
+void Facebook::AddPiece(const std::string& id, const Piece& piece) {
   const auto [upload, number] = SplitPieceId(id);
   const auto session = sessions_.find(upload);
-  if (session != sessions_.end()) Append(session->second.pieces, number, std::move(piece));
+  if (session != sessions_.end()) Append(session->second.pieces, number, piece);
 }
 
 }  // namespace velk::sandbox

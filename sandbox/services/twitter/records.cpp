@@ -109,10 +109,10 @@ const Piece* Twitter::FindPiece(const std::string& id) const {
   return segment == media->second.segments.end() ? nullptr : &segment->second;
 }
 
-void Twitter::AddPiece(const std::string& id, Piece piece) {
+void Twitter::AddPiece(const std::string& id, const Piece& piece) {
   const auto [upload, number] = SplitPieceId(id);
   const auto media = media_.find(upload);
-  if (media != media_.end()) media->second.segments[static_cast<int>(number)] = std::move(piece);
+  if (media != media_.end()) media->second.segments[static_cast<int>(number)] = piece;
 }
 
 }  // namespace velk::sandbox

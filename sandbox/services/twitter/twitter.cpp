@@ -198,8 +198,12 @@ json::object Twitter::State() const {
                       {"replyTo", tweet.replyTo},
                       {"quoted", tweet.quoted}});
   }
+  json::array signIns;
+  for (const auto& [token, pending] : requestTokens_)
+    signIns.push_back({{"token", token}, {"callback", pending.callback}});
   return {{"media", std::move(media)},
           {"tweets", std::move(tweets)},
+          {"signIns", std::move(signIns)},
           {"verified", verified_},
           {"refused", refused_}};
 }

@@ -36,7 +36,7 @@ class Twitter : public Service {
   std::optional<boost::json::object> Save(const RecordId& id) const override;
   void Load(const RecordId& id, const boost::json::object& record) override;
   const Piece* FindPiece(const std::string& id) const override;
-  void AddPiece(const std::string& id, Piece piece) override;
+  void AddPiece(const std::string& id, const Piece& piece) override;
 
  protected:
   Reply UnknownPath(const ServiceRequest& request) const override;

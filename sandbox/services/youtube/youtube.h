@@ -31,7 +31,7 @@ class Youtube : public Service {
   std::optional<boost::json::object> Save(const RecordId& id) const override;
   void Load(const RecordId& id, const boost::json::object& record) override;
   const Piece* FindPiece(const std::string& id) const override;
-  void AddPiece(const std::string& id, Piece piece) override;
+  void AddPiece(const std::string& id, const Piece& piece) override;
   void TakePartial(const ServiceRequest& request) override;
 
  protected:
