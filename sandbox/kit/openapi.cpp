@@ -12,7 +12,7 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr const char* kDescription =
+constexpr const char* kApiDescription =
     "Strings are UTF-8. Other bytes are in base64, in a member NAMEBase64 beside the member NAME, in both "
     "directions.";
 
@@ -69,7 +69,7 @@ json::object OpenApiDocument() {
   const json::object error{
       {"type", "object"}, {"properties", {{"error", {{"type", "string"}}}}}, {"required", {"error"}}};
   return {{"openapi", "3.0.3"},
-          {"info", {{"title", "velk-sandbox"}, {"version", kVersion}, {"description", kDescription}}},
+          {"info", {{"title", "velk-sandbox"}, {"version", kVersion}, {"description", kApiDescription}}},
           {"paths", std::move(paths)},
           {"components",
            {{"schemas", {{"Script", ScriptSchema()}, {"Match", MatchSchema()}, {"Error", error}}}}}};
