@@ -1,5 +1,4 @@
 // Every test in one process, which shares a sandbox. Node.js for Windows cannot start the runner's own under Wine.
-import './calls.test.mjs';
-import './failures.test.mjs';
+import './cases.test.mjs';
 import './package.test.mjs';
 import './uploads.test.mjs';

@@ -1,7 +1,6 @@
-// What the tests share: the sandbox's control URL, and what they publish.
+// What the tests share: the sandbox's control URL, and files to upload.
 import assert from 'node:assert/strict';
-import { createHash } from 'node:crypto';
-import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { request } from 'node:http';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -38,10 +37,10 @@ export async function arrived(path) {
   assert.fail(`no request to ${path}`);
 }
 
-export const sha256 = (content) => createHash('sha256').update(content).digest('hex');
-
-const folder = mkdtempSync(join(tmpdir(), 'velk-upload-'));
-process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
+const temporary = mkdtempSync(join(tmpdir(), 'velk-upload-'));
+export const folder = join(temporary, '我的 & пр 😀');
+mkdirSync(folder);
+process.on('exit', () => rmSync(temporary, { recursive: true, force: true }));
 
 /** A file with this name and content. Returns its path. */
 export function fileOf(name, content) {
@@ -50,18 +49,11 @@ export function fileOf(name, content) {
   return path;
 }
 
-export const picture = Buffer.concat([
-  Buffer.from('89504e470d0a1a0a', 'hex'),
-  Buffer.from('not much of a picture'),
-]);
-export const pictureFile = fileOf('photo.png', picture);
-export const clip = Buffer.from('not much of a video');
-export const clipFile = fileOf('clip.mp4', clip);
-export const largeFile = fileOf('large.png', Buffer.concat([picture, Buffer.alloc(3_000_000, 'abc')]));
-
-export const page = '104000000000001';
-export const consumer = { key: 'ck', secret: 'ck-secret' };
-export const user = { token: '7-tk', tokenSecret: '7-tk-secret', id: '7', screenName: 'velk' };
-export const video = { file: clipFile, title: 'Bars', description: 'A test', privacy: 'SELF', target: page };
-export const photo = { file: pictureFile, message: 'A gradient', privacy: 'SELF', target: page };
-export const film = { file: clipFile, title: 'Bars', description: 'A test', tags: ['bars', 'test'] };
+// The files of the cases.
+const media = (name) => readFileSync(join(process.env.VELK_SOURCE, 'examples/media', name));
+const photo = media('photo.jpg');
+export const pictureFile = fileOf('photo.jpg', photo);
+export const clipFile = fileOf('clip.mp4', media('clip.mp4'));
+export const largeFile = fileOf('large.jpg', Buffer.concat([photo, Buffer.alloc(3_000_000, 'abc')]));
+fileOf("it's.jpg", photo);
+fileOf('too large.jpg', Buffer.alloc(5_242_881));
