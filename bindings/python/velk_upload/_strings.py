@@ -79,5 +79,5 @@ def json_value(value: bytes) -> str:
         escape = match.group(1)
         return chr(int(escape[1:], 16)) if len(escape) == 5 else _ESCAPES.get(escape, escape)
 
-    halves = re.sub(r"\\(u[0-9a-fA-F]{4}|.)", character, text)
+    halves = re.sub(r"\\(u[0-9a-fA-F]{4}|.|\Z)", character, text)
     return halves.encode("utf-16", "surrogatepass").decode("utf-16", "replace")
