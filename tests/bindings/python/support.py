@@ -5,6 +5,7 @@ import json
 import os
 import shutil
 import tempfile
+import time
 import unittest
 import urllib.request
 
@@ -17,17 +18,6 @@ CLIP = os.path.join(ROOT, "examples/media/clip.mp4")
 
 CONSUMER = twitter.Consumer("key", "key-secret")
 USER = twitter.User("token", "token-secret", "1", "velk")
-
-# Each arrives as it is, wherever it goes.
-STRINGS = {
-    "scripts": "Ünïcode, Ελληνικά, Кириллица, עברית, العربية, हिन्दी, ไทย, 中文, 日本語, 한국어",
-    "quotes": "it's \"quoted\" & 'so' on",
-    "backslashes": "\\ and \\\\ and \\n and \\u0041 and a final \\",
-    "emoji": "😀 👩‍👩‍👧 🏳️‍🌈 👍🏽",
-    "form": "a=b&c=d%20+e;f#g?h/i",
-    "lines": "first\r\nsecond\tand a tab",
-    "braces": "{'value': 'x'}, [1]",
-}
 
 _direct = urllib.request.build_opener(urllib.request.ProxyHandler({}))
 
@@ -43,8 +33,18 @@ def state(service):
     return control("/state")[service]
 
 
-def requests(method=None):
-    return [request for request in control("/requests") if method in (None, request["method"])]
+def requests():
+    return control("/requests")
+
+
+def arrived(path):
+    """Waits for a request to a path."""
+    end = time.monotonic() + 10
+    while not any(request["target"].split("?")[0] == path for request in requests()):
+        if time.monotonic() > end:
+            raise AssertionError("no request to " + path)
+        time.sleep(0.005)
+    return True
 
 
 def script(**members):
@@ -61,8 +61,20 @@ class SandboxTest(unittest.TestCase):
     def setUpClass(cls):
         velk_upload.load(os.environ["VELK_LIBRARY"])
         velk_upload.set_proxy(os.environ["VELK_SANDBOX_PROXY"])
-        cls.folder = tempfile.mkdtemp(prefix="velk-python-")
-        cls.addClassCleanup(shutil.rmtree, cls.folder)
+        temporary = tempfile.mkdtemp(prefix="velk-python-")
+        cls.addClassCleanup(shutil.rmtree, temporary)
+        # The files of the cases.
+        cls.folder = os.path.join(temporary, "我的 & пр 😀")
+        os.mkdir(cls.folder)
+        for name, source in [
+            ("clip.mp4", CLIP),
+            ("photo.jpg", PHOTO),
+            ("it's.jpg", PHOTO),
+            ("large.jpg", PHOTO),
+        ]:
+            shutil.copy(source, os.path.join(cls.folder, name))
+        os.truncate(os.path.join(cls.folder, "large.jpg"), 3_000_000)
+        cls.file(cls, "too large.jpg", 5_242_881)
 
     def setUp(self):
         control("/reset", method="POST")

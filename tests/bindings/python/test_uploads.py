@@ -2,12 +2,11 @@
 
 import gc
 import threading
-import time
 import unittest
 import weakref
 from unittest import mock
 
-from support import CLIP, CONSUMER, PHOTO, USER, SandboxTest, requests, script, sha256, state
+from support import CLIP, CONSUMER, PHOTO, USER, SandboxTest, script, sha256, state
 from velk_upload import _upload, Result, UploadCancelled, VelkError, facebook, twitter, youtube
 
 SIZE = 8_000_000
@@ -57,44 +56,6 @@ class Progress(SandboxTest):
 
 
 class Cancelling(SandboxTest):
-    def test_works_before_and_while_the_file_is_sent_and_not_after(self):
-        large, photo = self.file("large.mp4", SIZE), self.file("photo.jpg", 4_000_000)
-        uploads = {
-            "Facebook": lambda cancel: facebook.upload_video("token", large, cancel=cancel, **VIDEO),
-            "Twitter": lambda cancel: twitter.upload_photo(CONSUMER, USER, photo, text="x", cancel=cancel),
-            "YouTube": lambda cancel: youtube.upload("token", large, cancel=cancel, **VIDEO),
-        }
-        slow = {"passThrough": True, "readSlowly": 1_000_000, "times": 0}
-        early = {"method": "POST", "passThrough": True, "delayMs": 300}
-        for service, upload in uploads.items():
-            self.setUp()
-            with self.subTest(service + ", before the call"):
-                done = threading.Event()
-                done.set()
-                with self.assertRaises(UploadCancelled):
-                    upload(done)
-                self.assertEqual(requests(), [])
-            with self.subTest(service + ", in the first request"):
-                script(**early)
-                script(**slow)
-                with self.assertRaises(UploadCancelled) as caught:
-                    upload(after(0.1))
-                self.assertEqual((caught.exception.code, caught.exception.name), (-10, "VELK_CANCELLED"))
-            with self.subTest(service + ", in the middle"):
-                self.setUp()
-                script(**slow)
-                start = time.monotonic()
-                with self.assertRaises(UploadCancelled):
-                    upload(after(0.4))
-                self.assertLess(time.monotonic() - start, 6)
-        self.assertEqual(state("youtube")["videos"] + state("facebook")["objects"], [])
-
-    def test_has_no_effect_when_everything_was_sent(self):
-        cancel = threading.Event()
-        video = youtube.upload("token", CLIP, cancel=cancel, **VIDEO)
-        cancel.set()
-        self.assertEqual([stored["id"] for stored in state("youtube")["videos"]], [video])
-
     def test_late_gives_either_result_and_the_truth(self):
         """The request comes while the last bytes travel."""
         for delay in (0.0, 0.01, 0.02, 0.04, 0.08):
