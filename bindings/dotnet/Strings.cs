@@ -89,13 +89,13 @@ namespace Velk.Upload
             string text = Decode(bytes);
             if (text == ": " || text == "," || (text.StartsWith(":", StringComparison.Ordinal) &&
                 text.EndsWith(",", StringComparison.Ordinal))) return "";
-            return Regex.Replace(text, @"\\(u[0-9a-fA-F]{4}|.)", match =>
+            return Regex.Replace(text, @"\\(u[0-9a-fA-F]{4}|.|\z)", match =>
             {
                 string escape = match.Groups[1].Value;
                 if (escape.Length == 5)
                     return ((char)int.Parse(escape.Substring(1), NumberStyles.HexNumber)).ToString();
-                int index = "bfnrt".IndexOf(escape[0]);
-                return index < 0 ? escape : "\b\f\n\r\t".Substring(index, 1);
+                int index = "bfnrt".IndexOf(escape, StringComparison.Ordinal);
+                return index < 0 || escape == "" ? escape : "\b\f\n\r\t".Substring(index, 1);
             });
         }
 
