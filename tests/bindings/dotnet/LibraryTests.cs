@@ -136,7 +136,8 @@ namespace Velk.Upload.Tests
 
         private static string Write(string name, byte[] content)
         {
-            string path = Path.Combine(Files.Folder, name);
+            // A console for Windows has no letters of every script.
+            string path = Path.Combine(Path.GetDirectoryName(Files.Folder), name);
             File.WriteAllBytes(path, content);
             return path;
         }

@@ -17,7 +17,7 @@ namespace Velk.Upload.Tests
             VelkLibrary.Proxy = Environment.GetEnvironmentVariable("VELK_SANDBOX_PROXY");
             var tests = new Tests();
             FunctionTests.AddTo(tests);
-            StringTests.AddTo(tests);
+            CaseTests.AddTo(tests);
             UploadTests.AddTo(tests);
             LibraryTests.AddTo(tests, arguments[0]);
             return tests.Run(arguments.Skip(1).ToArray());
@@ -77,7 +77,7 @@ namespace Velk.Upload.Tests
         }
 
         internal static void Contains(string part, string whole) =>
-            That(whole.Contains(part), "expected \"" + part + "\" in \"" + whole + "\"");
+            That(whole.IndexOf(part, StringComparison.OrdinalIgnoreCase) >= 0, "expected \"" + part + "\" in \"" + whole + "\"");
 
         /// <summary>The exception that a call throws, at once or through its task.</summary>
         internal static async Task<T> Throws<T>(Func<Task> call, string what = "") where T : Exception
@@ -94,14 +94,12 @@ namespace Velk.Upload.Tests
         }
     }
 
-    /// <summary>Files to upload, and credentials.</summary>
+    /// <summary>Files to upload.</summary>
     internal static class Files
     {
-        internal static readonly string Folder = MakeFolder();
         internal static readonly string Photo = Path.GetFullPath("examples/media/photo.jpg");
         internal static readonly string Clip = Path.GetFullPath("examples/media/clip.mp4");
-        internal static readonly TwitterConsumer Consumer = new TwitterConsumer("key", "key-secret");
-        internal static readonly TwitterUser User = new TwitterUser("token", "token-secret", "1", "velk");
+        internal static readonly string Folder = MakeFolder();
 
         /// <summary>A file of that size. Its bytes repeat only after a long time.</summary>
         internal static string Make(string name, int size)
@@ -117,11 +115,18 @@ namespace Velk.Upload.Tests
         internal static YouTubeVideo Video(string file, string title = "T") =>
             new YouTubeVideo { File = file, Title = title, Description = "D" };
 
+        /// <summary>The folder, with the files of the cases.</summary>
         private static string MakeFolder()
         {
-            string folder = Path.Combine(Path.GetTempPath(), "velk-dotnet-" + Guid.NewGuid().ToString("N"));
+            string temporary = Path.Combine(Path.GetTempPath(), "velk-dotnet-" + Guid.NewGuid().ToString("N"));
+            string folder = Path.Combine(temporary, "我的 & пр 😀"), large = Path.Combine(folder, "large.jpg");
             Directory.CreateDirectory(folder);
-            AppDomain.CurrentDomain.ProcessExit += (sender, e) => Directory.Delete(folder, true);
+            AppDomain.CurrentDomain.ProcessExit += (sender, e) => Directory.Delete(temporary, true);
+            File.Copy(Clip, Path.Combine(folder, "clip.mp4"));
+            foreach (string name in new[] { "photo.jpg", "it's.jpg", "large.jpg" })
+                File.Copy(Photo, Path.Combine(folder, name));
+            using (FileStream file = File.OpenWrite(large)) file.SetLength(3000000);
+            File.WriteAllBytes(Path.Combine(folder, "too large.jpg"), new byte[5242881]);
             return folder;
         }
     }

@@ -1,10 +1,13 @@
 using System;
 using System.Collections.Generic;
+using System.Diagnostics;
 using System.Globalization;
 using System.IO;
+using System.Linq;
 using System.Net.Sockets;
 using System.Security.Cryptography;
 using System.Text;
+using System.Threading;
 
 namespace Velk.Upload.Tests
 {
@@ -15,12 +18,24 @@ namespace Velk.Upload.Tests
 
         internal static void Reset() => Send("POST", "/reset", "{}");
 
-        /// <summary>Adds a script. Single quotes are written for double ones.</summary>
-        internal static void Script(string members) => Send("POST", "/scripts", "{" + members.Replace('\'', '"') + "}");
+        /// <summary>Adds a script.</summary>
+        internal static void Script(string json) => Send("POST", "/scripts", json);
+
+        /// <summary>Has the sandbox read all later requests with this method slowly.</summary>
+        internal static void Slow(string method, int bytesPerSecond) => Script(Json.Object("method", method,
+            "passThrough", true, "readSlowly", (double)bytesPerSecond, "times", 0.0).ToString());
 
         internal static Json State(string service) => Send("GET", "/state", "")[service];
 
         internal static Json Requests() => Send("GET", "/requests", "");
+
+        /// <summary>Waits for a request to a path.</summary>
+        internal static void Await(string path)
+        {
+            for (var clock = Stopwatch.StartNew(); clock.ElapsedMilliseconds < 10000; Thread.Sleep(5))
+                if (Requests().Items.Any(request => request["target"].Text.Split('?')[0] == path)) return;
+            throw new CheckFailed("no request to " + path);
+        }
 
         internal static string Sha256(string path)
         {
@@ -49,24 +64,45 @@ namespace Velk.Upload.Tests
     /// <summary>A value of JSON. mono's packages have no reader of it.</summary>
     internal sealed class Json
     {
-        private readonly object value;
+        /// <summary>null, a string, a bool, a double, a list or a dictionary.</summary>
+        internal readonly object Value;
 
-        private Json(object value)
+        internal Json(object value)
         {
-            this.value = value;
+            Value = value;
         }
 
-        internal Json this[string name] => ((Dictionary<string, Json>)value)[name];
+        /// <summary>An object of alternating names and values.</summary>
+        internal static Json Object(params object[] members) => new Json(Enumerable.Range(0, members.Length / 2)
+            .ToDictionary(i => (string)members[2 * i], i => new Json(members[2 * i + 1])));
+
+        internal Json this[string name] => Members[name];
 
         internal Json this[int index] => Items[index];
 
-        internal List<Json> Items => (List<Json>)value;
+        internal Dictionary<string, Json> Members => Value as Dictionary<string, Json>;
+
+        internal bool Has(string name) => Members != null && Members.ContainsKey(name);
+
+        internal List<Json> Items => Value as List<Json>;
+
+        internal List<string> Texts => Items.Select(item => item.Text).ToList();
 
         internal int Count => Items.Count;
 
-        internal string Text => (string)value;
+        internal string Text => (string)Value;
 
-        internal double Number => (double)value;
+        internal double Number => (double)Value;
+
+        public override string ToString()
+        {
+            if (Members != null)
+                return "{" + string.Join(",", Members.Select(each => new Json(each.Key) + ":" + each.Value)) + "}";
+            if (Items != null) return "[" + string.Join(",", Items) + "]";
+            if (Value is string)
+                return "\"" + string.Concat(Text.Select(c => "\\u" + ((int)c).ToString("x4"))) + "\"";
+            return Value == null ? "null" : Convert.ToString(Value, CultureInfo.InvariantCulture).ToLowerInvariant();
+        }
 
         internal static Json Parse(string text)
         {
@@ -97,10 +133,10 @@ namespace Velk.Upload.Tests
                     int start = at;
                     while (at < text.Length && ",]} \r\n".IndexOf(text[at]) < 0) ++at;
                     string word = text.Substring(start, at - start);
-                    double number;
-                    return double.TryParse(word, NumberStyles.Float, CultureInfo.InvariantCulture, out number)
-                        ? new Json(number)
-                        : new Json(word == "null" ? null : word);
+                    if (word == "null") return new Json(null);
+                    return new Json(word == "true" || word == "false"
+                        ? (object)(word == "true")
+                        : double.Parse(word, NumberStyles.Float, CultureInfo.InvariantCulture));
             }
         }
 
