@@ -702,6 +702,9 @@ class Twitter {
     detail::SetField(request.verifier, pin, "pin", detail::PercentEncoded);
     TwitterAccessToken user{};
     detail::Check(library_.accessToken(&request, &user));
+    // A reply without all fields counts as a success.
+    if (!*user.oauthToken || !*user.oauthTokenSecret || !*user.userId || !*user.screenName)
+      throw Error(VELK_NO_IDENTIFIER);
     return {user.oauthToken, user.oauthTokenSecret, user.userId, user.screenName};
   }
 

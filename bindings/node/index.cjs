@@ -193,10 +193,10 @@ const twitter = {
     });
     const user = new Uint8Array(layouts.TwitterAccessToken.size);
     const written = (await checked('GetTwitterAccessToken', [request, user]))[1];
-    const { oauthToken, oauthTokenSecret, userId, screenName } = records.fieldsOf(
-      'TwitterAccessToken',
-      written,
-    );
+    const fields = records.fieldsOf('TwitterAccessToken', written);
+    // A reply without all fields counts as a success.
+    if (Object.values(fields).includes('')) throw new VelkError(-4);
+    const { oauthToken, oauthTokenSecret, userId, screenName } = fields;
     return { token: oauthToken, tokenSecret: oauthTokenSecret, id: userId, screenName };
   },
 
