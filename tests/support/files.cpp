@@ -14,8 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path FromUtf8(std::string_view text) { return fs::path(std::u8string(text.begin(), text.end())); }
-
 fs::path FreshFolder() {
   std::random_device random;
   for (;;) {
@@ -25,6 +23,8 @@ fs::path FreshFolder() {
 }
 
 }  // namespace
+
+fs::path FromUtf8(std::string_view text) { return fs::path(std::u8string(text.begin(), text.end())); }
 
 TempFile::TempFile(std::string_view utf8Name, std::string_view content)
     : path_(FreshFolder() / FromUtf8(utf8Name)) {

@@ -9,6 +9,8 @@
 
 namespace velk::test {
 
+std::filesystem::path FromUtf8(std::string_view text);
+
 // A file with the given name in its own folder. The destructor deletes both.
 class TempFile {
  public:

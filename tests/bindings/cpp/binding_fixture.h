@@ -13,16 +13,6 @@
 
 namespace velk::test {
 
-inline const velk_upload::Consumer kConsumer{"ck", "ck-secret"};
-inline const velk_upload::TwitterUser kUser{"7-tk", "7-tk-secret", "7", "velk"};
-constexpr const char* kPage = "104000000000001";
-
-// A member of something stored; what is no string, as JSON.
-inline std::string Text(const boost::json::value& object, std::string_view member) {
-  const boost::json::value& value = object.at(member);
-  return value.is_string() ? std::string(value.as_string()) : boost::json::serialize(value);
-}
-
 class BindingTest : public testing::Test {
  protected:
   BindingTest() { library.SetProxy(sandbox.Proxy()); }
@@ -33,21 +23,8 @@ class BindingTest : public testing::Test {
     return sandbox.State().at(service).at(kind).as_array();
   }
 
-  velk_upload::FacebookVideo Video(const TempFile& file) const {
-    return {
-        .file = file.File(), .title = "Bars", .description = "A test", .privacy = "SELF", .target = kPage};
-  }
-  velk_upload::FacebookPhoto Photo(const TempFile& file) const {
-    return {.file = file.File(), .message = "A gradient", .privacy = "SELF", .target = kPage};
-  }
-  velk_upload::YoutubeVideo Film(const TempFile& file) const {
-    return {.file = file.File(), .title = "Bars", .description = "A test", .tags = {"bars", "test"}};
-  }
-
   Sandbox sandbox;
   velk_upload::Library library;
-  TempFile picture{"photo.png", Png("not much of a picture")};
-  TempFile clip{"clip.mp4", "not much of a video"};
 };
 
 }  // namespace velk::test
