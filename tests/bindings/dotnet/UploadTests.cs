@@ -29,13 +29,15 @@ namespace Velk.Upload.Tests
             const int large = 20000000, small = 4000000;
             string file = Files.Make("rising.mp4", large), form = Files.Make("form.mp4", small);
             var seen = new List<UploadProgress>();
-            Sandbox.Slow("PUT", 40000000);
+            // Windows' TLS under Wine is slow by itself.
+            bool isSlow = System.IO.Path.DirectorySeparatorChar == '\\';
+            if (!isSlow) Sandbox.Slow("PUT", 40000000);
             await YouTube.UploadAsync("token", Files.Video(file), new Recorder(seen.Add));
             CheckRising(seen);
             Check.Equal(large, seen.Last().Total);
             Check.Equal(Sandbox.Sha256(file), Sandbox.State("youtube")["videos"][0]["sha256"].Text);
             seen.Clear();
-            Sandbox.Slow("POST", 8000000);
+            if (!isSlow) Sandbox.Slow("POST", 8000000);
             await Facebook.UploadVideoAsync("token", new FacebookVideo { File = form, Title = "T", Description = "D" },
                 new Recorder(seen.Add));
             CheckRising(seen);
