@@ -14,6 +14,9 @@ struct RecordField {
   Value Struct::*member;
 };
 
+template <typename Struct, typename Value>
+RecordField(const char*, Value Struct::*) -> RecordField<Struct, Value>;
+
 template <typename Struct, typename... Values>
 boost::json::object WriteRecord(const Struct& from,
                                 const std::tuple<RecordField<Struct, Values>...>& fields) {

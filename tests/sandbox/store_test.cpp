@@ -18,7 +18,6 @@ namespace fs = std::filesystem;
 namespace json = boost::json;
 namespace process = boost::process;
 
-constexpr const char* kForm = "Content-Type: application/x-www-form-urlencoded";
 constexpr const char* kMultipart = "Content-Type: multipart/form-data; boundary=b";
 constexpr const char* kToken = "Authorization: Bearer t";
 constexpr std::size_t kPiece = 256 * 1024;

@@ -162,7 +162,7 @@ std::optional<Found> Search(const Signing& signing, const std::string& before, s
       Signing changed = signing;
       mistake.make(changed);
       const std::string name = before + (before.empty() ? "" : " and ") + mistake.name;
-      const auto found = depth == 0 ? Try(changed, name) : Search(changed, name, kind + 1, depth - 1);
+      auto found = depth == 0 ? Try(changed, name) : Search(changed, name, kind + 1, depth - 1);
       if (found) return found;
     }
   }
