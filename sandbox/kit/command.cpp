@@ -7,10 +7,13 @@
 #include <optional>
 
 #include "kit/byte_strings.h"
+#include "kit/control_reply.h"
 #include "kit/har.h"
 #include "kit/openapi.h"
 #include "kit/script_text.h"
+#include "kit/sign_in.h"
 #include "kit/verify.h"
+#include "kit/version.h"
 
 namespace velk::sandbox {
 namespace {
@@ -18,10 +21,7 @@ namespace {
 namespace json = boost::json;
 
 Reply TextReply(int status, std::string body) {
-  return {.status = status,
-          .headers = {"Content-Type: application/json", "X-Content-Type-Options: nosniff",
-                      "Cross-Origin-Resource-Policy: same-origin"},
-          .body = std::move(body)};
+  return {.status = status, .headers = {"Content-Type: application/json"}, .body = std::move(body)};
 }
 
 Reply ValueReply(json::value document) {
@@ -111,6 +111,30 @@ Reply VerifyRequest(World& world, const Call& call) {
 
 Reply Totals(World& world, const Call&) { return ValueReply(world.journal.Totals()); }
 
+// ---- For people ----
+
+constexpr QueryParameter kSince[] = {{"since", "those that changed after the one with this number"}};
+constexpr QueryParameter kToken[] = {{"oauth_token", "the request token of the sign-in"}};
+
+Reply ListObjects(World& world, const Call& call) {
+  return TextReply(200, world.objects.ToJson(NumberOf(call, "since")));
+}
+
+Reply Authorize(World& world, const Call& call) {
+  return AuthorizePage(world.services, Find(call.query, "oauth_token").value_or(""));
+}
+
+Reply About(World& world, const Call&) {
+  return ValueReply({{"version", kVersion},
+                     {"proxy", world.proxy.Url()},
+                     {"control", world.control.Url()},
+                     {"store", world.store.Folder()},
+                     {"services", world.services.Hosts()},
+                     {"journal", world.options.journal},
+                     {"countOnly", world.options.countOnly},
+                     {"slowNetwork", world.options.slowNetwork}});
+}
+
 // ---- The rest ----
 
 Reply Reset(World& world, const Call&) {
@@ -119,6 +143,7 @@ Reply Reset(World& world, const Call&) {
   world.journal.Clear();
   world.services.Reset();
   world.store.Clear();
+  world.events.Publish("resync", [] { return json::object(); });
   return ValueReply(json::object());
 }
 
@@ -128,6 +153,7 @@ Reply Switches(World& world, const Call&) { return ValueReply(world.services.Swi
 
 Reply SetSwitches(World& world, const Call& call) {
   world.services.SetSwitches(Parse(call.body));
+  world.events.Publish("switches", [&] { return world.services.Switches(); });
   return Switches(world, call);
 }
 
@@ -149,17 +175,27 @@ constexpr Command kCommands[] = {
     {"GET", "/requests", "the exchanges since the last reset, in order of arrival", ListRequests,
      Takes::kNothing, kFilters},
     {"GET", "/requests/{id}", "one exchange", ShowRequest},
+    {"GET", "/requests/{id}/body", "the body of the request, of which a Range can be requested", nullptr},
+    {"GET", "/requests/{id}/fields/{number}", "a field of its multipart form, from 0", nullptr},
+    {"GET", "/requests/{id}/reply", "the body of the reply", nullptr},
     {"POST", "/verify", "whether such a request arrived; otherwise the nearest one, and what differs",
      VerifyRequest, Takes::kMatch},
     {"GET", "/har", "all exchanges as HAR 1.2", ExportHar},
     {"GET", "/totals", "counts of requests and bytes since the last reset", Totals},
     {"GET", "/state", "what each service has stored", State},
+    {"GET", "/objects", "what was published since the last reset, and what became of it", ListObjects,
+     Takes::kNothing, kSince},
+    {"GET", "/media/{name}", "a file of the store, of which a Range can be requested", nullptr},
+    {"GET", "/events", "what happens, as text/event-stream", nullptr},
+    {"GET", "/oauth/authorize", "the page on which the user agrees to a sign-in", Authorize, Takes::kNothing,
+     kToken},
     {"GET", "/switches", "the switches of each service", Switches},
     {"POST", "/switches", "sets the given switches; returns all", SetSwitches, Takes::kSwitches},
     {"GET", "/ca.pem", "the certificate of the authority", Certificate},
     {"POST", "/sha256", "the hash of the posted body", Hash, Takes::kBytes},
     {"POST", "/reset", "removes requests, scripts, switches, state and stored files", Reset},
     {"DELETE", "/requests", "the same", Reset},
+    {"GET", "/about", "the version, the URLs and the options of the sandbox", About},
     {"GET", "/openapi.json", "this API, described for programs", OpenApi},
 };
 
@@ -185,14 +221,11 @@ void CheckQuery(const Command& command, const Call& call) {
 
 std::span<const Command> Commands() { return kCommands; }
 
-Reply ControlError(int status, const std::string& why) {
-  return TextReply(status, json::serialize(ToText(json::object{{"error", why}})));
-}
-
 // An error of Boost's has the path of one of its headers in its text.
 Reply RunCommand(World& world, Call call) try {
   for (const Command& command : kCommands) {
-    if (command.method != call.method || !FitsPath(command.path, call.path, call.id)) continue;
+    if (!command.run || command.method != call.method || !FitsPath(command.path, call.path, call.id))
+      continue;
     CheckQuery(command, call);
     return command.run(world, call);
   }

@@ -33,7 +33,7 @@ enum class Takes { kNothing, kScript, kMatch, kSwitches, kBytes };  // as body
 
 struct Command {
   std::string_view method, path, summary;
-  Reply (*run)(World& world, const Call& call);
+  Reply (*run)(World& world, const Call& call);  // null: control.cpp sends what is too long for one reply
   Takes takes = Takes::kNothing;
   std::span<const QueryParameter> query = {};
 };
@@ -42,7 +42,5 @@ std::span<const Command> Commands();
 
 // Runs the command for the call. A failure is a reply too: {"error": why}.
 Reply RunCommand(World& world, Call call);
-
-Reply ControlError(int status, const std::string& why);
 
 }  // namespace velk::sandbox

@@ -1,5 +1,6 @@
 #include "kit/content.h"
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <iterator>
@@ -215,6 +216,13 @@ std::vector<std::string> Store::TakeNewNames() {
 void Store::Adopt(const std::string& name) {
   const std::lock_guard lock(mutex_);
   kept_.push_back(folder_ / FromUtf8(name));
+}
+
+fs::path Store::Find(std::string_view name) {
+  const std::lock_guard lock(mutex_);
+  const auto found =
+      std::ranges::find_if(kept_, [&](const fs::path& path) { return ToUtf8(path.filename()) == name; });
+  return found == kept_.end() ? fs::path() : *found;
 }
 
 void Store::Clear() {

@@ -113,6 +113,8 @@ class Store {
   std::vector<std::string> TakeNewNames();
   void Adopt(const std::string& name);
   void Clear();  // removes all that was kept
+  // The path of what was kept under that name. Empty for any other name.
+  std::filesystem::path Find(std::string_view name);
 
   // Contents of uploads that are not complete: they outlive the process, unless the folder is temporary.
   bool IsTemporary() const { return temporary_; }

@@ -4,8 +4,12 @@
 #include <array>
 
 #include "kit/command.h"
+#include "kit/control_reply.h"
+#include "kit/download.h"
 #include "kit/failure.h"
+#include "kit/page.h"
 #include "kit/reply.h"
+#include "kit/watch.h"
 #include "net/input.h"
 #include "net/text.h"
 
@@ -26,8 +30,9 @@ bool IsForeign(const Head& head, std::uint16_t port) {
 }
 
 Reply Run(World& world, const Head& head, std::string body) {
-  if (IsForeign(head, world.control.Port()))
-    return ControlError(403, "the Host or the Origin of the request is not this URL's");
+  if (head.method == "GET") {
+    if (auto page = FindPage(head.Path())) return std::move(*page);
+  }
   return RunCommand(world, {head.method, head.Path(), ParsePairs(head.Query()), std::move(body)});
 }
 
@@ -44,13 +49,35 @@ awaitable<std::string> ReadBody(Stream& stream, Input& input, const Head& head) 
   co_return body;
 }
 
+awaitable<void> Send(Stream& stream, Reply reply) {
+  const Reply hardened = Hardened(std::move(reply));
+  const std::string bytes = SerializeHead(hardened, false) + hardened.body;
+  co_await stream.Write(bytes);
+}
+
+awaitable<void> ServeCommand(Stream& stream, World& world, const Head& head, std::string body) {
+  const std::string path = head.Path();
+  const bool reads = head.method == "GET";
+  if (IsForeign(head, world.control.Port())) {
+    co_await Send(stream, ControlError(403, "the Host or the Origin of the request is not this URL's"));
+  } else if (reads && path == "/events") {
+    co_await ServeEvents(stream, world, head);
+  } else if (reads && NamesDownload(path)) {
+    const auto download = FindDownload(world, path);
+    if (download)
+      co_await ServeDownload(stream, *download, head);
+    else
+      co_await Send(stream, ControlError(404, "there is no such content: " + path));
+  } else {
+    co_await Send(stream, Run(world, head, std::move(body)));
+  }
+}
+
 awaitable<void> ServeCommands(Stream& stream, World& world) {
   Input input(stream);
   while (const auto head = co_await input.ReadHead()) {
     std::string body = co_await ReadBody(stream, input, *head);
-    const Reply reply = Run(world, *head, std::move(body));
-    const std::string bytes = SerializeHead(reply, false) + reply.body;
-    co_await stream.Write(bytes);
+    co_await ServeCommand(stream, world, *head, std::move(body));
     if (!head->keepAlive) break;
   }
   co_await stream.End();

@@ -73,6 +73,7 @@ json::object Entry::ToJson(std::uint64_t id) const {
                      {"connectionOpen", connection->open.load()},
                      {"scripted", progress.script != 0},
                      {"status", status.load()},
+                     {"ended", ended.load()},
                      {"bodyComplete", progress.received != nullptr},
                      {"bodyReceived", bodyReceived.load()}};
   if (progress.received) AddReceived(entry, *progress.received);
@@ -93,6 +94,7 @@ json::object Entry::Summary(std::uint64_t id) const {
                      {"target", head.target},
                      {"connection", connection->id},
                      {"status", status.load()},
+                     {"ended", ended.load()},
                      {"bodyLength", head.length ? json::value(*head.length) : json::value(nullptr)},
                      {"bodyComplete", progress.received != nullptr},
                      {"bodyReceived", bodyReceived.load()},

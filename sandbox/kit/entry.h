@@ -58,6 +58,7 @@ class Entry {
   const std::shared_ptr<const Connection> connection;
   std::atomic<std::uint64_t> bodyReceived{0};
   std::atomic<int> status{0};  // of the reply; 0 while there is none, or when none was sent
+  std::atomic<bool> ended{false};
 
   void Update(const std::function<void(Progress&)>& change);
   Progress Snapshot() const;

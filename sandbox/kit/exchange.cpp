@@ -12,6 +12,7 @@ namespace velk::sandbox {
 namespace {
 
 constexpr std::size_t kLargestPiece = 128 * 1024;
+constexpr std::chrono::milliseconds kBetweenReports(100);  // of the progress of one exchange
 
 std::shared_ptr<Entry> NewEntry(Arrival& arrival) {
   Timing timing(arrival.began);
@@ -35,14 +36,15 @@ Exchange::Exchange(Stream& stream, Input& input, World& world, Arrival arrival)
       script_(world.scripts.Take({entry_->head, kept_})),
       body_(entry_->head),
       began_(arrival.began),
-      phaseBegan_(Clock::now()) {}
+      phaseBegan_(Clock::now()),
+      reported_(phaseBegan_) {}
 
 // A tunnel that opens as requested is part of the request that goes through it. Only one that does not is
 // recorded by itself.
 void Exchange::Record() {
   entry_->Update([this](Progress& progress) { progress.script = script_->Id(); });
   const bool opens = IsConnect() && world_.services.Simulates(Request().host) && script_->passThrough;
-  if (!opens) world_.journal.Add(entry_);
+  if (!opens) number_ = world_.journal.Add(entry_);
 }
 
 void Exchange::ChooseByBody() {
@@ -118,18 +120,27 @@ awaitable<void> Exchange::ReceivePiece(std::size_t size) {
   intake_->Append(piece);
   entry_->bodyReceived += piece.size();
   world_.journal.CountBytes(piece.size());
+  ReportProgress();
   if (script_->readSlowly == 0) co_return;
   co_await stream_.Sleep(std::chrono::microseconds(1'000'000 * piece.size() / script_->readSlowly));
   Fire("readSlowly");
 }
 
+void Exchange::ReportProgress() {
+  const Clock::time_point now = Clock::now();
+  if (now - reported_ < kBetweenReports) return;
+  reported_ = now;
+  world_.journal.Publish(number_, *entry_);
+}
+
 // A service keeps what has arrived of an upload, so that the client can resume it.
 void Exchange::PassPartOn() {
-  if (script_->passThrough && !IsConnect()) world_.services.TakePartial(Request(), intake_->FinishPart());
+  if (script_->passThrough && !IsConnect())
+    world_.services.TakePartial(Request(), intake_->FinishPart(), number_);
 }
 
 Reply Exchange::ServiceReply() try {
-  return world_.services.Handle(Request(), received_);
+  return world_.services.Handle(Request(), received_, number_);
 } catch (const std::system_error& error) {
   Fail(kStoreIsFull, error.what());
   throw;
@@ -225,7 +236,7 @@ void Exchange::RecordReply(std::string_view head, std::string_view body) {
 }
 
 void Exchange::Fire(const char* fault) {
-  script_->Fired(fault);
+  world_.scripts.Fired(*script_, fault);
   if (std::ranges::find(faults_, fault) == faults_.end()) faults_.emplace_back(fault);
   entry_->Update([this](Progress& progress) { progress.faults = faults_; });
 }
@@ -265,6 +276,8 @@ void Exchange::Conclude() {
                  OneLine(entry_->Url().substr(0, entry_->Url().find('?'))).c_str(), OneLine(reason).c_str());
   }
   entry_->Update([&](Progress& progress) { progress.why.text = reason; });
+  entry_->ended = true;
+  world_.journal.Publish(number_, *entry_);
 }
 
 }  // namespace velk::sandbox

@@ -52,6 +52,7 @@ class Exchange {
   void ChooseByBody();
   awaitable<void> Receive(std::optional<std::uint64_t> limit);
   awaitable<void> ReceivePiece(std::size_t size);
+  void ReportProgress();
   void PassPartOn();
   std::size_t PieceSize(std::optional<std::uint64_t> limit) const;
   awaitable<bool> ServeEarly();
@@ -73,6 +74,7 @@ class Exchange {
   Input& input_;
   World& world_;
   const std::shared_ptr<Entry> entry_;
+  std::uint64_t number_ = 0;  // in the journal; 0 for what is not recorded
   const bool kept_;
   std::shared_ptr<Script> script_;
   BodyDecoder body_;
@@ -83,6 +85,7 @@ class Exchange {
   bool isComplete_ = false;  // all of the reply was sent
   const Clock::time_point began_;
   Clock::time_point phaseBegan_;
+  Clock::time_point reported_;  // when its progress was last published
 };
 
 }  // namespace velk::sandbox

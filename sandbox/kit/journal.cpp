@@ -24,11 +24,21 @@ bool Selects(const Selection& selection, const NumberedEntry& numbered) {
 
 }  // namespace
 
-void Journal::Add(std::shared_ptr<Entry> entry) {
+std::uint64_t Journal::Add(std::shared_ptr<Entry> entry) {
   const std::lock_guard lock(mutex_);
-  ++total_;
+  const std::uint64_t id = ++total_;
   entries_.push_back(std::move(entry));
+  events_.Publish("exchange", [&] { return entries_.back()->Summary(id); });
   if (entries_.size() > limit_) entries_.pop_front();
+  return id;
+}
+
+void Journal::Publish(std::uint64_t id, const Entry& entry) const {
+  const std::lock_guard lock(mutex_);
+  const bool isHeld = id >= FirstId() && id <= total_;
+  // After a reset, another exchange can have the number.
+  if (!isHeld || entries_.at(static_cast<std::size_t>(id - FirstId())).get() != &entry) return;
+  events_.Publish("exchange", [&] { return entry.Summary(id); });
 }
 
 std::vector<NumberedEntry> Journal::Entries() const {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kit/entry.h"
+#include "kit/events.h"
 
 namespace velk::sandbox {
 
@@ -31,9 +32,11 @@ struct NumberedEntry {
 // Holds the newest exchanges, and counts all since the last reset.
 class Journal {
  public:
-  explicit Journal(std::size_t limit) : limit_(limit) {}
+  Journal(std::size_t limit, Events& events) : limit_(limit), events_(events) {}
 
-  void Add(std::shared_ptr<Entry> entry);
+  std::uint64_t Add(std::shared_ptr<Entry> entry);  // returns its number
+  // Publishes what is known of the exchange now, unless the journal no longer holds it.
+  void Publish(std::uint64_t id, const Entry& entry) const;
   void CountBytes(std::uint64_t bytes) { bytes_ += bytes; }
   std::vector<NumberedEntry> Entries() const;                 // those that it holds, in order
   std::shared_ptr<const Entry> Find(std::uint64_t id) const;  // null when it does not hold it
@@ -45,6 +48,7 @@ class Journal {
   std::uint64_t FirstId() const { return total_ - entries_.size() + 1; }
 
   const std::size_t limit_;
+  Events& events_;
   mutable std::mutex mutex_;
   std::deque<std::shared_ptr<Entry>> entries_;
   std::uint64_t total_ = 0;

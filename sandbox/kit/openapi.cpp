@@ -32,9 +32,11 @@ json::object BodyOf(Takes takes) {
 
 json::array ParametersOf(const Command& command) {
   json::array parameters;
-  if (command.path.ends_with("{id}")) {
-    parameters.push_back(
-        {{"name", "id"}, {"in", "path"}, {"required", true}, {"schema", {{"type", "integer"}}}});
+  for (std::string_view path = command.path; path.find('{') != path.npos;
+       path = path.substr(path.find('}') + 1)) {
+    const std::string_view name = path.substr(path.find('{') + 1, path.find('}') - path.find('{') - 1);
+    const char* const type = name == "name" ? "string" : "integer";
+    parameters.push_back({{"name", name}, {"in", "path"}, {"required", true}, {"schema", {{"type", type}}}});
   }
   for (const auto& [name, meaning] : command.query) {
     parameters.push_back(

@@ -65,9 +65,22 @@ Scripts::List::const_iterator Scripts::Find(int id) const {
   return std::ranges::find(scripts_, id, [](const auto& script) { return script->Id(); });
 }
 
+void Scripts::Publish(const Script& script) const {
+  events_.Publish("script", [&script] { return script.Report(); });
+}
+
+void Scripts::Fired(Script& script, const std::string& fault) {
+  script.Fired(fault);
+  if (!script.IsPosted()) return;
+  const std::lock_guard lock(mutex_);
+  const auto found = Find(script.Id());
+  if (found != scripts_.end() && found->get() == &script) Publish(script);
+}
+
 int Scripts::Add(ScriptText text) {
   const std::lock_guard lock(mutex_);
   scripts_.push_back(std::make_shared<Script>(++lastId_, std::move(text)));
+  Publish(*scripts_.back());
   return lastId_;
 }
 
@@ -75,14 +88,17 @@ bool Scripts::Replace(int id, ScriptText text) {
   const std::lock_guard lock(mutex_);
   const auto found = Find(id);
   if (found == scripts_.end()) return false;
-  scripts_.at(static_cast<std::size_t>(found - scripts_.begin())) =
-      std::make_shared<Script>(id, std::move(text));
+  auto& script = scripts_.at(static_cast<std::size_t>(found - scripts_.begin()));
+  script = std::make_shared<Script>(id, std::move(text));
+  Publish(*script);
   return true;
 }
 
 bool Scripts::Remove(int id) {
   const std::lock_guard lock(mutex_);
-  return std::erase_if(scripts_, [&](const auto& script) { return script->Id() == id; }) > 0;
+  if (std::erase_if(scripts_, [&](const auto& script) { return script->Id() == id; }) == 0) return false;
+  events_.Publish("script", [id] { return json::object{{"id", id}, {"removed", true}}; });
+  return true;
 }
 
 std::shared_ptr<Script> Scripts::Take(const Chosen& request) {
@@ -93,6 +109,7 @@ std::shared_ptr<Script> Scripts::Take(const Chosen& request) {
     awaitsBody = !request.received && NeedsBody(*script);
     if (awaitsBody) break;
     script->Take();
+    Publish(*script);
     return script;
   }
   ScriptText none;

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/events.h"
 #include "kit/intake.h"
 #include "kit/reply.h"
 #include "kit/script_members.h"
@@ -55,6 +56,8 @@ class Script : public ScriptText {
 
 class Scripts {
  public:
+  explicit Scripts(Events& events) : events_(events) {}
+
   int Add(ScriptText text);
   bool Replace(int id, ScriptText text);  // in its place, and unused again; false without that script
   bool Remove(int id);
@@ -62,6 +65,7 @@ class Scripts {
   // request through to the service and does nothing else. So does the one that stands in until the body is
   // complete.
   std::shared_ptr<Script> Take(const Chosen& request);
+  void Fired(Script& script, const std::string& fault);
   boost::json::array Report() const;
   std::optional<boost::json::object> Report(int id) const;
   void Clear();
@@ -69,7 +73,9 @@ class Scripts {
  private:
   using List = std::vector<std::shared_ptr<Script>>;
   List::const_iterator Find(int id) const;
+  void Publish(const Script& script) const;
 
+  Events& events_;
   mutable std::mutex mutex_;
   List scripts_;
   int lastId_ = 0;

@@ -103,6 +103,14 @@ class Service {
   virtual const Piece* FindPiece(const std::string&) const { return nullptr; }
   virtual void AddPiece(const std::string&, const Piece&) {}
   static constexpr const char* kPieceKind = "piece";
+  virtual const char* UploadKind() const { return "session"; }  // the kind of what has pieces
+
+  // ---- For people ----
+
+  // What GET /objects has of a record. None: it is gone, or not for people.
+  virtual std::optional<boost::json::object> Describe(const RecordId& id) const = 0;
+  // What a user's browser gets who agrees to a sign-in. None: the service has no such sign-in.
+  virtual std::optional<Reply> Authorize(const std::string&) { return std::nullopt; }
 
  protected:
   // A handler calls it for each record that it changes.

@@ -1,6 +1,7 @@
 #include "kit/services.h"
 
 #include <algorithm>
+#include <boost/json/array.hpp>
 #include <boost/system/system_error.hpp>
 #include <set>
 #include <stdexcept>
@@ -53,11 +54,12 @@ bool Services::Simulates(std::string_view host) const {
   });
 }
 
-Reply Services::Handle(const Head& head, std::shared_ptr<const Received> received) {
+Reply Services::Handle(const Head& head, std::shared_ptr<const Received> received, std::uint64_t exchange) {
   const std::lock_guard lock(mutex_);
   Service* const service = ServiceOf(head.host);
   if (service) {
     Reply reply = service->Handle(head, std::move(received));
+    Note(*service, exchange);
     Save(*service);
     return reply;
   }
@@ -67,12 +69,34 @@ Reply Services::Handle(const Head& head, std::shared_ptr<const Received> receive
   return reply;
 }
 
-void Services::TakePartial(const Head& head, std::shared_ptr<const Received> received) {
+void Services::TakePartial(const Head& head, std::shared_ptr<const Received> received,
+                           std::uint64_t exchange) {
   const std::lock_guard lock(mutex_);
   Service* const service = ServiceOf(head.host);
   if (!service) return;
   service->TakePartial(ServiceRequest(head, std::move(received)));
+  Note(*service, exchange);
   Save(*service);
+}
+
+std::optional<Reply> Services::Authorize(const std::string& token) {
+  const std::lock_guard lock(mutex_);
+  for (const auto& service : services_) {
+    auto reply = service->Authorize(token);
+    if (!reply) continue;
+    Note(*service, 0);
+    Save(*service);
+    return reply;
+  }
+  return std::nullopt;
+}
+
+// A piece is part of its upload.
+void Services::Note(const Service& service, std::uint64_t exchange) {
+  for (Service::RecordId id : service.Touched()) {
+    if (id.first == Service::kPieceKind) id = {service.UploadKind(), SplitPieceId(id.second).first};
+    objects_.Note({service.Name(), id.first, id.second, service.Describe(id), exchange});
+  }
 }
 
 json::object Services::State() const {
@@ -80,6 +104,13 @@ json::object Services::State() const {
   json::object state;
   for (const auto& service : services_) state[service->Name()] = service->State();
   return state;
+}
+
+json::object Services::Hosts() const {
+  json::object hosts;
+  for (const auto& service : services_)
+    hosts[service->Name()] = json::array(service->Hosts().begin(), service->Hosts().end());
+  return hosts;
 }
 
 json::object Services::Switches() const {
@@ -122,6 +153,7 @@ void Services::Reset() {
     for (const auto& [name, value] : service->Switches()) value->reset();
     service->ForgetTouched();
   }
+  objects_.Clear();
   ledger_.Rewrite({});
 }
 
@@ -184,6 +216,8 @@ void Services::Load() {
     auto saved = service == services_.end() ? std::optional(record.record) : SaveRecord(**service, id);
     if (!saved) continue;
     if (id.first == Service::kPieceKind) files.insert(PendingName((*service)->Name(), record.id));
+    if (service != services_.end())
+      objects_.Note({(*service)->Name(), id.first, id.second, (*service)->Describe(id)});
     current.push_back({record.kind, record.id, std::move(*saved)});
   }
   ledger_.Rewrite(current);

@@ -11,6 +11,9 @@
 namespace velk::sandbox {
 namespace {
 
+// So that a long reply to one reader does not delay the events for another.
+constexpr unsigned kControlThreads = 2;
+
 Server Listen(asio::io_context& context, const char* option, unsigned threads, std::uint16_t port,
               std::uint64_t rate) try {
   return Server(context, threads, port, rate);
@@ -26,10 +29,10 @@ World::World(asio::io_context& context, const Options& given, std::span<const st
       ledger(store.IsTemporary() ? std::filesystem::path() : store.Path()),
       authority(given.caDir.empty() ? Authority() : Authority(FromUtf8(given.caDir))),
       tls(authority.MakeContext(hosts)),
-      journal(given.journal),
-      services(store, ledger),
+      journal(given.journal, events),
+      services(store, ledger, objects),
       proxy(Listen(context, "--port", std::max(2U, std::thread::hardware_concurrency()), given.port,
                    given.slowNetwork)),
-      control(Listen(context, "--control-port", 1, given.controlPort, 0)) {}
+      control(Listen(context, "--control-port", kControlThreads, given.controlPort, 0)) {}
 
 }  // namespace velk::sandbox

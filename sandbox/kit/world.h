@@ -9,8 +9,10 @@
 #include <string_view>
 
 #include "kit/content.h"
+#include "kit/events.h"
 #include "kit/journal.h"
 #include "kit/ledger.h"
+#include "kit/objects.h"
 #include "kit/options.h"
 #include "kit/script.h"
 #include "kit/services.h"
@@ -29,8 +31,10 @@ struct World {
   Ledger ledger;
   Authority authority;
   asio::ssl::context tls;
+  Events events;
   Journal journal;
-  Scripts scripts;
+  Scripts scripts{events};
+  Objects objects{events};
   Services services;
   std::atomic<std::uint64_t> connections = 0;
   // Last, since their threads use the rest.

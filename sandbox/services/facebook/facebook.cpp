@@ -132,34 +132,53 @@ Reply Facebook::Limited(const Handler& handler, const ServiceRequest& request) {
 
 // ---- State ----
 
+json::object Facebook::StateOf(const Object& object) {
+  const Page* const page = FindPage(object.node);
+  return {{"kind", object.kind},
+          {"id", object.id},
+          {"node", object.node},
+          {"nodeName", page ? page->name : kUserName},
+          {"title", object.title},
+          {"message", object.message},
+          {"description", object.description},
+          {"link", object.link},
+          {"privacy", object.privacy},
+          {"about", object.photoId},
+          {"parent", object.parent},
+          {"attached", json::array(object.attached.begin(), object.attached.end())},
+          {"url", object.url},
+          {"published", object.published},
+          {"size", object.size},
+          {"sha256", object.sha256},
+          {"file", object.file}};
+}
+
+json::object Facebook::StateOf(const std::string& id, const VideoSession& session) {
+  return {{"uploadSessionId", id},
+          {"videoId", session.video.id},
+          {"title", session.video.title},
+          {"size", session.size},
+          {"received", SizeOf(session.pieces)}};
+}
+
 json::object Facebook::State() const {
   json::array objects;
-  for (const Object& object : objects_) {
-    objects.push_back({{"kind", object.kind},
-                       {"id", object.id},
-                       {"node", object.node},
-                       {"title", object.title},
-                       {"message", object.message},
-                       {"description", object.description},
-                       {"link", object.link},
-                       {"privacy", object.privacy},
-                       {"about", object.photoId},
-                       {"parent", object.parent},
-                       {"attached", json::array(object.attached.begin(), object.attached.end())},
-                       {"url", object.url},
-                       {"published", object.published},
-                       {"size", object.size},
-                       {"sha256", object.sha256},
-                       {"file", object.file}});
-  }
+  for (const Object& object : objects_) objects.push_back(StateOf(object));
   json::array sessions;
-  for (const auto& [id, session] : sessions_) {
-    sessions.push_back({{"uploadSessionId", id},
-                        {"videoId", session.video.id},
-                        {"size", session.size},
-                        {"received", SizeOf(session.pieces)}});
-  }
+  for (const auto& [id, session] : sessions_) sessions.push_back(StateOf(id, session));
   return {{"objects", std::move(objects)}, {"sessions", std::move(sessions)}};
+}
+
+std::optional<json::object> Facebook::Describe(const RecordId& id) const {
+  if (id.first == "object") {
+    const auto object = std::ranges::find(objects_, id.second, &Object::id);
+    if (object != objects_.end()) return StateOf(*object);
+  }
+  if (id.first == "session") {
+    const auto session = sessions_.find(id.second);
+    if (session != sessions_.end()) return StateOf(session->first, session->second);
+  }
+  return std::nullopt;
 }
 
 void Facebook::Reset() {

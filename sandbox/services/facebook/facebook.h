@@ -41,6 +41,7 @@ class Facebook : public Service {
   void Load(const RecordId& id, const boost::json::object& record) override;
   const Piece* FindPiece(const std::string& id) const override;
   void AddPiece(const std::string& id, const Piece& piece) override;
+  std::optional<boost::json::object> Describe(const RecordId& id) const override;
 
  protected:
   void Normalize(ServiceRequest& request) const override;
@@ -68,6 +69,8 @@ class Facebook : public Service {
     std::uint64_t size = 0;
     std::vector<Piece> pieces = {};
   };
+  static boost::json::object StateOf(const Object& object);
+  static boost::json::object StateOf(const std::string& id, const VideoSession& session);
 
   // tokens.cpp
   Reply IssueToken(const ServiceRequest& request);
@@ -133,6 +136,7 @@ class Facebook : public Service {
 namespace facebook {
 
 inline constexpr std::string_view kUserId = "100000000000001";
+inline constexpr const char* kUserName = "Vera Velk";
 
 struct Page {
   const char* id;

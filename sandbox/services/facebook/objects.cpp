@@ -24,12 +24,10 @@ std::string TimeText(std::time_t time) { return FormatTime(time, "%Y-%m-%dT%H:%M
 
 json::object NameOf(const std::string& node) {
   const Page* const page = FindPage(node);
-  return {{"name", page ? page->name : "Vera Velk"}, {"id", node}};
+  return {{"name", page ? page->name : kUserName}, {"id", node}};
 }
 
-json::object UserMembers() {
-  return {{"id", kUserId}, {"name", "Vera Velk"}, {"email", "vera@velk.example"}};
-}
+json::object UserMembers() { return {{"id", kUserId}, {"name", kUserName}, {"email", "vera@velk.example"}}; }
 
 json::object PageMembers(const Page& page) {
   return {{"access_token", std::string(kPageToken) + page.id},

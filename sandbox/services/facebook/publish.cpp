@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <boost/json/array.hpp>
 
+#include "kit/media_type.h"
 #include "services/facebook/facebook.h"
-#include "services/image_type.h"
 #include "services/lenient_json.h"
 
 namespace velk::sandbox {

@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "kit/byte_strings.h"
-#include "services/image_type.h"
+#include "kit/media_type.h"
 #include "services/twitter/twitter.h"
 
 namespace velk::sandbox {

@@ -13,7 +13,7 @@ namespace {
 template <typename Token>
 constexpr auto kTokenFields =
     std::tuple{RecordField{"secret", &Token::secret}, RecordField{"callback", &Token::callback},
-               RecordField{"verifier", &Token::verifier}};
+               RecordField{"verifier", &Token::verifier}, RecordField{"agreed", &Token::agreed}};
 
 template <typename Nonce>
 constexpr auto kNonceFields =

@@ -46,20 +46,28 @@ Reply Twitter::IssueRequestToken(const ServiceRequest& request) {
 
 // The user agrees at once.
 Reply Twitter::Authorize(const ServiceRequest& request) {
-  const auto found = requestTokens_.find(request.Query("oauth_token"));
-  Require(found != requestTokens_.end(),
+  auto reply = Authorize(request.Query("oauth_token"));
+  Require(reply.has_value(),
           {403,
            0,
            "This page is no longer valid.",
            {.text = "no sign-in waits for the oauth_token " + Quoted(request.Query("oauth_token"))}});
-  const auto& [token, pending] = *found;
+  return std::move(*reply);
+}
+
+std::optional<Reply> Twitter::Authorize(const std::string& token) {
+  const auto found = requestTokens_.find(token);
+  if (found == requestTokens_.end()) return std::nullopt;
+  RequestToken& pending = found->second;
+  pending.agreed = true;
+  Touch("signIn", token);
   if (pending.callback.empty())
     return FormReply("<!DOCTYPE html><p>Enter this PIN to complete the authorization: <code>" +
-                     std::string(kPin) + "</code></p>\n");
+                     pending.verifier + "</code></p>\n");
   const char* const separator = pending.callback.find('?') == std::string::npos ? "?" : "&";
-  return {.status = 302,
-          .headers = {"Location: " + pending.callback + separator + "oauth_token=" + token +
-                      "&oauth_verifier=" + pending.verifier}};
+  return Reply{.status = 302,
+               .headers = {"Location: " + pending.callback + separator + "oauth_token=" + token +
+                           "&oauth_verifier=" + pending.verifier}};
 }
 
 // A client may leave the token and the verifier unsigned.

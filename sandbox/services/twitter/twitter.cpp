@@ -1,6 +1,7 @@
 // Twitter's routes, and what its requests share: signatures, nonces, rate limits, the state.
 #include "services/twitter/twitter.h"
 
+#include <algorithm>
 #include <boost/json/array.hpp>
 
 #include "services/twitter/oauth_mistakes.h"
@@ -173,39 +174,64 @@ void Twitter::RejectReusedNonce(const ServiceRequest& request, const OauthCheck&
 
 // ---- State ----
 
+json::object Twitter::StateOf(const std::string& id, const Media& media) {
+  std::uint64_t received = media.complete ? media.totalBytes : 0;
+  for (const auto& [index, segment] : media.segments) received += segment.content->Size();
+  json::array subtitles;
+  for (const std::string& language : media.subtitles) subtitles.emplace_back(language);
+  return {{"id", id},
+          {"type", media.type},
+          {"category", media.category},
+          {"size", media.totalBytes},
+          {"received", received},
+          {"complete", media.complete},
+          {"processed", media.complete && media.stepsLeft == 0},
+          {"altText", media.altText},
+          {"subtitles", std::move(subtitles)},
+          {"sha256", media.sha256},
+          {"file", media.file}};
+}
+
+json::object Twitter::StateOf(const Tweet& tweet) {
+  return {{"id", tweet.id},           {"user", tweet.user},
+          {"text", tweet.text},       {"mediaIds", tweet.mediaIds},
+          {"replyTo", tweet.replyTo}, {"quoted", tweet.quoted}};
+}
+
+json::object Twitter::StateOf(const std::string& token, const RequestToken& pending) {
+  return {{"token", token},
+          {"callback", pending.callback},
+          {"pin", pending.callback.empty() ? pending.verifier : ""},
+          {"agreed", pending.agreed},
+          {"authorize", "/oauth/authorize?oauth_token=" + PercentEncode(token)}};
+}
+
 json::object Twitter::State() const {
-  json::array media;
-  for (const auto& [id, item] : media_) {
-    json::array subtitles;
-    for (const std::string& language : item.subtitles) subtitles.emplace_back(language);
-    media.push_back({{"id", id},
-                     {"type", item.type},
-                     {"category", item.category},
-                     {"size", item.totalBytes},
-                     {"complete", item.complete},
-                     {"processed", item.complete && item.stepsLeft == 0},
-                     {"altText", item.altText},
-                     {"subtitles", std::move(subtitles)},
-                     {"sha256", item.sha256},
-                     {"file", item.file}});
-  }
-  json::array tweets;
-  for (const Tweet& tweet : tweets_) {
-    tweets.push_back({{"id", tweet.id},
-                      {"user", tweet.user},
-                      {"text", tweet.text},
-                      {"mediaIds", tweet.mediaIds},
-                      {"replyTo", tweet.replyTo},
-                      {"quoted", tweet.quoted}});
-  }
-  json::array signIns;
-  for (const auto& [token, pending] : requestTokens_)
-    signIns.push_back({{"token", token}, {"callback", pending.callback}});
+  json::array media, tweets, signIns;
+  for (const auto& [id, item] : media_) media.push_back(StateOf(id, item));
+  for (const Tweet& tweet : tweets_) tweets.push_back(StateOf(tweet));
+  for (const auto& [token, pending] : requestTokens_) signIns.push_back(StateOf(token, pending));
   return {{"media", std::move(media)},
           {"tweets", std::move(tweets)},
           {"signIns", std::move(signIns)},
           {"verified", verified_},
           {"refused", refused_}};
+}
+
+std::optional<json::object> Twitter::Describe(const RecordId& id) const {
+  if (id.first == "media") {
+    const auto media = media_.find(id.second);
+    if (media != media_.end()) return StateOf(media->first, media->second);
+  }
+  if (id.first == "tweet") {
+    const auto tweet = std::ranges::find(tweets_, id.second, &Tweet::id);
+    if (tweet != tweets_.end()) return StateOf(*tweet);
+  }
+  if (id.first == "signIn") {
+    const auto pending = requestTokens_.find(id.second);
+    if (pending != requestTokens_.end()) return StateOf(pending->first, pending->second);
+  }
+  return std::nullopt;
 }
 
 void Twitter::Reset() {

@@ -37,6 +37,9 @@ class Twitter : public Service {
   void Load(const RecordId& id, const boost::json::object& record) override;
   const Piece* FindPiece(const std::string& id) const override;
   void AddPiece(const std::string& id, const Piece& piece) override;
+  const char* UploadKind() const override { return "media"; }
+  std::optional<boost::json::object> Describe(const RecordId& id) const override;
+  std::optional<Reply> Authorize(const std::string& token) override;
 
  protected:
   Reply UnknownPath(const ServiceRequest& request) const override;
@@ -47,6 +50,7 @@ class Twitter : public Service {
 
   struct RequestToken {
     std::string secret = {}, callback = {}, verifier = {};
+    bool agreed = false;  // the user did, and has the PIN, or is on the way back to the application
   };
   // Must be unique for each request. The timestamp is first, so that a set is in order of age.
   struct Nonce {
@@ -73,6 +77,10 @@ class Twitter : public Service {
     std::time_t created = 0;
     auto DuplicateKey() const { return std::tie(user, text, mediaIds); }
   };
+
+  static boost::json::object StateOf(const std::string& id, const Media& media);
+  static boost::json::object StateOf(const Tweet& tweet);
+  static boost::json::object StateOf(const std::string& token, const RequestToken& pending);
 
   // sign_in.cpp
   Reply IssueRequestToken(const ServiceRequest& request);

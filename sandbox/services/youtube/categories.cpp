@@ -81,6 +81,11 @@ Reply Youtube::ListCategories(const ServiceRequest& request) {
 
 namespace youtube {
 
+std::string_view CategoryTitle(std::string_view id) {
+  const auto category = std::ranges::find(kCategories, id, &NamedCategory::id);
+  return category == std::end(kCategories) ? std::string_view() : category->title;
+}
+
 bool IsAssignableCategory(std::string_view id) {
   const auto category = std::ranges::find(kCategories, id, &NamedCategory::id);
   return category != std::end(kCategories) && category->assignable;

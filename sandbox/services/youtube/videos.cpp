@@ -3,7 +3,7 @@
 #include <boost/json/array.hpp>
 
 #include "kit/byte_strings.h"
-#include "services/image_type.h"
+#include "kit/media_type.h"
 #include "services/youtube/youtube.h"
 
 namespace velk::sandbox {

@@ -105,30 +105,49 @@ Reply Youtube::Limited(Member member, std::uint64_t cost, const ServiceRequest& 
   return fields.empty() || reply.status != 200 ? reply : WithSelectedFields(std::move(reply), fields);
 }
 
+json::object Youtube::StateOf(const std::string& id, const Session& session) {
+  return {{"uploadId", id},
+          {"length", session.length ? json::value(*session.length) : json::value(nullptr)},
+          {"received", SizeOf(session.pieces)},
+          {"title", session.metadata.title}};
+}
+
+json::object Youtube::StateOf(const Video& video) {
+  const Metadata& metadata = video.metadata;
+  return {{"id", video.id},
+          {"title", metadata.title},
+          {"description", metadata.description},
+          {"tags", ToJson(metadata.tags)},
+          {"categoryId", metadata.categoryId},
+          {"category", CategoryTitle(metadata.categoryId)},
+          {"privacyStatus", metadata.privacyStatus},
+          {"thumbnailSha256", video.thumbnailSha256},
+          {"size", video.size},
+          {"sha256", video.sha256},
+          {"file", video.file}};
+}
+
 json::object Youtube::State() const {
   json::array sessions;
   for (const auto& [id, session] : sessions_) {
-    if (!session.videoId.empty()) continue;
-    sessions.push_back({{"uploadId", id},
-                        {"length", session.length ? json::value(*session.length) : json::value(nullptr)},
-                        {"received", SizeOf(session.pieces)},
-                        {"title", session.metadata.title}});
+    if (session.videoId.empty()) sessions.push_back(StateOf(id, session));
   }
   json::array videos;
-  for (const Video& video : videos_) {
-    const Metadata& metadata = video.metadata;
-    videos.push_back({{"id", video.id},
-                      {"title", metadata.title},
-                      {"description", metadata.description},
-                      {"tags", ToJson(metadata.tags)},
-                      {"categoryId", metadata.categoryId},
-                      {"privacyStatus", metadata.privacyStatus},
-                      {"thumbnailSha256", video.thumbnailSha256},
-                      {"size", video.size},
-                      {"sha256", video.sha256},
-                      {"file", video.file}});
-  }
+  for (const Video& video : videos_) videos.push_back(StateOf(video));
   return {{"sessions", std::move(sessions)}, {"videos", std::move(videos)}};
+}
+
+std::optional<json::object> Youtube::Describe(const RecordId& id) const {
+  if (id.first == "video") {
+    const auto video = std::ranges::find(videos_, id.second, &Video::id);
+    if (video != videos_.end()) return StateOf(*video);
+  }
+  if (id.first == "session") {
+    const auto session = sessions_.find(id.second);
+    if (session != sessions_.end() && session->second.videoId.empty())
+      return StateOf(session->first, session->second);
+  }
+  return std::nullopt;
 }
 
 void Youtube::Reset() {

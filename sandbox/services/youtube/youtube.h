@@ -32,6 +32,7 @@ class Youtube : public Service {
   void Load(const RecordId& id, const boost::json::object& record) override;
   const Piece* FindPiece(const std::string& id) const override;
   void AddPiece(const std::string& id, const Piece& piece) override;
+  std::optional<boost::json::object> Describe(const RecordId& id) const override;
   void TakePartial(const ServiceRequest& request) override;
 
  protected:
@@ -68,6 +69,9 @@ class Youtube : public Service {
     std::string token = {};
     Metadata metadata = {};
   };
+
+  static boost::json::object StateOf(const std::string& id, const Session& session);
+  static boost::json::object StateOf(const Video& video);
 
   // uploads.cpp
   Reply Insert(const ServiceRequest& request);
@@ -126,6 +130,7 @@ inline constexpr std::string_view kChannelTitle = "Velk Sandbox";
 inline constexpr std::string_view kUploadsId = "UUvelkSandbox000000000000";
 
 bool IsAssignableCategory(std::string_view id);
+std::string_view CategoryTitle(std::string_view id);  // empty for an unknown one
 
 // One page of a list. The request can limit and continue it with maxResults and pageToken.
 boost::json::object Page(const ServiceRequest& request, const char* kind, const boost::json::array& items);

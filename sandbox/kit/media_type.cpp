@@ -1,4 +1,4 @@
-#include "services/image_type.h"
+#include "kit/media_type.h"
 
 #include <algorithm>
 
@@ -19,6 +19,12 @@ std::string_view ImageType(std::string_view start) {
   const bool webp =
       start.starts_with("RIFF") && start.substr(std::min<std::size_t>(start.size(), 8), 4) == "WEBP";
   return webp ? "image/webp" : std::string_view();
+}
+
+std::string_view MediaType(std::string_view start) {
+  if (const std::string_view image = ImageType(start); !image.empty()) return image;
+  if (start.substr(std::min<std::size_t>(start.size(), 4), 4) == "ftyp") return "video/mp4";
+  return start.starts_with("\x1A\x45\xDF\xA3") ? "video/webm" : std::string_view();
 }
 
 }  // namespace velk::sandbox
