@@ -48,22 +48,31 @@ export function setText(element, text) {
  */
 export const byId = (id) => document.getElementById(id);
 
+const kRest = 4; // times what a call took, before the next one
+
 /**
- * Calls a function once before the next frame, however often it was requested.
+ * Calls a function once before the next frame, however often it was requested. What takes long is called less often, so
+ * that the page has most of its time for its user.
  * @param {function(): void} run
  * @returns {function(): void} requests the call
  */
 export function onceAFrame(run) {
   let isDue = false;
+  let earliest = 0;
+  const call = () => {
+    isDue = false;
+    const start = performance.now();
+    run();
+    const end = performance.now();
+    earliest = end + (end - start) * kRest;
+  };
   return () => {
     if (isDue) return;
     isDue = true;
+    const rest = earliest - performance.now();
     // A page in the background has no frames, but its state must not grow old.
-    const call = document.hidden ? (f) => setTimeout(f, 100) : requestAnimationFrame;
-    call(() => {
-      isDue = false;
-      run();
-    });
+    if (rest > 16 || document.hidden) setTimeout(call, rest);
+    else requestAnimationFrame(call);
   };
 }
 

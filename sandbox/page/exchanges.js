@@ -38,7 +38,7 @@ export class ExchangesView {
     this.#build();
     this.update = onceAFrame(() => this.#update());
     model.addEventListener('exchanges', this.update);
-    element.addEventListener('keydown', (event) => this.#onKey(event));
+    document.addEventListener('keydown', (event) => this.#onKey(event));
   }
 
   #build() {
@@ -166,6 +166,7 @@ export class ExchangesView {
   }
 
   #onKey(event) {
+    if (!this.#isShown || event.ctrlKey || event.metaKey || event.altKey) return;
     const types = event.target.matches('input, select, textarea');
     if (event.key === 'Escape' && this.#openId !== null) location.hash = '#exchanges';
     else if (event.key === '/' && !types) this.search.focus();

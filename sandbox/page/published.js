@@ -7,6 +7,8 @@ import { thingsOf } from './things.js';
 
 const kPage = 60; // cards of a lane that are shown at first, and how many more each time
 
+const kCounted = new Set(['photo', 'video', 'story', 'tweet']);
+
 const kWide = matchMedia('(min-width: 1000px)');
 
 // A scrolled list of cards.
@@ -76,7 +78,10 @@ export class PublishedView {
 
   /** @returns {number} of the things that were published and are still there */
   count() {
-    return this.#things.filter(({ type, object }) => type === 'object' && !object.deleted).length;
+    let count = 0;
+    for (const { kind, deleted, members } of this.model.objects.values())
+      if (!deleted && kCounted.has(kind) && !members.about) ++count;
+    return count;
   }
 
   setShown(isShown) {
@@ -95,9 +100,9 @@ export class PublishedView {
   }
 
   #update() {
+    if (!this.#isShown) return;
     this.#things = thingsOf(this.model);
     this.#forget();
-    if (!this.#isShown) return;
     for (const [service, lane] of this.lanes)
       lane.show(service === 'all' ? this.#things : this.#things.filter((thing) => thing.service === service));
   }

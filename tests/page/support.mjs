@@ -49,7 +49,7 @@ export async function openPage(browser, url, options = {}) {
   const errors = [];
   page.on('pageerror', (error) => errors.push(String(error)));
   page.on('console', (message) => {
-    if (message.type() === 'error') errors.push(message.text());
+    if (message.type() === 'error') errors.push(`${message.text()} (${message.location().url})`);
   });
   page.errors = errors;
   page.foreign = [];
@@ -79,8 +79,20 @@ export const publisher = (sandbox) => async (...words) => {
   let output = '';
   for (const stream of [child.stdout, child.stderr]) stream.on('data', (piece) => (output += piece));
   child.stdin.on('error', () => undefined);
-  child.stdin.end(options.input ?? '');
+  Promise.resolve(options.input ?? '').then((input) => child.stdin.end(input));
   const [status] = await once(child, 'close');
   if (status !== 0 && !options.fails) throw new Error(`velk-publish ${words.join(' ')}: status ${status}\n${output}`);
   return { status, output };
 };
+
+/** Sends a request that velk-publish cannot send, through the proxy, and returns the body of the reply. */
+export function viaProxy(sandbox, method, url, body, headers = {}) {
+  const type = body instanceof URLSearchParams ? { 'Content-Type': 'application/x-www-form-urlencoded' } : {};
+  const options = ['--silent', '--insecure', '--max-time', '10', '--proxy', sandbox.proxy, '--request', method];
+  for (const header of Object.entries({ ...type, ...headers })) options.push('--header', header.join(': '));
+  if (body !== undefined) options.push('--data-binary', String(body));
+  const child = spawn('curl', [...options, url], { stdio: ['ignore', 'pipe', 'ignore'] });
+  let text = '';
+  child.stdout.on('data', (piece) => (text += piece));
+  return once(child, 'close').then(() => text);
+}
