@@ -119,7 +119,7 @@ export class Card {
     const path = exchange.target.split('?')[0];
     put(this.body, [
       make('p.request', {}, `${exchange.method} ${path}`),
-      make('p.reason', {}, exchange.reason || 'The service gave no reason.'),
+      make('p.reason', {}, make('span.clamped', {}, exchange.reason || 'The service gave no reason.')),
     ]);
     put(this.foot, [make('p.small', {}, make('a', { href: `#exchanges/${exchange.id}` }, `Exchange ${exchange.id}`))]);
   }

@@ -30,13 +30,20 @@ export function showDetails(element, exchange, model, onClose) {
     make('h2', {}, `${exchange.method} ${exchange.host}${exchange.target.split('?')[0]}`),
     summary(exchange),
     buttons(exchange, model),
-    exchange.reason && section('Why', make('p.reason', {}, exchange.reason)),
+    exchange.reason && section('Why', make('p.reason', {}, withoutBaseStrings(exchange.reason, details))),
     details.expectedBaseString !== undefined && section('Signature', signatureDifference(details)),
     section('Time', timing(exchange.times)),
     section('Request', requestOf(exchange)),
     section('Reply', replyOf(exchange)),
     exchange.connectHead && folded('Head of the tunnel', make('pre', {}, exchange.connectHead.trim())),
   ]);
+}
+
+// Both base strings are shown side by side, so that the reason need not repeat them.
+function withoutBaseStrings(reason, { expectedBaseString }) {
+  if (!expectedBaseString) return reason;
+  const before = reason.split(expectedBaseString)[0];
+  return before.replace(/[^.]*$/, '') || before;
 }
 
 const section = (title, ...children) => make('section', {}, make('h3', {}, title), children);

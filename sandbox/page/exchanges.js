@@ -61,6 +61,7 @@ export class ExchangesView {
           this.search,
           this.service,
           this.outcome,
+          make('a.button', { href: '/har', download: 'exchanges.har' }, 'Export HAR'),
           this.found,
         ]),
         columns,

@@ -14,7 +14,7 @@ export class FaultsView {
     this.empty = make('p.empty', {}, 'No script is prepared: the services reply as usual.');
     put(element, [
       make('div.page', {}, [
-        make('h2', {}, 'For the next request'),
+        make('h2', {}, 'Prepare a fault for the next request to'),
         make('div.services', {}, Object.entries(kServices).map(([key, name]) => serviceButtons(key, name))),
         make('div.title', {}, make('h2', {}, 'Scripts'), [
           make('button', { type: 'button', onclick: () => this.#removeAll() }, 'Remove all'),

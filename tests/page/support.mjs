@@ -14,12 +14,14 @@ export const media = join(dirname(fileURLToPath(import.meta.url)), '../../exampl
 export const photo = join(media, 'photo.jpg');
 export const clip = join(media, 'clip.mp4');
 
-/** Starts a sandbox on free ports. With Wine, the command is that of Wine. */
+/**
+ * Starts a sandbox on free ports.
+ * @param {...(string|{command: string[]})} options of the sandbox; {command} runs another program
+ */
 export async function startSandbox(...options) {
-  const words = [...(process.env.VELK_SANDBOX_WORDS ?? '').split(' ').filter(Boolean), process.env.VELK_SANDBOX];
-  const child = spawn(words[0], [...words.slice(1), '--port', '0', '--control-port', '0', ...options], {
-    stdio: ['ignore', 'pipe', 'ignore'],
-  });
+  const { command } = options.find((option) => typeof option === 'object') ?? { command: [process.env.VELK_SANDBOX] };
+  const words = [...command, '--port', '0', '--control-port', '0', ...options.filter((word) => typeof word === 'string')];
+  const child = spawn(words[0], words.slice(1), { stdio: ['ignore', 'pipe', 'ignore'] });
   const [line] = await once(createInterface(child.stdout), 'line');
   const urls = JSON.parse(line);
   const send = async (method, path, body) => {
