@@ -1,6 +1,7 @@
 @echo off
 rem Publishes a photo and a video to the sandbox, and compares what arrived with the originals.
 rem Usage: try-it.cmd [--no-pause]
+rem Without --no-pause, it opens the page of the sandbox in the browser.
 rem The exit status is 0 when everything worked, otherwise 1. With --inside, it runs inside the sandbox.
 setlocal EnableExtensions DisableDelayedExpansion
 if "%~1"=="--inside" goto inside
@@ -10,6 +11,8 @@ set "caller=%cmdcmdline:"='%"
 rem Wine does not know the variable, and leaves a quote in the value.
 set "caller=%caller:"=%"
 set "pause="
+set "page=1"
+if "%~1"=="--no-pause" set "page="
 if not "%caller:/c ''=%"=="%caller%" if not "%~1"=="--no-pause" set "pause=1"
 
 rem From here on, all paths are relative: the folder's own name may contain any characters.
@@ -43,6 +46,8 @@ exit /b 1
 
 :inside
 set "failures=0"
+echo Open %VELK_SANDBOX_CONTROL%/ in a browser to watch what is published.
+if defined page start "" "%VELK_SANDBOX_CONTROL%/" 2>nul
 rem A system without a working fc, such as Wine, finds no difference between these two. Then only sizes are compared.
 set "equals=equals the original"
 fc.exe /b share\examples\media\photo.jpg share\examples\media\clip.mp4 >nul 2>&1
@@ -65,9 +70,12 @@ if defined user (call :upload "Twitter: photo published in a tweet" photo.jpg) e
   call :failed "Twitter: photo published in a tweet" "The sign-in failed." "Make the sign-in work first.")
 set words=youtube upload --title "Colour bars" --description "A test picture" --privacy unlisted
 call :upload "YouTube: video published" clip.mp4
-set words=youtube update --title Bars --description Tone --privacy public --category 22 --no-tags "%stored%"
+set words=youtube update --title Bars --description Tone --privacy public --category 22 --no-tags -- "%stored%"
 if defined stored (call :publish "YouTube: title of the video changed") else (
   call :failed "YouTube: title of the video changed" "There is no video." "Make the upload of the video work first.")
+if defined pause echo.
+if defined pause echo The page stays at %VELK_SANDBOX_CONTROL%/ until you press a key.
+if defined pause pause
 if "%failures%"=="0" exit /b 0
 exit /b 3
 
@@ -92,7 +100,7 @@ rem publish NAME [FILE]: runs velk-publish with %words%, and returns its status.
 :publish
 echo.
 echo ^> velk-publish %words% %~2
-bin\velk-publish.exe %words% --proxy %VELK_SANDBOX_PROXY% %~2
+bin\velk-publish.exe --proxy %VELK_SANDBOX_PROXY% %words% %~2
 set "status=%errorlevel%"
 if not "%status%"=="0" call :refused %1
 if "%status%%~2"=="0" echo [ok] %~1

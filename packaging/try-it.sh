@@ -47,7 +47,7 @@ publish() {
   name=$1
   shift
   show "$@" >&3
-  bin/velk-publish "$@" --proxy "$VELK_SANDBOX_PROXY" && return
+  bin/velk-publish --proxy "$VELK_SANDBOX_PROXY" "$@" && return
   failed "$name" "velk-publish ended with status $?. Its line above states the cause." \
     'If a service could not be reached: let the firewall allow connections on this computer (127.0.0.1).' >&3
   return 1
@@ -90,6 +90,20 @@ after() {
   "$step" "$name" "$@"
 }
 
+# open_page: shows the page of the sandbox, where there is a person and a browser.
+open_page() {
+  printf 'Open %s/ in a browser to watch what is published.\n' "$VELK_SANDBOX_CONTROL"
+  [ -t 0 ] && [ -t 1 ] && command -v xdg-open >/dev/null || return 0
+  xdg-open "$VELK_SANDBOX_CONTROL/" >/dev/null 2>&1 &
+}
+
+# keep_page: what the page shows comes from the sandbox, which ends after the steps.
+keep_page() {
+  [ -t 0 ] && [ -t 1 ] || return 0
+  printf '\nThe page stays at %s/ until you press Enter. ' "$VELK_SANDBOX_CONTROL"
+  read -r _
+}
+
 steps() {
   exec 3>&1
   seen=/ stored=
@@ -106,11 +120,13 @@ steps() {
   upload 'YouTube: video published' clip.mp4 youtube upload --title 'Colour bars' \
     --description 'A test picture' --privacy unlisted
   after "$stored" 'YouTube: title of the video changed' update youtube update --title Bars \
-    --description Tone --privacy public --category 22 --no-tags "$stored"
+    --description Tone --privacy public --category 22 --no-tags -- "$stored"
 }
 
 if [ "${1:-}" = --inside ]; then
+  open_page
   steps
+  keep_page
   # A status of its own: the sandbox's failures have others.
   [ "$failures" -eq 0 ] || exit 3
   exit 0

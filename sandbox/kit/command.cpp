@@ -153,8 +153,9 @@ Reply Switches(World& world, const Call&) { return ValueReply(world.services.Swi
 
 Reply SetSwitches(World& world, const Call& call) {
   world.services.SetSwitches(Parse(call.body));
-  world.events.Publish("switches", [&] { return world.services.Switches(); });
-  return Switches(world, call);
+  const json::object all = world.services.Switches();
+  world.events.Publish("switches", [&all] { return all; });
+  return ValueReply(all);
 }
 
 Reply Certificate(World& world, const Call&) {

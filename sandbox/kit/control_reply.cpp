@@ -8,6 +8,14 @@ namespace velk::sandbox {
 
 namespace json = boost::json;
 
+namespace {
+
+constexpr const char* kPolicy =
+    "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; "
+    "media-src 'self'; connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+
+}  // namespace
+
 Reply ControlError(int status, const std::string& why) {
   return {.status = status,
           .headers = {"Content-Type: application/json"},
@@ -16,8 +24,7 @@ Reply ControlError(int status, const std::string& why) {
 
 Reply Hardened(Reply reply) {
   static constexpr const char* kHeaders[] = {
-      "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; "
-      "media-src 'self'; connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'",
+      kPolicy,
       "X-Content-Type-Options: nosniff",
       "Cross-Origin-Resource-Policy: same-origin",
       "Cross-Origin-Opener-Policy: same-origin",

@@ -25,7 +25,8 @@ class Events {
     bool missed = false;  // some events since then are no longer there
   };
 
-  // The description is made only while somebody watches.
+  // The description is made only while somebody watches. It must lock nothing that is locked where another
+  // event is published.
   void Publish(std::string_view name, const std::function<boost::json::object()>& describe);
   // The events after that number, at most some 64 KiB of them.
   Batch After(std::uint64_t number) const;

@@ -11,7 +11,8 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::size_t kMostChanges = 100;  // of one object that are remembered
+constexpr std::size_t kMostChanges = 100;   // of one object that are remembered
+constexpr std::size_t kLongestText = 2000;  // of a member in a change
 
 std::string KeyOf(const Objects::Change& change) {
   return change.service + '/' + change.kind + '/' + change.id;
@@ -20,12 +21,22 @@ std::string KeyOf(const Objects::Change& change) {
 // The progress of an upload is not worth a line each.
 bool IsProgress(std::string_view member) { return member == "received"; }
 
+// So that the memory stays bounded. Cuts between two characters.
+json::value Short(const json::value& value) {
+  if (!value.is_string() || value.get_string().size() <= kLongestText) return value;
+  const json::string& text = value.get_string();
+  std::size_t end = kLongestText;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+  return json::value(std::string(text.subview(0, end)) + "…");
+}
+
 json::array Differences(const json::object& before, const json::object& after) {
   json::array changes;
   for (const auto& [name, value] : after) {
     const json::value* const old = before.if_contains(name);
     if (IsProgress(name) || (old && *old == value)) continue;
-    changes.push_back({{"member", name}, {"from", old ? *old : json::value(nullptr)}, {"to", value}});
+    changes.push_back(
+        {{"member", name}, {"from", old ? Short(*old) : json::value(nullptr)}, {"to", Short(value)}});
   }
   return changes;
 }
@@ -78,7 +89,7 @@ void Objects::Note(Change change) {
   object.number = ++last_;
   if (object.first == 0) object.first = last_;
   numbers_.insert_or_assign(key, last_);
-  const auto& [number, kept] = *objects_.emplace(last_, std::move(object)).first;
+  const Object& kept = objects_.emplace(last_, std::move(object)).first->second;
   events_.Publish("object", [&] { return Describe(kept); });
   Forget();
 }

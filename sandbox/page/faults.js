@@ -68,7 +68,7 @@ export class FaultsView {
 
   async #removeAll() {
     const gone = [...this.model.scripts.keys()].map((id) => call('DELETE', `/scripts/${id}`));
-    for (const { service, name } of this.#switches()) gone.push(call('POST', '/switches', { [service]: { [name]: null } }));
+    for (const { service, name } of this.#switches()) gone.push(endSwitch(service, name));
     await report(Promise.all(gone), 'All scripts were removed.');
   }
 }
@@ -115,14 +115,16 @@ function switchRow({ service, name, value }) {
     make('code', {}, 'switch'),
     make('span.what', {}, make('b', {}, `${service}.${name}`), ` is ${value}`),
     make('span.counts', {}, 'until it is removed'),
-    removeButton(`switch-${service}-${name}`, `Remove ${service}.${name}`, () =>
-      call('POST', '/switches', { [service]: { [name]: null } }),
-    ),
+    removeButton(`switch-${service}-${name}`, `Remove ${service}.${name}`, () => endSwitch(service, name)),
   ]);
 }
 
-const removeButton = (key, label, remove) =>
-  make('button', { type: 'button', 'data-key': key, 'aria-label': label, onclick: () => report(remove(), 'Removed.') }, 'Remove');
+const endSwitch = (service, name) => call('POST', '/switches', { [service]: { [name]: null } });
+
+function removeButton(key, label, remove) {
+  const onclick = () => report(remove(), 'Removed.');
+  return make('button', { type: 'button', 'data-key': key, 'aria-label': label, onclick }, 'Remove');
+}
 
 // For everything that no button prepares.
 function ownScript() {

@@ -14,7 +14,8 @@ before(async () => {
   sandbox = await startSandbox();
   browser = await startBrowser();
   publisher = await newPublisher(sandbox);
-  page = await openPage(browser, `${sandbox.control}/#exchanges`, { permissions: ['clipboard-read', 'clipboard-write'] });
+  const permissions = ['clipboard-read', 'clipboard-write'];
+  page = await openPage(browser, `${sandbox.control}/#exchanges`, { permissions });
   await publisher.facebook('photo', '--message', 'A gradient', '--privacy', 'SELF', photo);
   await publisher.facebook('post', '--message', 'Hello', '--privacy', 'EVERYONE');
   await publisher.facebook('me');

@@ -41,8 +41,8 @@ const pixels = (locator) =>
     const canvas = Object.assign(document.createElement('canvas'), { width, height });
     const context = canvas.getContext('2d');
     context.drawImage(element, 0, 0);
-    const at = (x, y) => [...context.getImageData(Math.floor(width * x), Math.floor(height * y), 1, 1).data].slice(0, 3);
-    return { width, height, colors: [at(0.1, 0.5), at(0.5, 0.5), at(0.9, 0.5)] };
+    const at = (x) => [...context.getImageData(Math.floor(width * x), height / 2, 1, 1).data].slice(0, 3);
+    return { width, height, colors: [0.1, 0.5, 0.9].map(at) };
   });
 
 test('the story of the demo appears while it is published', async () => {

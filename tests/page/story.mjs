@@ -16,7 +16,8 @@ export async function newPublisher(sandbox) {
     facebook: (...words) => run('facebook', ...words),
     youtube: (...words) => run('youtube', ...words),
     twitter: (...words) => run('twitter', ...words, '--config', user),
-    signIn: (pin, options) => run('twitter', 'sign-in', '--consumer-key', 'velk', '--save', user, { input: pin, ...options }),
+    signIn: (input, options) =>
+      run('twitter', 'sign-in', '--consumer-key', 'velk', '--save', user, { input, ...options }),
     end: () => rm(folder, { recursive: true }),
   };
 }
@@ -29,15 +30,16 @@ export async function story(sandbox, { facebook, youtube, twitter, signIn }) {
   await youtube('upload', '--title', 'Colour bars', '--description', 'Five seconds of test picture\nwith a tone',
     '--privacy', 'unlisted', '--category', '28', '--tag', 'test', '--tag', 'colour bars', clip);
   const video = await newest(sandbox, 'youtube', 'videos');
-  await youtube('update', '--title', 'Colour bars, again', '--description', "It's a better title", '--privacy', 'public',
-    '--category', '27', '--tag', 'bars', video);
+  // The identifier can begin with a hyphen.
+  await youtube('update', '--title', 'Colour bars, again', '--description', "It's a better title",
+    '--privacy', 'public', '--category', '27', '--tag', 'bars', '--', video);
   await facebook('video', '--target', kPage, '--title', 'Colour bars', '--description', 'Five seconds of test picture',
     '--privacy', 'EVERYONE', clip);
   await facebook('photo', '--message', 'A gradient', '--privacy', 'SELF', photo);
   await twitter('photo', '--text', 'A gradient', photo);
   await facebook('post', '--message', 'Hello', '--link', 'https://example.org', '--privacy', 'EVERYONE');
   const post = await newest(sandbox, 'facebook', 'objects');
-  await facebook('update', '--message', 'Hello everyone', '--privacy', 'EVERYONE', post);
+  await facebook('update', '--message', 'Hello everyone', '--privacy', 'EVERYONE', '--', post);
   await twitter('tweet', '--text', 'Hello & good morning');
   return { video, post };
 }

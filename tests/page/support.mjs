@@ -19,8 +19,9 @@ export const clip = join(media, 'clip.mp4');
  * @param {...(string|{command: string[]})} options of the sandbox; {command} runs another program
  */
 export async function startSandbox(...options) {
-  const { command } = options.find((option) => typeof option === 'object') ?? { command: [process.env.VELK_SANDBOX] };
-  const words = [...command, '--port', '0', '--control-port', '0', ...options.filter((word) => typeof word === 'string')];
+  const { command } = options.find((option) => option.command) ?? { command: [process.env.VELK_SANDBOX] };
+  const own = options.filter((option) => !option.command);
+  const words = [...command, '--port', '0', '--control-port', '0', ...own];
   const child = spawn(words[0], words.slice(1), { stdio: ['ignore', 'pipe', 'ignore'] });
   const [line] = await once(createInterface(child.stdout), 'line');
   const urls = JSON.parse(line);
@@ -69,7 +70,7 @@ export async function openPage(browser, url, options = {}) {
  */
 export const publisher = (sandbox) => async (...words) => {
   const options = typeof words.at(-1) === 'object' ? words.pop() : {};
-  const child = spawn(process.env.VELK_PUBLISH, [...words, '--proxy', sandbox.proxy], {
+  const child = spawn(process.env.VELK_PUBLISH, ['--proxy', sandbox.proxy, ...words], {
     env: {
       PATH: process.env.PATH,
       VELK_FACEBOOK_TOKEN: 'long-short',
