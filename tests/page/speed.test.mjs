@@ -60,6 +60,7 @@ test('an event is on the page soon', async (t) => {
         new Promise((resolve) => {
           const look = () => document.body.textContent.includes(text) && resolve(Date.now());
           new MutationObserver(look).observe(document.body, { childList: true, subtree: true });
+          look(); // the event may be there already
         }),
       `event-${i}.`,
     );
