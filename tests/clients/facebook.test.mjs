@@ -120,6 +120,8 @@ test('publishes, reads, changes and deletes posts', async () => {
   assert.deepEqual([feed[0].message, feed.hasNext()], ['second', true]);
   await feed.next();
   assert.equal(feed[0].message, 'changed');
+  assert.equal((await page.getFeed(['message'], { limit: 1, offset: 1 }))[0].message, 'changed');
+  assert.equal((await page.getFeed(['message'], { offset: 9 })).length, 0);
   assert.equal((await objects())[1].privacy, 'SELF');
 
   const comment = await new PagePost(post.id).createComment([], { message: 'a comment' });

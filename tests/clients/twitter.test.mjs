@@ -254,6 +254,6 @@ test('limits the rate', async () => {
     return errorCode(88, 429)(error);
   });
   await assert.rejects(client.v2.tweet('too many'), { code: 429 });
-  await setSwitches({ twitter: { rateLimit: null } });
+  await reset();
   await client.v1.tweet('more');
 });

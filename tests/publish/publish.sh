@@ -173,11 +173,6 @@ expect 'wrong member in --meta' 2 '' 'bad.json, line 3: member "tags"' \
 [[ ! $windows ]] || { ((failures == 0)) && echo 'all passed'; exit $((failures > 0)); }
 
 # The rest does not depend on the system, or needs what Wine has not.
-printf '{\n "title": "a"\n "privacy": "x"\n}' >syntax.json
-expect 'syntax of --meta' 2 '' 'syntax.json, line 3' youtube upload --token-file token --meta syntax.json clip.mp4
-printf '{"titel": "a"}' >unknown.json
-expect 'unknown member in --meta' 2 '' 'member "titel": is unknown; did you mean "title"' \
-  youtube upload --token-file token --meta unknown.json clip.mp4
 printf '{"title": "From meta", "description": "d", "tags": ["x"], "category": "28"}' >meta.json
 expect 'metadata' 0 '' '' youtube upload --token-file token --meta meta.json clip.mp4
 state '"title":"From meta"' metadata

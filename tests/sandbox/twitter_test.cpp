@@ -200,19 +200,6 @@ TEST_F(SandboxTwitterClients, TakesSegmentsWithParametersInTheQuery) {
   }
 }
 
-TEST_F(SandboxTwitterClients, CountsDownARateLimit) {
-  SetSwitches(sandbox, R"({"twitter": {"rateLimit": 1}})");
-  const HttpReply last = InForm(kTweets, {{"status", "1"}});
-  EXPECT_EQ(last.status, 200);
-  EXPECT_NE(last.head.find("x-rate-limit-remaining: 0\r\n"), std::string::npos) << last.head;
-  const HttpReply refused = InForm(kTweets, {{"status", "2"}});
-  EXPECT_EQ(refused.status, 429);
-  EXPECT_EQ(refused.At("/errors/0/code"), "88");
-  EXPECT_NE(refused.head.find("x-rate-limit-reset: "), std::string::npos) << refused.head;
-  sandbox.Reset();
-  EXPECT_EQ(InForm(kTweets, {{"status", "2"}}).status, 200) << "a reset ends it";
-}
-
 TEST_F(SandboxTwitterClients, RefusesUnknownSwitches) {
   std::string reply;
   for (const char* body : {R"({"twitter": {"speed": 1}})", R"({"friendster": {}})", R"({"twitter": 1})",

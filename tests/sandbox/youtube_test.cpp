@@ -89,30 +89,5 @@ TEST_F(SandboxYoutubeClients, ListsInPages) {
   EXPECT_EQ(Send(sandbox, {"GET", kVideos + "?part=id&chart=mostPopular"}).status, 401);
 }
 
-// A client may state the length with the last piece only, and need not authorize the pieces.
-TEST_F(SandboxYoutubeClients, TakesPiecesOfUnknownLength) {
-  const std::string video = RandomBytes(262'144 + 5, 3);
-  const HttpReply started = Send(sandbox, {"POST", kInsert + "&uploadType=resumable", {kToken}, kMetadata});
-  const std::size_t at = started.head.find("&upload_id=");
-  ASSERT_NE(at, std::string::npos) << started.head;
-  const std::string session =
-      "youtube.googleapis.com/upload/youtube/v3/videos?" + started.head.substr(at + 1, 34);
-  const HttpReply first =
-      Send(sandbox, {"PUT", session, {"Content-Range: bytes 0-262143/*"}, video.substr(0, 262'144)});
-  EXPECT_EQ(first.status, 308);
-  EXPECT_NE(first.head.find("Range: bytes=0-262143\r\n"), std::string::npos) << first.head;
-  EXPECT_EQ(Send(sandbox, {"PUT",
-                           session,
-                           {"Content-Range: bytes 262144-262148/262149", "Authorization: Bearer expired"},
-                           video.substr(262'144)})
-                .status,
-            401);
-  EXPECT_EQ(
-      Send(sandbox, {"PUT", session, {"Content-Range: bytes 262144-262148/262149"}, video.substr(262'144)})
-          .status,
-      200);
-  EXPECT_EQ(Videos().at(0).at("sha256").as_string(), Sha256(video));
-}
-
 }  // namespace
 }  // namespace velk::test

@@ -72,11 +72,6 @@ inline HttpReply Send(const Sandbox& sandbox, const HttpRequest& request) {
   return reply;
 }
 
-inline void SetSwitches(Sandbox& sandbox, std::string_view json) {
-  std::string reply;
-  ASSERT_EQ(sandbox.Control("POST", "/switches", json, reply), 200) << reply;
-}
-
 // A multipart body. Each part is its head, an empty line and its content.
 inline std::string Multipart(const std::vector<std::string>& parts, std::string_view lineEnd = "\r\n") {
   const std::string end(lineEnd);
