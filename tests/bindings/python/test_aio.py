@@ -99,13 +99,18 @@ class Asyncio(SandboxTest, unittest.IsolatedAsyncioTestCase):
 
     async def test_eight_uploads_at_once_delay_nothing_else(self):
         script(method="PUT", passThrough=True, readSlowly=1_000_000, times=0)
-        path = self.file("eight.mp4", 500_000)
-        uploads = [aio.youtube.upload("token", path, **VIDEO) for _ in range(8)]
+        uploads = []
+        for index in range(8):
+            path = self.file(f"{index}.mp4", 500_000 + index)
+            uploads.append(aio.youtube.upload("token", path, title=f"video {index}", description="D"))
         start = time.monotonic()
         await asyncio.get_running_loop().run_in_executor(None, len, "x")
         self.assertLess(time.monotonic() - start, 0.3)
         self.assertFalse(any(upload.done() for upload in uploads))
-        self.assertEqual(len(set(await asyncio.gather(*uploads))), 8)
+        identifiers = await asyncio.gather(*uploads)
+        stored = {video["id"]: (video["title"], video["size"]) for video in state("youtube")["videos"]}
+        expected = [(f"video {index}", 500_000 + index) for index in range(8)]
+        self.assertEqual([stored[identifier] for identifier in identifiers], expected)
 
     async def test_a_cancelled_task_leaves_a_call_that_cannot_be_cancelled(self):
         script(path="/1.1/statuses/update.json", passThrough=True, delayMs=300)

@@ -1,4 +1,4 @@
-"""Progress, cancelling, uploads at once, and what remains of a call."""
+"""Progress, cancelling, handles, and what remains of a call."""
 
 import gc
 import threading
@@ -121,28 +121,6 @@ class Handles(SandboxTest):
         results = [result for name, result in calls if name == "CancelYoutubeUploadFile"]
         self.assertGreater(results.count(Result.NOT_UPLOADING), 2)
         self.assertIn(Result.OK, results)
-
-
-class AtOnce(SandboxTest):
-    def test_eight_uploads(self):
-        files = [self.file(f"{index}.mp4", 1_000_000 + index) for index in range(8)]
-        results = {}
-
-        def upload(index):
-            title = f"video {index}"
-            results[index] = youtube.upload("token", files[index], title=title, description="D")
-
-        script(method="PUT", passThrough=True, readSlowly=4_000_000, times=0)
-        threads = [threading.Thread(target=upload, args=(index,)) for index in range(8)]
-        for thread in threads:
-            thread.start()
-        for thread in threads:
-            thread.join()
-        stored = {video["id"]: video for video in state("youtube")["videos"]}
-        self.assertEqual(len(stored), 8)
-        for index, identifier in results.items():
-            self.assertEqual(stored[identifier]["title"], f"video {index}")
-            self.assertEqual(stored[identifier]["size"], 1_000_000 + index)
 
 
 class Afterwards(SandboxTest):
