@@ -285,9 +285,9 @@ json::value BindingCases::Call(const std::string& function, const json::object& 
       EXPECT_TRUE(sandbox.WaitForRequest(cancel));
       source.request_stop();
     });
-  const json::value result = service == "facebook"  ? Facebook(name, values, options)
-                             : service == "twitter" ? Twitter(name, values, options)
-                                                    : Youtube(name, values, options);
+  json::value result = service == "facebook"  ? Facebook(name, values, options)
+                       : service == "twitter" ? Twitter(name, values, options)
+                                              : Youtube(name, values, options);
   source.request_stop();
   return result;
 }
