@@ -47,7 +47,16 @@ class Program {
   int status_ = 0;
 };
 
+void WarnOfSecrets() {
+  std::fputs(
+      "velk-sandbox: warning: --show-secrets: the journal, its exports and this terminal show access tokens "
+      "and "
+      "other secrets\n",
+      stderr);
+}
+
 int Program::Run() {
+  if (world_.options.showSecrets) WarnOfSecrets();
   for (const int number : EndingSignals()) signals_.add(number);
   parent_ = EndWithParent(context_, [this] { Stop(1); });
   // Connections that come early wait in the listeners' queues.

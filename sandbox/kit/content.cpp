@@ -85,6 +85,7 @@ void Content::KeepStart(std::string_view bytes) {
 void Content::Append(std::string_view bytes) {
   if (bytes.empty()) return;
   KeepStart(bytes);
+  if (large_ == Large::kCountOnly && size_ + bytes.size() > kLargestInMemory) return Count(bytes.size());
   const bool wasInMemory = InMemory();
   size_ += bytes.size();
   if (wasInMemory && size_ <= kLargestInMemory && store_.ReserveMemory(bytes.size())) {

@@ -59,12 +59,14 @@ class Content {
 
   void Append(std::string_view bytes);  // throws std::system_error when the file cannot be written
   void Append(const Content& other);    // of what was only counted, only the size
+  void Count(std::uint64_t bytes);      // adds bytes that nobody has, and forgets the others
   void Finish();
 
   std::uint64_t Size() const { return size_; }
   const std::string& Sha256() const { return sha256_; }  // empty for what was only counted
   const std::string& Start() const { return start_; }    // the first bytes, at most 16, even if only counted
   bool InMemory() const { return size_ == bytes_.size(); }
+  bool IsKnown() const { return InMemory() || !path_.empty(); }
   const std::string& Bytes() const { return bytes_; }  // empty for what is not in memory
   std::string File() const;                            // its file's path in UTF-8; empty without a file
   std::string Load() const;  // all bytes, from wherever they are; empty for what was only hashed or counted
@@ -76,7 +78,6 @@ class Content {
     void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
   };
   void KeepStart(std::string_view bytes);
-  void Count(std::uint64_t bytes);
   void LeaveMemory();
   void DropFile();
   void Sink(std::string_view bytes);

@@ -1,28 +1,26 @@
 #include "kit/exchange.h"
 
 #include <algorithm>
+#include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/system/system_error.hpp>
 #include <chrono>
-#include <cstdio>
 #include <system_error>
+#include <utility>
 
 #include "kit/failure.h"
+#include "kit/why.h"
 
 namespace velk::sandbox {
 namespace {
 
 constexpr std::size_t kLargestPiece = 128 * 1024;
-constexpr std::chrono::milliseconds kBetweenReports(100);  // of the progress of one exchange
+constexpr int kBadGateway = 502;
+constexpr std::string_view kHttpsPort = "443";
 
-std::shared_ptr<Entry> NewEntry(Arrival& arrival) {
-  Timing timing(arrival.began);
-  timing.Set(Phase::kHead, Timing::Clock::now() - arrival.began);
-  const bool isFirst = arrival.tunnel && !arrival.kept;
-  if (isFirst) timing.Set(Phase::kConnect, arrival.tunnel->connect);
-  if (isFirst) timing.Set(Phase::kTls, arrival.tunnel->tls);
-  return std::make_shared<Entry>(std::move(arrival.head), arrival.tunnel ? "https" : "http",
-                                 arrival.tunnel ? arrival.tunnel->head : std::string(),
-                                 std::move(arrival.connection), timing);
+Reply GatewayReply(const std::string& why) {
+  Reply reply = JsonReply(kBadGateway, {{"error", why}});
+  reply.why.text = why;
+  return reply;
 }
 
 }  // namespace
@@ -31,36 +29,54 @@ Exchange::Exchange(Stream& stream, Input& input, World& world, Arrival arrival)
     : stream_(stream),
       input_(input),
       world_(world),
-      entry_(NewEntry(arrival)),
+      head_(arrival.head),
+      isSecure_(arrival.tunnel.has_value()),
       kept_(arrival.kept),
-      script_(world.scripts.Take({entry_->head, kept_})),
-      body_(entry_->head),
-      began_(arrival.began),
-      phaseBegan_(Clock::now()),
-      reported_(phaseBegan_) {}
+      upstream_(arrival.upstream),
+      script_(world.scripts.Take({head_, kept_})),
+      account_(world, arrival, script_),
+      body_(head_),
+      began_(arrival.began) {}
+
+Exchange::~Exchange() {
+  forwarding_.reset();  // it still records
+  account_.Conclude();
+}
 
 // A tunnel that opens as requested is part of the request that goes through it. Only one that does not is
 // recorded by itself.
 void Exchange::Record() {
-  entry_->Update([this](Progress& progress) { progress.script = script_->Id(); });
-  const bool opens = IsConnect() && world_.services.Simulates(Request().host) && script_->passThrough;
-  if (!opens) number_ = world_.journal.Add(entry_);
+  const bool opens = IsConnect() && script_->passThrough && !IsRefusal(ConnectReply().status);
+  if (!opens) account_.Publish();
 }
 
 void Exchange::ChooseByBody() {
   script_ = world_.scripts.Take({Request(), kept_, received_.get()});
-  entry_->Update([this](Progress& progress) { progress.script = script_->Id(); });
+  account_.Apply(script_);
 }
 
 awaitable<bool> Exchange::Serve() {
   Record();
+  if (!IsForwarded()) co_return co_await ServeHere();
+  if (!world_.services.Simulates(Request().host)) {
+    co_return co_await Refuse("--forward passes requests on to the hosts of the services alone, and " +
+                              Quoted(Request().host) + " is none of them");
+  }
+  if (script_->AwaitsBody()) co_await HoldBody();
+  if (script_->passThrough) co_return co_await Forward();
+  const bool goesOn = co_await Respond();
+  if (!goesOn) co_await stream_.End();
+  co_return goesOn;
+}
+
+awaitable<bool> Exchange::ServeHere() {
   const bool readsBody = !script_->answerEarly || script_->stopReadingAfter;
   if (Request().expectsContinue && readsBody) co_await stream_.Write(kContinue);
   if (script_->answerEarly) co_return co_await ServeEarly();
   co_await Receive(script_->stopReadingAfter);
   if (received_ && script_->AwaitsBody()) ChooseByBody();
   if (!received_) {
-    Fire("stopReadingAfter");
+    account_.Fire("stopReadingAfter");
     PassPartOn();
     if (!script_->BreaksOff()) {
       co_await stream_.WaitUntilGone();
@@ -75,7 +91,7 @@ awaitable<bool> Exchange::Serve() {
 // The client of a reply without a length waits for the end, so that end must not wait for the body.
 awaitable<bool> Exchange::ServeEarly() {
   co_await Receive(script_->stopReadingAfter.value_or(0));
-  if (!received_) Fire("answerEarly");
+  if (!received_) account_.Fire("answerEarly");
   const bool goesOn = co_await Respond();
   if (!script_->noContentLength) co_await Receive(std::nullopt);
   if (!goesOn) co_await stream_.End();
@@ -86,15 +102,22 @@ std::size_t Exchange::PieceSize(std::optional<std::uint64_t> limit) const {
   std::uint64_t size = kLargestPiece;
   const std::uint64_t rate = script_->readSlowly;
   if (rate > 0) size = std::clamp<std::uint64_t>(rate / 20, 1, size);
-  if (limit) size = std::min(size, *limit - entry_->bodyReceived);
+  if (limit) size = std::min(size, *limit - account_.BodyReceived());
   return static_cast<std::size_t>(size);
+}
+
+// Before a real service, a malformed form is for the service to refuse.
+Intake& Exchange::Body() {
+  using enum Intake::Form;
+  if (!intake_) intake_.emplace(world_.store, Request(), world_.upstreams ? kLenient : kStrict);
+  return *intake_;
 }
 
 awaitable<void> Exchange::Receive(std::optional<std::uint64_t> limit) {
   if (received_) co_return;
   if (limit || script_->readSlowly > 0) stream_.ShrinkWindow();
   try {
-    if (!intake_) intake_.emplace(world_.store, Request());
+    Body();
     while (!body_.Complete()) {
       const std::size_t size = PieceSize(limit);
       if (size == 0) co_return;
@@ -105,44 +128,38 @@ awaitable<void> Exchange::Receive(std::optional<std::uint64_t> limit) {
     PassPartOn();
     throw;
   } catch (const BadRequest& bad) {
-    Fail(bad.status, bad.why);
+    account_.Fail(bad.status, bad.why);
     throw;
   } catch (const std::system_error& error) {
-    Fail(kStoreIsFull, error.what());
+    account_.Fail(kStoreIsFull, error.what());
     throw;
   }
-  EndPhase(Phase::kBody);
-  entry_->Update([this](Progress& progress) { progress.received = received_; });
+  account_.EndPhase(Phase::kBody);
+  account_.SetReceived(Request(), received_);
 }
 
 awaitable<void> Exchange::ReceivePiece(std::size_t size) {
-  const std::string_view piece = co_await input_.ReadContent(body_, size);
-  intake_->Append(piece);
-  entry_->bodyReceived += piece.size();
-  world_.journal.CountBytes(piece.size());
-  ReportProgress();
+  const Framed piece = co_await input_.ReadFramed(body_, size);
+  if (piece.raw.empty()) EndConnection();
+  if (forwarding_) co_await forwarding_->Send(piece.raw);
+  if (held_) *held_ += piece.raw;
+  Body().Append(piece.content);
+  account_.CountBody(piece.content.size());
   if (script_->readSlowly == 0) co_return;
-  co_await stream_.Sleep(std::chrono::microseconds(1'000'000 * piece.size() / script_->readSlowly));
-  Fire("readSlowly");
-}
-
-void Exchange::ReportProgress() {
-  const Clock::time_point now = Clock::now();
-  if (now - reported_ < kBetweenReports) return;
-  reported_ = now;
-  world_.journal.Publish(number_, *entry_);
+  co_await stream_.Sleep(std::chrono::microseconds(1'000'000 * piece.content.size() / script_->readSlowly));
+  account_.Fire("readSlowly");
 }
 
 // A service keeps what has arrived of an upload, so that the client can resume it.
 void Exchange::PassPartOn() {
-  if (script_->passThrough && !IsConnect())
-    world_.services.TakePartial(Request(), intake_->FinishPart(), number_);
+  const bool isForService = script_->passThrough && !IsConnect() && !world_.upstreams;
+  if (isForService) world_.services.TakePartial(Request(), intake_->FinishPart(), account_.Number());
 }
 
 Reply Exchange::ServiceReply() try {
-  return world_.services.Handle(Request(), received_, number_);
+  return world_.services.Handle(Request(), received_, account_.Number());
 } catch (const std::system_error& error) {
-  Fail(kStoreIsFull, error.what());
+  account_.Fail(kStoreIsFull, error.what());
   throw;
 } catch (const std::exception& error) {
   Reply reply = JsonReply(500, {{"error", error.what()}});
@@ -150,12 +167,21 @@ Reply Exchange::ServiceReply() try {
   return reply;
 }
 
+Reply Exchange::ConnectReply() const {
+  if (!world_.services.Simulates(Request().host)) {
+    return GatewayReply("this proxy reaches the hosts of the services alone, and " + Quoted(Request().host) +
+                        " is none of them");
+  }
+  if (world_.upstreams && Request().port != kHttpsPort)
+    return GatewayReply("--forward reaches a service at port 443 alone, and not at " +
+                        Quoted(Request().port));
+  return {.status = 200, .reason = "Connection established"};
+}
+
 Reply Exchange::MakeReply() {
-  if (!script_->passThrough || !received_) return script_->PreparedReply();
-  if (!IsConnect()) return ServiceReply();
-  if (world_.services.Simulates(Request().host)) return {.status = 200, .reason = "Connection established"};
-  Reply reply = JsonReply(502, {{"error", "this proxy reaches only the simulated services"}});
-  reply.why.text = "the sandbox simulates no host of this name, and it reaches no other host";
+  if (script_->passThrough && received_) return IsConnect() ? ConnectReply() : ServiceReply();
+  Reply reply = script_->PreparedReply();
+  if (script_->IsPosted() && IsRefusal(reply.status)) reply.why.text = account_.ScriptWhy(reply.status);
   return reply;
 }
 
@@ -163,30 +189,24 @@ Reply Exchange::MakeReply() {
 awaitable<bool> Exchange::Respond() {
   if (script_->delayMs > 0) {
     co_await stream_.Sleep(std::chrono::milliseconds(script_->delayMs));
-    Fire("delayMs");
+    account_.Fire("delayMs");
   }
   if (script_->neverAnswer) {
-    Fire("neverAnswer");
+    account_.Fire("neverAnswer");
     co_await stream_.WaitUntilGone();
     EndConnection();
   }
   const Reply reply = MakeReply();
-  EndPhase(Phase::kService);
-  const bool isScripted = script_->IsPosted() && (!script_->passThrough || !received_);
-  entry_->Update([&](Progress& progress) {
-    progress.why = reply.why;
-    if (isScripted && IsRefusal(reply.status)) progress.why.text = ScriptWhy(reply.status);
-  });
+  co_return co_await Respond(reply);
+}
+
+awaitable<bool> Exchange::Respond(const Reply& reply) {
+  account_.EndPhase(Phase::kService);
+  account_.Explain(reply.why);
   co_await Deliver(reply);
-  isComplete_ = true;
-  EndPhase(Phase::kReply);
-  if (world_.options.verbose) {
-    std::fprintf(stderr, "%s %s%s (%llu bytes) -> %d\n", Request().method.c_str(), Request().host.c_str(),
-                 IsConnect() ? "" : Request().target.c_str(),
-                 static_cast<unsigned long long>(entry_->bodyReceived), reply.status);
-  }
+  account_.Complete();
   NoteTunnel(reply);
-  if (script_->hangUp) Fire("hangUp");
+  if (script_->hangUp) account_.Fire("hangUp");
   if (script_->hangUp) co_return false;
   co_return opened_ || (!IsConnect() && Request().keepAlive && !script_->noContentLength);
 }
@@ -203,15 +223,15 @@ awaitable<void> Exchange::Deliver(const Reply& reply) {
   const std::string whole = head + reply.body;
   const bool mayCut = script_->cutAfter || script_->cutBodyAfter;
   const std::size_t end = script_->reset && !mayCut ? 0 : CutPoint(head.size(), whole.size());
-  RecordReply(std::string_view(head).substr(0, end),
-              std::string_view(reply.body).substr(0, end - std::min(end, head.size())));
-  if (end > 0) entry_->status = reply.status;
-  if (end > 0 && script_->noContentLength) Fire("noContentLength");
-  if (end > 0 && script_->refuseConnect != 0) Fire("refuseConnect");
+  const std::string sent = reply.body.substr(0, end - std::min(end, head.size()));
+  account_.SetReply(std::string_view(head).substr(0, end), {sent, sent.size()});
+  if (end > 0) account_.SetStatus(reply.status);
+  if (end > 0 && script_->noContentLength) account_.Fire("noContentLength");
+  if (end > 0 && script_->refuseConnect != 0) account_.Fire("refuseConnect");
   co_await stream_.Write(std::string_view(whole).substr(0, end));
-  if (mayCut && end < whole.size()) Fire(script_->cutAfter ? "cutAfter" : "cutBodyAfter");
+  if (mayCut && end < whole.size()) account_.Fire(script_->cutAfter ? "cutAfter" : "cutBodyAfter");
   if (script_->reset) {
-    Fire("reset");
+    account_.Fire("reset");
     co_await stream_.Reset();
   }
   if (end == whole.size()) co_return;
@@ -221,63 +241,90 @@ awaitable<void> Exchange::Deliver(const Reply& reply) {
 
 void Exchange::NoteTunnel(const Reply& reply) {
   if (!IsConnect() || reply.status / 100 != 2) return;
-  if (!script_->certificateName.empty()) Fire("certificateName");
-  opened_ = Tunnel{Request().host, Request().raw, script_->certificateName, Clock::now() - began_};
+  if (!script_->certificateName.empty()) account_.Fire("certificateName");
+  opened_ =
+      Tunnel{Request().host, Request().raw, script_->certificateName, Timing::Clock::now() - began_, {}};
 }
 
-// ---- The record ----
+// ---- In front of the real services ----
 
-void Exchange::RecordReply(std::string_view head, std::string_view body) {
-  const bool counts = world_.store.LargeContents() == Large::kCountOnly;
-  const auto content = std::make_shared<Content>(world_.store, counts ? Large::kCountOnly : Large::kHashOnly);
-  content->Append(body);
-  content->Finish();
-  entry_->Update([&](Progress& progress) { progress.reply = {std::string(head), content}; });
+bool Exchange::IsForwarded() const { return world_.upstreams && !IsConnect() && script_->passThrough; }
+
+// A script that depends on the body can replace what the service would reply, so the service gets nothing
+// before the script is chosen. A body that is too large for memory goes on without one.
+awaitable<void> Exchange::HoldBody() {
+  if (Request().expectsContinue) co_await stream_.Write(kContinue);
+  held_.emplace();
+  while (!body_.Complete() && held_->size() < kLargestInMemory) co_await ReceivePiece(kLargestInMemory);
+  if (!body_.Complete()) co_return;
+  co_await Receive(std::nullopt);
+  ChooseByBody();
 }
 
-void Exchange::Fire(const char* fault) {
-  world_.scripts.Fired(*script_, fault);
-  if (std::ranges::find(faults_, fault) == faults_.end()) faults_.emplace_back(fault);
-  entry_->Update([this](Progress& progress) { progress.faults = faults_; });
+// The body of the request remains unread.
+awaitable<bool> Exchange::Refuse(const std::string& why) {
+  Reply reply = GatewayReply(why);
+  reply.headers.emplace_back("Connection: close");
+  co_await Respond(reply);
+  co_await stream_.End();
+  co_return false;
 }
 
-void Exchange::Fail(int status, const std::string& why) {
-  entry_->status = status;
-  entry_->Update([&](Progress& progress) { progress.why.text = why; });
+awaitable<bool> Exchange::Forward() {
+  using namespace asio::experimental::awaitable_operators;
+  forwarding_.emplace(stream_, world_, head_, *script_, account_, upstream_);
+  const std::string why = co_await forwarding_->Reach(isSecure_);
+  if (!why.empty()) co_return co_await Refuse(why);
+  const auto first = co_await (forwarding_->RelayReply() || Feed());
+  if (first.index() == 0) co_return co_await EndAs(std::get<0>(first));
+  co_return co_await EndAs(std::get<1>(first));
 }
 
-void Exchange::EndPhase(Phase phase) {
-  const Clock::time_point now = Clock::now();
-  entry_->Update([&](Progress& progress) { progress.timing.Set(phase, now - phaseBegan_); });
-  phaseBegan_ = now;
-}
-
-std::string Exchange::ScriptWhy(int status) const {
-  std::string why = "script " + std::to_string(script_->Id());
-  for (const std::string& fault : faults_) why += (&fault == &faults_.front() ? ": " : ", ") + fault;
-  if (status != 0) why += " (status " + std::to_string(status) + ')';
-  return why;
-}
-
-// A script explains what went wrong, unless its service has done so. The line is printed once the exchange is
-// over, so that it names every fault. A client that left is no refusal, but the reader of the journal
-// wonders.
-void Exchange::Conclude() {
-  const int status = entry_->status;
-  std::string reason = entry_->Snapshot().why.text;
-  const bool explains = script_->IsPosted() && (!script_->passThrough || reason.empty());
-  if (explains && (IsRefusal(status) || !isComplete_)) reason = ScriptWhy(status);
-  if (reason.empty() && !isComplete_) {
-    reason = received_ ? "the client ended the connection before the end of the reply"
-                       : "the client ended the connection after " + std::to_string(entry_->bodyReceived) +
-                             " bytes of the body";
-  } else if (!reason.empty()) {
-    std::fprintf(stderr, "velk-sandbox: %d %s %s: %s\n", status, OneLine(Request().method).c_str(),
-                 OneLine(entry_->Url().substr(0, entry_->Url().find('?'))).c_str(), OneLine(reason).c_str());
+// Returns only when there is a reason not to wait for the reply any more.
+awaitable<Exchange::Fed> Exchange::Feed() {
+  try {
+    co_await forwarding_->SendHead();
+    const std::string held = std::exchange(held_, std::nullopt).value_or("");
+    co_await forwarding_->Send(held);
+    co_await Receive(script_->stopReadingAfter);
+  } catch (const BadRequest& bad) {
+    refused_ = bad;
+  } catch (const boost::system::system_error& error) {
+    co_return error.code() == asio::error::connection_reset ? Fed::kClientReset : Fed::kClientLeft;
+  } catch (const std::system_error& error) {
+    refused_ = BadRequest{kStoreIsFull, error.what()};
   }
-  entry_->Update([&](Progress& progress) { progress.why.text = reason; });
-  entry_->ended = true;
-  world_.journal.Publish(number_, *entry_);
+  if (refused_) co_return Fed::kRefused;
+  if (!received_) co_return Fed::kLimit;
+  forwarding_->EndBody();
+  co_await forwarding_->WaitUntilClientLeft();
+  co_return Fed::kClientLeft;
+}
+
+awaitable<bool> Exchange::EndAs(Relayed how) {
+  if (script_->hangUp) account_.Fire("hangUp");
+  const bool goesOn = how == Relayed::kGoesOn && Request().keepAlive && !script_->hangUp;
+  if (!goesOn) upstream_.reset();
+  if (how == Relayed::kClientLeft) EndConnection();
+  if (how == Relayed::kReset) co_await stream_.Reset();
+  if (how == Relayed::kCut) {
+    co_await stream_.Cut();
+    EndConnection();
+  }
+  if (!goesOn) co_await stream_.End();
+  co_return goesOn;
+}
+
+// The service gets no more of the request than the client sent, or than a fault lets through.
+awaitable<bool> Exchange::EndAs(Fed how) {
+  if (how == Fed::kClientReset && upstream_) upstream_->Connection().Abort();
+  upstream_.reset();
+  if (how == Fed::kRefused && !forwarding_->HasReplied()) throw *refused_;
+  if (how != Fed::kLimit) EndConnection();
+  account_.Fire("stopReadingAfter");
+  const bool goesOn = co_await Respond();
+  if (!goesOn) co_await stream_.End();
+  co_return goesOn;
 }
 
 }  // namespace velk::sandbox

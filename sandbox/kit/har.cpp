@@ -131,7 +131,7 @@ json::object TimingsOf(const Timing& timing) {
           {"connect", connects ? time(Phase::kConnect) + time(Phase::kTls) : -1},
           {"ssl", connects ? time(Phase::kTls) : -1},
           {"send", time(Phase::kHead) + time(Phase::kBody)},
-          {"wait", time(Phase::kService)},
+          {"wait", time(Phase::kUpstreamConnect) + time(Phase::kUpstreamTls) + time(Phase::kService)},
           {"receive", time(Phase::kReply)}};
 }
 

@@ -3,10 +3,21 @@
 #include <utility>
 
 namespace velk::sandbox {
+namespace {
+
+std::optional<std::string> Boundary(const Head& head, bool isLenient) try {
+  return FormBoundary(head.Header("Content-Type"));
+} catch (const BadRequest&) {
+  if (!isLenient) throw;
+  return std::nullopt;
+}
+
+}  // namespace
 
 // The parts of a large form are stored one by one, so its body as a whole is only hashed.
-Intake::Intake(Store& store, const Head& head)
-    : boundary_(FormBoundary(head.Header("Content-Type"))),
+Intake::Intake(Store& store, const Head& head, Form form)
+    : isLenient_(form == Form::kLenient),
+      boundary_(Boundary(head, isLenient_)),
       body_(store,
             boundary_ && store.LargeContents() == Large::kStore ? Large::kHashOnly : store.LargeContents()) {
   if (boundary_) form_.emplace(store, *boundary_);
@@ -14,15 +25,22 @@ Intake::Intake(Store& store, const Head& head)
 
 void Intake::Append(std::string_view bytes) {
   body_.Append(bytes);
-  if (form_) form_->Feed(bytes);
+  if (!form_) return;
+  try {
+    form_->Feed(bytes);
+  } catch (const BadRequest&) {
+    if (!isLenient_) throw;
+    form_.reset();
+  }
 }
 
 std::shared_ptr<const Received> Intake::Finish() {
   body_.Finish();
-  if (form_ && body_.Size() > 0 && !form_->Complete())
-    throw Malformed("the form ends before its last delimiter");
+  const bool isCut = form_ && body_.Size() > 0 && !form_->Complete();
+  if (isCut && !isLenient_) throw Malformed("the form ends before its last delimiter");
+  const bool hasFields = form_ && !isCut;
   return std::make_shared<Received>(
-      Received{std::move(body_), form_ ? form_->TakeParts() : std::vector<FormPart>()});
+      Received{std::move(body_), hasFields ? form_->TakeParts() : std::vector<FormPart>()});
 }
 
 std::shared_ptr<const Received> Intake::FinishPart() {

@@ -22,12 +22,15 @@ struct Received {
 // Collects one body while it arrives.
 class Intake {
  public:
-  Intake(Store& store, const Head& head);
+  // A malformed form is an error, unless somebody else is to judge it. Then it has no fields.
+  enum class Form { kStrict, kLenient };
+  Intake(Store& store, const Head& head, Form form = Form::kStrict);
   void Append(std::string_view bytes);
   std::shared_ptr<const Received> Finish();  // throws BadRequest when a form ends before its last delimiter
   std::shared_ptr<const Received> FinishPart();  // of a body that ended early; without fields
 
  private:
+  const bool isLenient_;
   const std::optional<std::string> boundary_;
   std::optional<MultipartParser> form_;
   Content body_;

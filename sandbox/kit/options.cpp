@@ -15,6 +15,22 @@ constexpr char kFooter[] =
 parent. With a command, it runs the command with VELK_SANDBOX_PROXY, VELK_SANDBOX_CONTROL and VELK_SANDBOX_STORE
 in the environment, without the variables that name other proxies, and exits with the command's status.)";
 
+void AddForwarding(CLI::App& app, Options& options) {
+  auto* const forward =
+      app.add_flag("--forward", options.forward,
+                   "Pass requests on to the real services, and show what they reply, without secrets");
+  app.add_option("--upstream", options.upstreams,
+                 "HOST=ADDRESS[:PORT]: where --forward reaches a host; repeatable")
+      ->needs(forward)
+      ->allow_extra_args(false);
+  app.add_option("--upstream-ca", options.upstreamCa,
+                 "File of the authorities that --forward trusts, in PEM format (default: the system's)")
+      ->needs(forward);
+  app.add_flag("--show-secrets", options.showSecrets,
+               "Show tokens, secrets, signatures and PINs in what --forward records")
+      ->needs(forward);
+}
+
 }  // namespace
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
@@ -46,6 +62,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
   app.add_flag("--count-only", options.countOnly,
                "Only count contents above 64 KiB, neither hash nor store them");
   app.add_flag("--verbose", options.verbose, "Report every request on the standard error stream");
+  AddForwarding(app, options);
   app.add_flag("--describe-scripts", options.describesScripts,
                "Print what a script can state, as a table in Markdown, and exit");
 

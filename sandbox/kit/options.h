@@ -21,6 +21,10 @@ struct Options {
   std::uint64_t slowNetwork = 0;  // bytes a second; 0 is no limit
   bool countOnly = false;
   bool verbose = false;
+  bool forward = false;
+  std::vector<std::string> upstreams;  // "HOST=ADDRESS:PORT"
+  std::string upstreamCa;              // empty is the system's authorities
+  bool showSecrets = false;
   bool describesScripts = false;     // prints what a script can state, instead of running
   std::string help;                  // what to print instead of running
   std::vector<std::string> command;  // the words after "--"

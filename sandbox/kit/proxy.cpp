@@ -1,8 +1,10 @@
 #include "kit/proxy.h"
 
+#include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/asio/ssl/error.hpp>
 #include <boost/system/system_error.hpp>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,14 +35,17 @@ class Session {
 
  private:
   awaitable<std::optional<Head>> ReadHead();
+  awaitable<std::optional<Head>> NextHead();
   awaitable<void> Open(Tunnel tunnel);
-  awaitable<void> AcceptTls(asio::ssl::context& context);
+  awaitable<void> OpenDirectly();
+  awaitable<void> AcceptTls(asio::ssl::context& context, std::string_view start = {});
 
   Stream& stream_;
   World& world_;
   Input input_;
   const std::shared_ptr<Connection> connection_;
   std::optional<Tunnel> tunnel_;
+  std::unique_ptr<Upstream> upstream_;
   std::optional<asio::ssl::context> otherTls_;  // for a certificate that a script requests
 };
 
@@ -54,9 +59,28 @@ awaitable<std::optional<Head>> Session::ReadHead() {
   }
 }
 
-awaitable<void> Session::AcceptTls(asio::ssl::context& context) {
+// A kept connection ends with that to the service, so that the client does not take it for usable.
+awaitable<std::optional<Head>> Session::NextHead() {
+  using namespace asio::experimental::awaitable_operators;
+  if (!upstream_) co_return co_await ReadHead();
+  std::exception_ptr failure;
+  const auto read = [&]() -> awaitable<std::optional<Head>> {
+    try {
+      co_return co_await ReadHead();
+    } catch (...) {
+      failure = std::current_exception();
+      co_return std::nullopt;
+    }
+  };
+  auto first = co_await (read() || upstream_->Connection().WaitUntilGone());
+  if (first.index() != 0) co_return std::nullopt;
+  if (failure) std::rethrow_exception(failure);
+  co_return std::move(std::get<0>(first));
+}
+
+awaitable<void> Session::AcceptTls(asio::ssl::context& context, std::string_view start) {
   try {
-    co_await stream_.AcceptTls(context);
+    co_await stream_.AcceptTls(context, start);
   } catch (const boost::system::system_error& error) {
     if (error.code().category() == asio::error::get_ssl_category()) {
       std::fprintf(stderr, "velk-sandbox: %s: the TLS handshake failed: %s\n", tunnel_->host.c_str(),
@@ -75,12 +99,24 @@ awaitable<void> Session::Open(Tunnel tunnel) {
   tunnel_->tls = Clock::now() - start;
 }
 
+// A client that was led here by other means than a proxy's URL speaks to the service itself.
+awaitable<void> Session::OpenDirectly() {
+  const std::string start = co_await input_.TakeTlsStart();
+  if (start.empty()) co_return;
+  const Clock::time_point begin = Clock::now();
+  tunnel_.emplace();
+  co_await AcceptTls(world_.tls, start);
+  tunnel_->host = stream_.RequestedHost();
+  tunnel_->tls = Clock::now() - begin;
+}
+
 awaitable<void> Session::Serve() {
+  co_await OpenDirectly();
   bool kept = false;  // a request was served before
-  while (auto head = co_await ReadHead()) {
+  while (auto head = co_await NextHead()) {
     if (tunnel_ && head->method == "CONNECT") throw Malformed("a CONNECT came inside of a tunnel");
-    if (tunnel_) head->host = tunnel_->host;
-    Arrival arrival{std::move(*head), tunnel_, connection_, input_.HeadBegan(), kept};
+    if (tunnel_ && !tunnel_->host.empty()) head->host = tunnel_->host;
+    Arrival arrival{std::move(*head), tunnel_, connection_, upstream_, input_.HeadBegan(), kept};
     Exchange exchange(stream_, input_, world_, std::move(arrival));
     if (!co_await exchange.Serve()) co_return;
     kept = true;

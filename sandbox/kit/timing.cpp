@@ -12,7 +12,8 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr std::array<std::string_view, kPhases> kNames{"connect", "tls", "head", "body", "service", "reply"};
+constexpr std::array<std::string_view, kPhases> kNames{"connect",     "tls",  "head",    "upstreamConnect",
+                                                       "upstreamTls", "body", "service", "reply"};
 
 // To the microsecond.
 double Rounded(Timing::Clock::duration time) {

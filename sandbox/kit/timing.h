@@ -11,8 +11,9 @@ namespace velk::sandbox {
 
 // The phases of an exchange, in their order. The first two are those of the tunnel, which only the first
 // request inside it has: from the first byte of the CONNECT to the end of its reply, and the TLS handshake.
-enum class Phase { kConnect, kTls, kHead, kBody, kService, kReply };
-constexpr std::size_t kPhases = 6;
+// Those of the upstream are the connection to the real service, which only the first request over it has.
+enum class Phase { kConnect, kTls, kHead, kUpstreamConnect, kUpstreamTls, kBody, kService, kReply };
+constexpr std::size_t kPhases = 8;
 
 class Timing {
  public:

@@ -25,7 +25,8 @@ Server Listen(asio::io_context& context, const char* option, unsigned threads, s
 
 World::World(asio::io_context& context, const Options& given, std::span<const std::string_view> hosts)
     : options(given),
-      store(FromUtf8(given.store), given.countOnly),
+      // What passes through can be large, and it is the service that keeps it.
+      store(FromUtf8(given.store), given.countOnly || given.forward),
       ledger(store.IsTemporary() ? std::filesystem::path() : store.Path()),
       authority(given.caDir.empty() ? Authority() : Authority(FromUtf8(given.caDir))),
       tls(authority.MakeContext(hosts)),
@@ -33,6 +34,8 @@ World::World(asio::io_context& context, const Options& given, std::span<const st
       services(store, ledger, objects),
       proxy(Listen(context, "--port", std::max(2U, std::thread::hardware_concurrency()), given.port,
                    given.slowNetwork)),
-      control(Listen(context, "--control-port", kControlThreads, given.controlPort, 0)) {}
+      control(Listen(context, "--control-port", kControlThreads, given.controlPort, 0)) {
+  if (given.forward) upstreams.emplace(given, hosts);
+}
 
 }  // namespace velk::sandbox

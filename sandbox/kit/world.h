@@ -5,6 +5,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ssl/context.hpp>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -16,6 +17,7 @@
 #include "kit/options.h"
 #include "kit/script.h"
 #include "kit/services.h"
+#include "kit/upstreams.h"
 #include "net/certificate.h"
 #include "net/server.h"
 
@@ -36,6 +38,7 @@ struct World {
   Scripts scripts{events};
   Objects objects{events};
   Services services;
+  std::optional<Upstreams> upstreams;  // with --forward
   std::atomic<std::uint64_t> connections = 0;
   // Last, since their threads use the rest.
   Server proxy;

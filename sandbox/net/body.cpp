@@ -22,12 +22,12 @@ std::uint64_t ChunkSize(std::string_view line) {
 
 }  // namespace
 
-BodyDecoder::BodyDecoder(const Head& head)
-    : chunked_(head.chunked),
-      place_(!head.HasBody() ? Place::kEnd
-             : chunked_      ? Place::kChunkSize
-                             : Place::kContent),
-      left_(head.length.value_or(0)) {}
+BodyDecoder::BodyDecoder(bool chunked, std::uint64_t length)
+    : chunked_(chunked),
+      place_(chunked      ? Place::kChunkSize
+             : length > 0 ? Place::kContent
+                          : Place::kEnd),
+      left_(length) {}
 
 std::string_view BodyDecoder::Decode(std::string_view& input) {
   while (!input.empty() && place_ != Place::kEnd) {

@@ -1,4 +1,4 @@
-// Removes the framing from a request's body, counted or chunked, while it arrives.
+// Removes the framing from a body, counted or chunked, while it arrives.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,8 @@ namespace velk::sandbox {
 
 class BodyDecoder {
  public:
-  explicit BodyDecoder(const Head& head);
+  explicit BodyDecoder(const Head& head) : BodyDecoder(head.chunked, head.length.value_or(0)) {}
+  BodyDecoder(bool chunked, std::uint64_t length);  // the length is that of a counted body
 
   bool Complete() const { return place_ == Place::kEnd; }
 

@@ -9,8 +9,6 @@
 #include <openssl/x509v3.h>
 
 #include <array>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include "net/files.h"
@@ -79,12 +77,6 @@ std::string Contents(BIO* memory) {
   char* text = nullptr;
   const long size = BIO_get_mem_data(memory, &text);
   return {text, static_cast<std::size_t>(size)};
-}
-
-std::string ReadFile(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw std::runtime_error("cannot read " + ToUtf8(path));
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace

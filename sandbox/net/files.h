@@ -1,4 +1,4 @@
-// Files that the user alone can read, and paths in UTF-8.
+// Files, most of which the user alone can read, and paths in UTF-8.
 #pragma once
 
 #include <cstdio>
@@ -10,6 +10,8 @@ namespace velk::sandbox {
 
 std::filesystem::path FromUtf8(std::string_view text);
 std::string ToUtf8(const std::filesystem::path& path);
+
+std::string ReadFile(const std::filesystem::path& path);  // throws std::runtime_error, which names the file
 
 // Both create what the user alone can read, and throw std::system_error with the path in its message.
 void CreatePrivateFolder(

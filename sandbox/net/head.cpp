@@ -33,8 +33,10 @@ std::string_view SplitBefore(std::string_view& text, std::string_view separator,
   return part;
 }
 
-std::string HostWithoutPort(std::string_view authority) {
-  return Lower(authority.substr(0, authority.find(':')));
+void SetHost(std::string_view authority, Head& head) {
+  const std::size_t colon = std::min(authority.find(':'), authority.size());
+  head.host = Lower(authority.substr(0, colon));
+  head.port = authority.substr(std::min(colon + 1, authority.size()));
 }
 
 void ParseTarget(std::string_view target, Head& head) {
@@ -43,12 +45,12 @@ void ParseTarget(std::string_view target, Head& head) {
           "the target is empty, or it contains a control character");
   if (head.method == "CONNECT") {
     Require(target.find(':') != std::string_view::npos, "the target of CONNECT has no port");
-    head.host = HostWithoutPort(target);
+    SetHost(target, head);
     head.target = target;
   } else if (SameName(target.substr(0, kScheme.size()), kScheme)) {
     target.remove_prefix(kScheme.size());
     const std::size_t path = std::min(target.find_first_of("/?"), target.size());
-    head.host = HostWithoutPort(target.substr(0, path));
+    SetHost(target.substr(0, path), head);
     head.target = target.substr(path);
     Require(!head.host.empty(), "the target has no host");
     if (!head.target.starts_with('/')) head.target.insert(head.target.begin(), '/');
@@ -87,7 +89,7 @@ void InterpretHeader(std::string_view line, Head& head) {
   const std::string_view name = line.substr(0, line.find(':'));
   const std::string_view value = Trim(line.substr(name.size() + 1));
   if (SameName(name, "Content-Length")) ParseContentLength(value, head);
-  if (SameName(name, "Host") && head.host.empty()) head.host = HostWithoutPort(value);
+  if (SameName(name, "Host") && head.host.empty()) SetHost(value, head);
   if (SameName(name, "Expect")) head.expectsContinue = SameName(value, "100-continue");
   if (SameName(name, "Connection")) {
     for (const std::string& option : Split(value, ','))
@@ -101,12 +103,22 @@ void InterpretHeader(std::string_view line, Head& head) {
 
 }  // namespace
 
-std::string Head::Header(std::string_view name) const {
+std::string HeaderOf(const std::vector<std::string>& lines, std::string_view name) {
   for (const std::string_view line : lines) {
     const std::size_t colon = line.find(':');
     if (SameName(line.substr(0, colon), name)) return std::string(Trim(line.substr(colon + 1)));
   }
   return {};
+}
+
+std::vector<std::string> HeaderLines(std::string_view raw) {
+  std::vector<std::string> lines;
+  while (raw.find("\r\n") != std::string_view::npos) {
+    raw.remove_prefix(raw.find("\r\n") + 2);
+    const std::string_view line = raw.substr(0, raw.find("\r\n"));
+    if (line.find(':') != std::string_view::npos) lines.emplace_back(line);
+  }
+  return lines;
 }
 
 std::string Head::MediaType() const {
@@ -142,7 +154,7 @@ Head ParseHead(std::string raw) {
 void HeadReader::Read(std::string_view& input) {
   const std::size_t before = raw_.size();
   raw_ += input;
-  Require(raw_.empty() || IsTokenChar(raw_.front()), "the first byte is none of HTTP (TLS without CONNECT?)");
+  Require(raw_.empty() || IsTokenChar(raw_.front()), "the first byte is none of HTTP");
   const std::size_t end = raw_.find("\r\n\r\n", before < 3 ? 0 : before - 3);
   if (end != std::string::npos) raw_.resize(end + 4);
   if (raw_.size() > kMaxHeadSize)

@@ -1,12 +1,21 @@
 #include "net/private_file.h"
 
 #include <cerrno>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include "net/files.h"
 
 namespace velk::sandbox {
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw std::runtime_error("cannot read " + ToUtf8(path));
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
 PrivateFile::PrivateFile(std::filesystem::path path)
     : path_(std::move(path)), file_(CreatePrivateFile(path_)) {

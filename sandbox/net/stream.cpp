@@ -6,9 +6,11 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/system/system_error.hpp>
+#include <new>
 #include <vector>
 
 #include "net/platform.h"
+#include "net/text.h"
 
 namespace velk::sandbox {
 namespace {
@@ -28,9 +30,29 @@ void EndConnection() { throw boost::system::system_error(asio::error::connection
 Stream::Stream(asio::ip::tcp::socket socket, std::uint64_t rate)
     : transport_(std::move(socket), rate), timer_(transport_.get_executor()) {}
 
-awaitable<void> Stream::AcceptTls(asio::ssl::context& context) {
+awaitable<void> Stream::AcceptTls(asio::ssl::context& context, std::string_view start) {
   tls_.emplace(transport_, context);
-  co_await tls_->async_handshake(asio::ssl::stream_base::server, use_awaitable);
+  co_await tls_->async_handshake(asio::ssl::stream_base::server, asio::buffer(start), use_awaitable);
+}
+
+std::string Stream::RequestedHost() {
+  const char* const name = SSL_get_servername(tls_->native_handle(), TLSEXT_NAMETYPE_host_name);
+  return name ? Lower(name) : std::string();
+}
+
+awaitable<void> Stream::ConnectTls(asio::ssl::context& context, const std::string& host) {
+  tls_.emplace(transport_, context);
+  SSL* const tls = tls_->native_handle();
+  SSL_set_tlsext_host_name(tls, host.c_str());
+  SSL_set_hostflags(tls, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
+  if (SSL_set1_host(tls, host.c_str()) != 1) throw std::bad_alloc();
+  SSL_set_verify(tls, SSL_VERIFY_PEER, nullptr);
+  co_await tls_->async_handshake(asio::ssl::stream_base::client, use_awaitable);
+}
+
+std::string Stream::WhyUntrusted() {
+  const long result = SSL_get_verify_result(tls_->native_handle());
+  return result == X509_V_OK ? std::string() : X509_verify_cert_error_string(result);
 }
 
 awaitable<std::size_t> Stream::Read(std::span<char> to) {
@@ -94,6 +116,14 @@ awaitable<void> Stream::Reset() {
 
 awaitable<void> Stream::WaitUntilGone() {
   while (!PeerHasGone(Socket().native_handle())) co_await Sleep(20ms);
+}
+
+bool Stream::IsGone() { return !Socket().is_open() || PeerHasGone(Socket().native_handle()); }
+
+void Stream::Abort() {
+  error_code ignored;
+  Socket().set_option(asio::socket_base::linger(true, 0), ignored);
+  Socket().close(ignored);
 }
 
 void Stream::ShrinkWindow() { Socket().set_option(asio::socket_base::receive_buffer_size(64 * 1024)); }

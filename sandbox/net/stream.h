@@ -1,4 +1,4 @@
-// One accepted connection, plain or under TLS, with every way to end it that a fault needs.
+// One connection, plain or under TLS, with every way to end it that a fault needs.
 #pragma once
 
 #include <boost/asio/awaitable.hpp>
@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "net/paced_socket.h"
@@ -30,7 +31,13 @@ class Stream : public std::enable_shared_from_this<Stream> {
   // Reads at most `rate` bytes a second. 0 is no limit.
   Stream(asio::ip::tcp::socket socket, std::uint64_t rate);
 
-  awaitable<void> AcceptTls(asio::ssl::context& context);
+  // Takes what the peer has sent of its handshake, if that was read before.
+  awaitable<void> AcceptTls(asio::ssl::context& context, std::string_view start = {});
+  std::string RequestedHost();  // the one that the peer named in its handshake; empty if none
+
+  // Verifies the peer's certificate and its host name. Sends nothing but the handshake before.
+  awaitable<void> ConnectTls(asio::ssl::context& context, const std::string& host);
+  std::string WhyUntrusted();  // empty when it was not the certificate that made the handshake fail
   awaitable<std::size_t> Read(std::span<char> to);  // returns 0 at the peer's orderly end
   awaitable<void> Write(std::string_view bytes);
   awaitable<void> Sleep(std::chrono::steady_clock::duration time);
@@ -41,6 +48,8 @@ class Stream : public std::enable_shared_from_this<Stream> {
   awaitable<void> WaitUntilGone();  // reads nothing; returns when the peer ends the connection
   void ShrinkWindow();              // so that an unread body soon stops the sender
   void Drop();                      // ends every call in progress; callable from any thread
+  void Abort();                     // RST at once
+  bool IsGone();                    // the peer ended the connection, or this end was dropped
 
  private:
   awaitable<void> DiscardUntilEnd();

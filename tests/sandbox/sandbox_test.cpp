@@ -101,7 +101,7 @@ TEST(SandboxMalformedInput, IsRejectedWithoutHarm) {
   };
   const std::string line = "GET / HTTP/1.1\r\n";
   const Row rows[] = {
-      {"not HTTP", "\x16\x03\x01\x02\x05"},
+      {"not HTTP", "\x05\x01\x02"},
       {"bytes outside ASCII", "\xff\xfe\xfd\r\n\r\n"},
       {"unsupported HTTP version", "GET / HTTP/2.0\r\nHost: h\r\n\r\n"},
       {"space in the target", "GET /a b HTTP/1.1\r\nHost: h\r\n\r\n"},
