@@ -15,7 +15,6 @@ namespace {
 
 constexpr std::size_t kLargestPiece = 128 * 1024;
 constexpr int kBadGateway = 502;
-constexpr std::string_view kHttpsPort = "443";
 
 Reply GatewayReply(const std::string& why) {
   Reply reply = JsonReply(kBadGateway, {{"error", why}});
@@ -58,10 +57,8 @@ void Exchange::ChooseByBody() {
 awaitable<bool> Exchange::Serve() {
   Record();
   if (!IsForwarded()) co_return co_await ServeHere();
-  if (!world_.services.Simulates(Request().host)) {
-    co_return co_await Refuse("--forward passes requests on to the hosts of the services alone, and " +
-                              Quoted(Request().host) + " is none of them");
-  }
+  const std::string why = WhyUnreachable();
+  if (!why.empty()) co_return co_await Refuse(why);
   if (script_->AwaitsBody()) co_await HoldBody();
   if (script_->passThrough) co_return co_await Forward();
   const bool goesOn = co_await Respond();
@@ -167,15 +164,21 @@ Reply Exchange::ServiceReply() try {
   return reply;
 }
 
+// Whoever reaches the proxy must not reach other hosts through it, or other programs of these hosts.
+std::string Exchange::WhyUnreachable() const {
+  if (!world_.services.Simulates(Request().host))
+    return "this proxy reaches the hosts of the services alone, and " + Quoted(Request().host) +
+           " is none of them";
+  const std::string_view usual = IsConnect() ? "443" : "80";
+  const bool isOther = !isSecure_ && !Request().port.empty() && Request().port != usual;
+  if (!world_.upstreams || !isOther) return {};
+  return "--forward reaches " + Request().host + " at port " + std::string(usual) + " alone, and not at " +
+         Quoted(Request().port);
+}
+
 Reply Exchange::ConnectReply() const {
-  if (!world_.services.Simulates(Request().host)) {
-    return GatewayReply("this proxy reaches the hosts of the services alone, and " + Quoted(Request().host) +
-                        " is none of them");
-  }
-  if (world_.upstreams && Request().port != kHttpsPort)
-    return GatewayReply("--forward reaches a service at port 443 alone, and not at " +
-                        Quoted(Request().port));
-  return {.status = 200, .reason = "Connection established"};
+  const std::string why = WhyUnreachable();
+  return why.empty() ? Reply{.status = 200, .reason = "Connection established"} : GatewayReply(why);
 }
 
 Reply Exchange::MakeReply() {

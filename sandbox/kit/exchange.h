@@ -45,6 +45,7 @@ class Exchange {
   awaitable<bool> Respond();
   awaitable<bool> Respond(const Reply& reply);
   Reply ServiceReply();
+  std::string WhyUnreachable() const;  // empty when it is not
   Reply ConnectReply() const;
   Reply MakeReply();
   std::size_t CutPoint(std::size_t headSize, std::size_t size) const;

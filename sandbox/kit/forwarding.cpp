@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/asio/experimental/awaitable_operators.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/system/system_error.hpp>
@@ -68,8 +69,9 @@ awaitable<void> Forwarding::Send(std::string_view raw) {
   if (takesNoMore_) co_return;
   try {
     co_await upstream_->Connection().Write(raw);
-  } catch (const system_error&) {
+  } catch (const system_error& error) {
     takesNoMore_ = true;
+    wasReset_ = error.code() == asio::error::connection_reset;
   }
 }
 
@@ -87,9 +89,9 @@ awaitable<Relayed> Forwarding::RelayReply() {
 awaitable<Relayed> Forwarding::RelayWell() {
   ReplyHead head;
   do {
-    if (!co_await RelayHead(head)) co_return WhenCut();
+    if (!co_await RelayHead(head)) co_return co_await WhenCut();
   } while (head.IsInterim());
-  if (!co_await RelayBody(head)) co_return WhenCut();
+  if (!co_await RelayBody(head)) co_return co_await WhenCut();
   account_.Complete();
   RecordReply();
   if (script_.reset) account_.Fire("reset");
@@ -99,16 +101,20 @@ awaitable<Relayed> Forwarding::RelayWell() {
   co_return Relayed::kGoesOn;
 }
 
-// Why the reply did not arrive as a whole.
-Relayed Forwarding::WhenCut() {
+// Why the reply did not arrive as a whole. The system reports a reset once, to whatever sends or receives
+// next.
+awaitable<Relayed> Forwarding::WhenCut() {
+  co_await asio::post(co_await asio::this_coro::executor,
+                      asio::use_awaitable);  // what sends may know it already
   const char* const where = head_ ? "inside its reply" : "before its reply";
   RecordReply();
-  if (stopped_) return *stopped_;
+  if (stopped_) co_return *stopped_;
+  if (wasReset_) ending_ = Ending::kReset;
   static constexpr const char* kHow[] = {"ended", "cut", "reset"};
   account_.Explain(Reason(std::string("the service ") + kHow[static_cast<std::size_t>(ending_)] +
                           " the connection " + where));
-  if (ending_ == Ending::kOrderly) return Relayed::kEnds;
-  return ending_ == Ending::kCut ? Relayed::kCut : Relayed::kReset;
+  if (ending_ == Ending::kOrderly) co_return Relayed::kEnds;
+  co_return ending_ == Ending::kCut ? Relayed::kCut : Relayed::kReset;
 }
 
 awaitable<bool> Forwarding::ReadHead(HeadReader& reader) {

@@ -49,7 +49,7 @@ class Forwarding {
   awaitable<void> Wait(Timing::Clock::duration time);
   void SetLimit(std::size_t headSize);
   void Keep(std::string_view content);
-  Relayed WhenCut();
+  awaitable<Relayed> WhenCut();
   void NoteEnding(const boost::system::error_code& error) { ending_ = EndingOf(error); }
   void RecordReply();
 
@@ -60,6 +60,7 @@ class Forwarding {
   Account& account_;
   std::unique_ptr<Upstream>& upstream_;
   bool takesNoMore_ = false;  // the service
+  bool wasReset_ = false;     // by the service, while the request was sent
   bool bodyHasEnded_ = false;
   bool hasReplied_ = false;
 

@@ -3,11 +3,8 @@
 #include "support/files.h"
 #include "support/http.h"
 #include "support/oauth.h"
+#include "support/running_sandbox.h"
 
-#include <boost/process/args.hpp>
-#include <boost/process/child.hpp>
-#include <boost/process/exe.hpp>
-#include <boost/process/io.hpp>
 #include <filesystem>
 #include <fstream>
 
@@ -16,7 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace json = boost::json;
-namespace process = boost::process;
 
 constexpr const char* kMultipart = "Content-Type: multipart/form-data; boundary=b";
 constexpr const char* kToken = "Authorization: Bearer t";
@@ -25,37 +21,6 @@ const std::string kGraph = "graph.facebook.com/";
 const std::string kTweets = "api.twitter.com/1.1/statuses/update.json";
 const std::string kMedia = "upload.twitter.com/1.1/media/upload.json";
 const std::string kUploads = "www.googleapis.com/upload/youtube/v3/videos";
-
-// A sandbox of its own, which the destructor kills.
-class Running {
- public:
-  explicit Running(const fs::path& store)
-      : child_(process::exe = VELK_SANDBOX_PROGRAM,
-               process::args =
-                   std::vector<std::string>{"--port", "0", "--control-port", "0", "--store", store.string()},
-               process::std_out > output_, process::std_err > process::null) {
-    std::string line;
-    std::getline(output_, line);
-    if (line.empty()) return;
-    const json::value urls = json::parse(line);
-    sandbox.emplace(std::string(urls.at("proxy").as_string()), std::string(urls.at("control").as_string()));
-  }
-  ~Running() {
-    std::error_code ignored;
-    child_.terminate(ignored);
-    child_.wait(ignored);
-  }
-  int ExitStatus() {
-    child_.wait();
-    return child_.exit_code();
-  }
-
-  std::optional<Sandbox> sandbox;  // none when it did not start
-
- private:
-  process::ipstream output_;
-  process::child child_;
-};
 
 class SandboxStore : public testing::Test {
  protected:
@@ -68,7 +33,7 @@ class SandboxStore : public testing::Test {
 
   void Start() {
     running_.reset();
-    running_.emplace(folder_);
+    running_.emplace(VELK_SANDBOX_PROGRAM, std::vector<std::string>{"--store", folder_.string()}, errors_);
     ASSERT_TRUE(running_->sandbox);
   }
   Sandbox& Box() { return *running_->sandbox; }
@@ -87,8 +52,9 @@ class SandboxStore : public testing::Test {
   }
 
   const TempFile place_{"place", ""};
+  const fs::path errors_ = place_.File().parent_path() / "errors";
   const fs::path folder_ = place_.File().parent_path() / "store";
-  std::optional<Running> running_;
+  std::optional<RunningSandbox> running_;
 };
 
 std::string PhotoForm(const std::string& photo) {
@@ -218,14 +184,14 @@ TEST_F(SandboxStore, RefusesToStartFromADamagedFile) {
     SCOPED_TRACE(line);
     running_.reset();
     std::ofstream(Ledger(), std::ios::binary) << line;
-    running_.emplace(folder_);
+    running_.emplace(VELK_SANDBOX_PROGRAM, std::vector<std::string>{"--store", folder_.string()}, errors_);
     EXPECT_FALSE(running_->sandbox);
     EXPECT_EQ(running_->ExitStatus(), 1);
   }
 }
 
 TEST_F(SandboxStore, IsUsedByOneSandboxAtATime) {
-  Running second(folder_);
+  RunningSandbox second(VELK_SANDBOX_PROGRAM, {"--store", folder_.string()}, errors_);
   EXPECT_FALSE(second.sandbox);
   EXPECT_EQ(second.ExitStatus(), 1);
 }
