@@ -153,6 +153,8 @@ Sandbox::Sandbox()
 Sandbox::Sandbox(std::string proxy, std::string control)
     : proxy_(std::move(proxy)), control_(std::move(control)) {}
 
+bool Sandbox::IsBehindAnother() { return std::getenv("VELK_SANDBOX_FORWARDS") != nullptr; }
+
 void Sandbox::Reset() { Call("POST", "/reset"); }
 
 // Bypasses any proxy that the environment configures.

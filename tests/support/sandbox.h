@@ -77,6 +77,9 @@ class Sandbox {
   Sandbox();  // throws std::runtime_error with instructions when no sandbox is running
   Sandbox(std::string proxy, std::string control);  // another running one, which keeps what it has
 
+  // Whether the proxy is another sandbox, which forwards to this one: CONNECT ends there.
+  static bool IsBehindAnother();
+
   std::string Proxy() const { return proxy_; }  // "http://127.0.0.1:PORT", for SetLibVelkUploadProxy
   void Reset();
 

@@ -117,6 +117,7 @@ TEST_F(YoutubeUpdate, ReturnsTheCodeOfEachOutcome) {
   };
   for (const Outcome& row : rows) {
     SCOPED_TRACE(row.name);
+    if (row.reply.refuseConnect != 0 && Sandbox::IsBehindAnother()) continue;
     sandbox.Reset();
     const int id = sandbox.Add(row.reply);
     EXPECT_EQ(Update(), row.result);

@@ -169,6 +169,7 @@ TEST_F(YoutubeUpload, MapsEveryReplyToItsCode) {
     EXPECT_EQ(methods, arrived);
   };
   for (const Outcome& row : sessions) {
+    if (row.reply.refuseConnect != 0 && Sandbox::IsBehindAnother()) continue;
     sandbox.Reset();
     sandbox.Add(row.reply);
     expect(row, row.reply.refuseConnect == 0 ? "POST " : "CONNECT ");
