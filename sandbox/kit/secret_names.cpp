@@ -53,9 +53,9 @@ Kind KindOf(std::string_view name) {
 }
 
 // Reads a text from a position on.
-class Reader {
+class ValueReader {
  public:
-  Reader(std::string_view text, std::size_t at) : text_(text), at_(at) {}
+  ValueReader(std::string_view text, std::size_t at) : text_(text), at_(at) {}
 
   std::size_t At() const { return at_; }
   std::string_view Rest() const { return text_.substr(at_); }
@@ -108,14 +108,14 @@ class Reader {
 
 // ---- The value after a name, for each form ----
 
-std::optional<Span> QuotedValue(Reader& reader) {
+std::optional<Span> QuotedValue(ValueReader& reader) {
   const std::string_view quote = reader.Take(kQuotes);
   if (quote.empty()) return std::nullopt;
   return reader.UpTo(reader.EndOfQuoted(quote));
 }
 
 // name=value, also as one of HTML's inputs: name="token" value="value".
-std::optional<Span> PairValue(Reader reader, bool isQuoted) {
+std::optional<Span> PairValue(ValueReader reader, bool isQuoted) {
   static constexpr std::string_view kValue[] = {"value"};
   if (isQuoted) reader.Take(kValue);
   const bool twice = !reader.Take(kTwiceEncodedEquals).empty();
@@ -127,7 +127,7 @@ std::optional<Span> PairValue(Reader reader, bool isQuoted) {
 }
 
 // "name": "value", or a number.
-std::optional<Span> MemberValue(Reader reader, Kind kind) {
+std::optional<Span> MemberValue(ValueReader reader, Kind kind) {
   if (reader.Take(kColons).empty()) return std::nullopt;
   reader.SkipBlanks();
   if (const auto quoted = QuotedValue(reader)) return quoted;
@@ -138,13 +138,13 @@ std::optional<Span> MemberValue(Reader reader, Kind kind) {
 }
 
 // /name/value
-std::optional<Span> SegmentValue(Reader reader) {
+std::optional<Span> SegmentValue(ValueReader reader) {
   if (reader.Take(kSlashes).empty()) return std::nullopt;
   return reader.UpTo(reader.EndAt("/?#&\"'\\<>"));
 }
 
 // <name>value</name>. The code of an error is a word; a PIN is a number.
-std::optional<Span> ElementValue(Reader reader, std::string_view text, Kind kind) {
+std::optional<Span> ElementValue(ValueReader reader, std::string_view text, Kind kind) {
   static constexpr std::string_view kEnd[] = {">"};
   if (reader.Take(kEnd).empty()) return std::nullopt;
   const Span value = reader.UpTo(reader.EndAt("<"));
@@ -155,14 +155,14 @@ std::optional<Span> ElementValue(Reader reader, std::string_view text, Kind kind
 
 std::optional<Span> ValueAfter(std::string_view text, Span name, Kind kind) {
   const char before = name.begin > 0 ? text[name.begin - 1] : ' ';
-  const Reader reader(text, name.end);
+  const ValueReader reader(text, name.end);
   if (before == '/') {
     if (const auto value = SegmentValue(reader)) return value;
   }
   if (before == '<') {
     if (const auto value = ElementValue(reader, text, kind)) return value;
   }
-  Reader afterQuote = reader;
+  ValueReader afterQuote = reader;
   const bool isQuoted = !afterQuote.Take(kQuotes).empty();
   afterQuote.SkipBlanks();
   if (const auto value = PairValue(afterQuote, isQuoted)) return value;
