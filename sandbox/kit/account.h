@@ -20,7 +20,7 @@ class Account {
 
   void Publish() { number_ = world_.journal.Add(entry_); }
   std::uint64_t Number() const { return number_; }  // in the journal; 0 for what is not recorded
-  void Apply(std::shared_ptr<Script> script);  // in the place of the one before
+  void Apply(std::shared_ptr<Script> script);       // in the place of the one before
   void CountBody(std::size_t bytes);
   std::uint64_t BodyReceived() const { return entry_->bodyReceived; }
   void SetReceived(const Head& head, std::shared_ptr<const Received> received);

@@ -120,7 +120,8 @@ request -o /dev/null -x "$(member proxy)" -H 'Authorization: Bearer t' \
 request -o /dev/null -x "$(member proxy)" 'http://graph.facebook.com/me?access_token=secret&fields=none'
 stop
 lines=$(tr -d '\r' <"$folder/errors")
-expected='velk-sandbox: 400 POST http://www.googleapis.com/upload/youtube/v3/videos: the title contains an angle bracket'
+expected='velk-sandbox: 400 POST http://www.googleapis.com/upload/youtube/v3/videos: '
+expected+='the title contains an angle bracket'
 expected+=', which YouTube refuses: "<\x0a\x1b[31m\x9b"
 velk-sandbox: 400 GET http://graph.facebook.com/me: (#100) Tried accessing nonexisting field (none) on node type (User)'
 [[ $lines == "$expected" ]] || fail "reasons: $lines"
