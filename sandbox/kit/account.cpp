@@ -20,7 +20,7 @@ std::shared_ptr<Entry> NewEntry(const Arrival& arrival, Secrets& secrets) {
   if (isFirst) timing.Set(Phase::kTls, arrival.tunnel->tls);
   return std::make_shared<Entry>(secrets.Hide(arrival.head), arrival.tunnel ? "https" : "http",
                                  arrival.tunnel ? secrets.HideHead(arrival.tunnel->head) : std::string(),
-                                 arrival.connection, std::move(timing));
+                                 arrival.connection, timing);
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ void Account::Fire(const char* fault) {
 }
 
 void Account::Explain(Why why) {
-  why.text = secrets_.Hide(std::move(why.text));
+  why.text = secrets_.Hide(why.text);
   entry_->Update([&](Progress& progress) { progress.why = std::move(why); });
 }
 

@@ -153,7 +153,7 @@ Reply Switches(World& world, const Call&) { return ValueReply(world.services.Swi
 
 Reply SetSwitches(World& world, const Call& call) {
   world.services.SetSwitches(Parse(call.body));
-  const json::object all = world.services.Switches();
+  json::object all = world.services.Switches();
   world.events.Publish("switches", [&all] { return all; });
   return ValueReply(all);
 }

@@ -24,7 +24,7 @@ Reply GatewayReply(const std::string& why) {
 
 }  // namespace
 
-Exchange::Exchange(Stream& stream, Input& input, World& world, Arrival arrival)
+Exchange::Exchange(Stream& stream, Input& input, World& world, const Arrival& arrival)
     : stream_(stream),
       input_(input),
       world_(world),

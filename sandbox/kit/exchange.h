@@ -19,7 +19,7 @@ namespace velk::sandbox {
 // One request, from its head to its reply.
 class Exchange {
  public:
-  Exchange(Stream& stream, Input& input, World& world, Arrival arrival);
+  Exchange(Stream& stream, Input& input, World& world, const Arrival& arrival);
   ~Exchange();
   Exchange(const Exchange&) = delete;
   Exchange& operator=(const Exchange&) = delete;

@@ -185,7 +185,7 @@ std::string Secrets::ByNameInBody(const std::vector<std::string>& lines, const s
 
 // ---- What is recorded ----
 
-std::string Secrets::Hide(std::string text) { return areHidden_ ? ByValue(ByName(text)) : text; }
+std::string Secrets::Hide(const std::string& text) { return areHidden_ ? ByValue(ByName(text)) : text; }
 
 std::string Secrets::HideHead(std::string_view raw) {
   if (!areHidden_) return std::string(raw);

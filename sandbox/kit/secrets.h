@@ -30,7 +30,7 @@ class Secrets {
 
   Head Hide(Head head);
   std::string HideHead(std::string_view raw);  // of a request or a reply
-  std::string Hide(std::string text);
+  std::string Hide(const std::string& text);
   std::shared_ptr<const Received> Hide(Store& store, const Head& head,
                                        std::shared_ptr<const Received> received);
   // The header lines are those of the message that has the body.

@@ -11,7 +11,7 @@ namespace velk::sandbox {
 
 using asio::ip::tcp;
 using boost::system::error_code;
-using Clock = std::chrono::steady_clock;
+using SteadyClock = std::chrono::steady_clock;
 
 Ending EndingOf(const error_code& error) {
   if (error == asio::ssl::error::stream_truncated) return Ending::kCut;
@@ -23,12 +23,12 @@ bool Upstream::CanServe(const Endpoint& endpoint) {
 }
 
 awaitable<std::string> Upstream::Open(asio::ssl::context& trust) {
-  const Clock::time_point start = Clock::now();
+  const SteadyClock::time_point start = SteadyClock::now();
   std::string why = co_await Connect();
   if (!why.empty()) co_return why;
-  connectTime_ = Clock::now() - start;
+  connectTime_ = SteadyClock::now() - start;
   if (endpoint_.secure) why = co_await StartTls(trust);
-  if (endpoint_.secure) tlsTime_ = Clock::now() - start - *connectTime_;
+  if (endpoint_.secure) tlsTime_ = SteadyClock::now() - start - *connectTime_;
   co_return why;
 }
 
