@@ -117,7 +117,7 @@ awaitable<void> Session::Serve() {
     if (tunnel_ && head->method == "CONNECT") throw Malformed("a CONNECT came inside of a tunnel");
     if (tunnel_ && !tunnel_->host.empty()) head->host = tunnel_->host;
     Arrival arrival{std::move(*head), tunnel_, connection_, upstream_, input_.HeadBegan(), kept};
-    Exchange exchange(stream_, input_, world_, std::move(arrival));
+    Exchange exchange(stream_, input_, world_, arrival);
     if (!co_await exchange.Serve()) co_return;
     kept = true;
     if (tunnel_ || !exchange.Opened()) continue;
