@@ -62,6 +62,15 @@ void KeepNewest(Queue& objects) {
   if (objects.size() > kMaxObjects) objects.pop_front();
 }
 
+// The object with that identifier; null if there is none. It searches from the end, where new ones are.
+template <typename Queue>
+auto FindNewest(const Queue& objects, std::string_view id) -> const typename Queue::value_type* {
+  for (auto object = objects.rbegin(); object != objects.rend(); ++object) {
+    if (object->id == id) return &*object;
+  }
+  return nullptr;
+}
+
 // For uploads and sign-ins that clients began and did not finish. Those of an order of age lose the oldest.
 template <typename Container>
 void LimitPending(Container& pending) {

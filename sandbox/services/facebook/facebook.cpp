@@ -171,8 +171,8 @@ json::object Facebook::State() const {
 
 std::optional<json::object> Facebook::Describe(const RecordId& id) const {
   if (id.first == "object") {
-    const auto object = std::ranges::find(objects_, id.second, &Object::id);
-    if (object != objects_.end()) return StateOf(*object);
+    const Object* const object = FindNewest(objects_, id.second);
+    if (object) return StateOf(*object);
   }
   if (id.first == "session") {
     const auto session = sessions_.find(id.second);

@@ -224,8 +224,8 @@ std::optional<json::object> Twitter::Describe(const RecordId& id) const {
     if (media != media_.end()) return StateOf(media->first, media->second);
   }
   if (id.first == "tweet") {
-    const auto tweet = std::ranges::find(tweets_, id.second, &Tweet::id);
-    if (tweet != tweets_.end()) return StateOf(*tweet);
+    const Tweet* const tweet = FindNewest(tweets_, id.second);
+    if (tweet) return StateOf(*tweet);
   }
   if (id.first == "signIn") {
     const auto pending = requestTokens_.find(id.second);

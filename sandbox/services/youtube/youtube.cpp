@@ -139,8 +139,8 @@ json::object Youtube::State() const {
 
 std::optional<json::object> Youtube::Describe(const RecordId& id) const {
   if (id.first == "video") {
-    const auto video = std::ranges::find(videos_, id.second, &Video::id);
-    if (video != videos_.end()) return StateOf(*video);
+    const Video* const video = FindNewest(videos_, id.second);
+    if (video) return StateOf(*video);
   }
   if (id.first == "session") {
     const auto session = sessions_.find(id.second);
