@@ -47,6 +47,14 @@ function askBeforeReset() {
   });
 }
 
+// The part of the URL after "#" is the view, which stays.
+function skipTheBar() {
+  document.querySelector('.skip').addEventListener('click', (event) => {
+    event.preventDefault();
+    byId('content').focus();
+  });
+}
+
 function showConnection(isOpen) {
   const element = byId('connection');
   element.classList.toggle('open', isOpen);
@@ -57,5 +65,6 @@ const scheduleCounts = onceAFrame(showCounts);
 for (const part of ['exchanges', 'objects', 'scripts', 'switches']) model.addEventListener(part, scheduleCounts);
 addEventListener('hashchange', showView);
 askBeforeReset();
+skipTheBar();
 showView();
 follow(model, showConnection);
