@@ -90,6 +90,7 @@ test('a slow reader misses events, and nobody waits for it', async () => {
   assert.equal((await sandbox.get('/totals')).requests >= 500, true);
   slow.socket.resume();
   await slow.next(/event: resync\n/);
+  await slow.next(/\n:\n/); // a sign of life: there is nothing more to send
   await request('access_token=later');
   await slow.next(/access_token=later/);
   slow.socket.destroy();
