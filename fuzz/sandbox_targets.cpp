@@ -16,8 +16,12 @@
 #include "kit/byte_strings.h"
 #include "kit/intake.h"
 #include "kit/request.h"
+#include "kit/secret_names.h"
+#include "kit/secrets.h"
+#include "kit/service_reason.h"
 #include "net/body.h"
 #include "net/head.h"
+#include "net/reply_head.h"
 #include "net/text.h"
 #include "services/facebook/fields.h"
 #include "services/lenient_json.h"
@@ -190,6 +194,17 @@ json::object CarriedByText(const json::object& bytes) {
   return FromText(text->as_object());
 }
 
+std::string WithoutSecrets(std::string_view text) {
+  std::string shown;
+  std::size_t copied = 0;
+  while (const auto secret = FindSecret(text, copied)) {
+    Demand(copied <= secret->begin && secret->begin < secret->end && secret->end <= text.size());
+    shown += std::string(text.substr(copied, secret->begin - copied)) + std::string(kHidden);
+    copied = secret->end;
+  }
+  return shown += text.substr(copied);
+}
+
 }  // namespace
 
 void SandboxHead(std::string_view input) {
@@ -292,6 +307,24 @@ void SandboxStrings(std::string_view input) {
     const json::object decoded = FromText({{"stringBase64", input}});
     Demand(Base64(decoded.at("string").as_string()) == input);
   } catch (const std::invalid_argument&) {
+  }
+}
+
+// A reply of a real service. What is hidden once has nothing left to hide.
+void SandboxReply(std::string_view input) {
+  const std::string shown = WithoutSecrets(input);
+  Demand(WithoutSecrets(shown) == shown);
+  const std::size_t end = std::min(input.find("\r\n\r\n"), input.size());
+  const std::string raw(input.substr(0, end));
+  const std::string body(input.substr(std::min(end + 4, input.size())));
+  try {
+    const ReplyHead head = ParseReplyHead(raw, "GET");
+    Demand(head.raw == raw && head.lines == HeaderLines(raw));
+    Demand(!head.chunked || (head.length == 0 && !head.endsWithConnection));
+    Demand(!ServiceReason(head, body).empty());
+    const auto content = Secrets(true).Hide(TemporaryStore(), head.lines, {body, body.size()});
+    Demand(content->IsKnown() || body.size() > 60'000 || !head.Header("Content-Encoding").empty());
+  } catch (const BadRequest&) {
   }
 }
 

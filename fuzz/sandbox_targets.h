@@ -1,4 +1,4 @@
-// The fuzz targets for the parsers of the sandbox, which read requests.
+// The fuzz targets for the parsers of the sandbox, which read requests and, in front of the real services, replies.
 #pragma once
 
 #include <string_view>
@@ -12,5 +12,6 @@ void SandboxQuery(std::string_view input);
 void SandboxJson(std::string_view input);
 void SandboxFields(std::string_view input);
 void SandboxStrings(std::string_view input);
+void SandboxReply(std::string_view input);
 
 }  // namespace velk::fuzz

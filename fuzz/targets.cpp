@@ -163,6 +163,7 @@ constexpr Target kTargets[] = {
     {"sandbox_query", SandboxQuery},
     {"sandbox_json", SandboxJson},
     {"sandbox_fields", SandboxFields},
+    {"sandbox_reply", SandboxReply},
     {"sandbox_strings", SandboxStrings},
 };
 

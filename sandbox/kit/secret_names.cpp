@@ -96,9 +96,9 @@ class ValueReader {
 
   // The same, for a value inside of an encoded string: it also ends at an encoded separator.
   std::size_t EndOfEncoded() const {
-    std::size_t end = EndAt(kFormStops);
-    for (const std::string_view stop : kEncodedStops) end = std::min(end, text_.find(stop, at_));
-    return end;
+    std::string_view value = text_.substr(at_, EndAt(kFormStops) - at_);
+    for (const std::string_view stop : kEncodedStops) value = value.substr(0, value.find(stop));
+    return at_ + value.size();
   }
 
  private:

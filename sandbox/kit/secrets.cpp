@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/json/parse.hpp>
 #include <functional>
+#include <system_error>
 
 #include "kit/multipart.h"
 #include "kit/secret_names.h"
@@ -48,17 +49,20 @@ void ForEachSecretMember(const json::value& value, const std::function<void(std:
 // The part of a form field's name=value pair that follows the equals sign.
 std::size_t ValueOfPair(std::string_view pair) { return std::min(pair.find('='), pair.size() - 1) + 1; }
 
-Content NewContent(Store& store, std::string_view bytes) {
-  Content content(store, Large::kCountOnly);
-  content.Append(bytes);
-  content.Finish();
-  return content;
-}
-
 Content CountedContent(Store& store, std::uint64_t size) {
   Content content(store, Large::kCountOnly);
   content.Count(size);
   return content;
+}
+
+// A full disk is no reason to break off what is only recorded.
+Content NewContent(Store& store, std::string_view bytes) try {
+  Content content(store, Large::kCountOnly);
+  content.Append(bytes);
+  content.Finish();
+  return content;
+} catch (const std::system_error&) {
+  return CountedContent(store, bytes.size());
 }
 
 // Whether what the sandbox can read of the body is the body itself.
@@ -84,12 +88,13 @@ std::string BoundaryOf(const std::vector<std::string>& lines) try {
 // ---- Known values ----
 
 void Secrets::Learn(std::string_view value) {
+  if (known_.size() >= kMostKnown) return;
   const std::string decoded = PercentDecode(value, true);
   const std::string forms[] = {std::string(value), decoded, PercentEncode(decoded),
                                PercentEncode(PercentEncode(decoded)), WithEscapedSlashes(decoded)};
   for (const std::string& form : forms) {
     const bool isNew = std::ranges::find(known_, form) == known_.end();
-    if (form.size() >= kShortestKnown && isNew && known_.size() < kMostKnown) known_.push_back(form);
+    if (form.size() >= kShortestKnown && isNew) known_.push_back(form);
   }
   std::ranges::sort(known_, std::greater(), &std::string::size);
 }
