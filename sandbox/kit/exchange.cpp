@@ -278,9 +278,9 @@ awaitable<bool> Exchange::Forward() {
   forwarding_.emplace(stream_, world_, head_, *script_, account_, upstream_);
   const std::string why = co_await forwarding_->Reach(isSecure_);
   if (!why.empty()) co_return co_await Refuse(why);
-  const auto first = co_await (forwarding_->RelayReply() || Feed());
+  const auto first = co_await (forwarding_->RelayReply() || Feed() || forwarding_->WaitUntilAbandoned());
   if (first.index() == 0) co_return co_await EndAs(std::get<0>(first));
-  co_return co_await EndAs(std::get<1>(first));
+  co_return co_await EndAs(first.index() == 1 ? std::get<1>(first) : Fed::kClientReset);
 }
 
 // Returns only when there is a reason not to wait for the reply any more.

@@ -19,6 +19,8 @@ using boost::system::system_error;
 
 constexpr auto kLongestConnect = 10s;
 constexpr auto kWatchInterval = 20ms;
+constexpr auto kIdleInterval = 100ms;
+constexpr auto kLongestIdle = 2000ms;
 constexpr std::size_t kPiece = 128 * 1024;
 
 Why Reason(std::string text) { return {std::move(text), {}}; }
@@ -41,6 +43,14 @@ awaitable<void> Forwarding::Wait(Timing::Clock::duration time) {
 
 awaitable<void> Forwarding::WaitUntilClientLeft() {
   while (!client_.IsGone()) co_await Wait(kWatchInterval);
+}
+
+awaitable<void> Forwarding::WaitUntilAbandoned() {
+  for (auto idle = 0ms; idle < kLongestIdle && client_.IsOpen();) {
+    const std::uint64_t before = sent_;
+    co_await Wait(kIdleInterval);
+    idle = client_.IsGone() && sent_ == before ? idle + kIdleInterval : 0ms;
+  }
 }
 
 // ---- The request ----
@@ -69,6 +79,7 @@ awaitable<void> Forwarding::Send(std::string_view raw) {
   if (takesNoMore_) co_return;
   try {
     co_await upstream_->Connection().Write(raw);
+    sent_ += raw.size();
   } catch (const system_error& error) {
     takesNoMore_ = true;
     wasReset_ = error.code() == asio::error::connection_reset;

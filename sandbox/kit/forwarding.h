@@ -37,6 +37,9 @@ class Forwarding {
 
   awaitable<Relayed> RelayReply();  // also waits for the end of the request, when the connection goes on
   awaitable<void> WaitUntilClientLeft();
+  // What a client sent before it left goes on to the service, as without a sandbox. Returns once the client
+  // has left and the service takes nothing for a while, or when the client's connection was dropped here.
+  awaitable<void> WaitUntilAbandoned();
 
  private:
   awaitable<Relayed> RelayWell();  // throws BadRequest for what is no reply
@@ -60,7 +63,8 @@ class Forwarding {
   Account& account_;
   std::unique_ptr<Upstream>& upstream_;
   bool takesNoMore_ = false;  // the service
-  bool wasReset_ = false;     // by the service, while the request was sent
+  std::uint64_t sent_ = 0;
+  bool wasReset_ = false;  // by the service, while the request was sent
   bool bodyHasEnded_ = false;
   bool hasReplied_ = false;
 

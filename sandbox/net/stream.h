@@ -49,7 +49,8 @@ class Stream : public std::enable_shared_from_this<Stream> {
   void ShrinkWindow();              // so that an unread body soon stops the sender
   void Drop();                      // ends every call in progress; callable from any thread
   void Abort();                     // RST at once
-  bool IsGone();                    // the peer ended the connection, or this end was dropped
+  bool IsOpen() { return Socket().is_open(); }
+  bool IsGone();  // the peer ended the connection, or this end was dropped
 
  private:
   awaitable<void> DiscardUntilEnd();

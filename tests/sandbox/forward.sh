@@ -2,6 +2,7 @@
 # Publishes through a sandbox that forwards to a second one, and runs tests of the library the same way.
 # Usage: forward.sh SANDBOX... -- TESTS...    (such as velk-sandbox -- wire_tests --gtest_filter=Youtube*)
 set -uo pipefail
+set -m # otherwise the shell would hide Ctrl-C from what runs in the background
 sandbox=()
 while [[ $1 != -- ]]; do
   sandbox+=("$1")
@@ -70,6 +71,22 @@ exports=$(request "$control/requests" "$control/har"; cat "$folder/front.errors"
 
 variables=(VELK_SANDBOX_PROXY="$front" VELK_SANDBOX_CONTROL="$(member control service)" VELK_SANDBOX_FORWARDS=1)
 env "${variables[@]}" "$@" || fail "$*"
+
+# Ctrl-C ends the front, even while the service reads nothing.
+request -o /dev/null "$(member control service)/scripts" -d '{"path": "/stall", "stopReadingAfter": 100}'
+head -c 30000000 /dev/zero >"$folder/large"
+curl -q -sS -x "$front" -T "$folder/large" http://graph.facebook.com/stall >/dev/null 2>&1 &
+for ((i = 0; i < 100; ++i)); do
+  [[ $(request "$control/requests?path=/stall&brief=1") =~ '"bodyReceived":'[1-9] ]] && break
+  sleep 0.1
+done
+front_process=${processes[-1]}
+kill -INT "$front_process"
+for ((i = 0; i < 50; ++i)); do
+  kill -0 "$front_process" 2>/dev/null || break
+  sleep 0.1
+done
+((i < 50)) || fail 'the front goes on after Ctrl-C'
 
 ((failures == 0)) && echo 'all passed'
 exit $((failures > 0))
