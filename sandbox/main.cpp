@@ -53,6 +53,7 @@ void WarnOfSecrets() {
       "and "
       "other secrets\n",
       stderr);
+  std::fflush(stderr);  // Windows buffers it in a file
 }
 
 int Program::Run() {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <boost/asio/experimental/awaitable_operators.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/system/system_error.hpp>
@@ -77,13 +76,16 @@ awaitable<void> Forwarding::SendHead() {
 
 awaitable<void> Forwarding::Send(std::string_view raw) {
   if (takesNoMore_) co_return;
+  isSending_ = true;
   try {
     co_await upstream_->Connection().Write(raw);
     sent_ += raw.size();
   } catch (const system_error& error) {
     takesNoMore_ = true;
-    wasReset_ = error.code() == asio::error::connection_reset;
+    wasReset_ = error.code() == asio::error::connection_reset ||
+                error.code() == asio::error::connection_aborted;  // so Windows calls a second one
   }
+  isSending_ = false;
 }
 
 // ---- The reply ----
@@ -115,8 +117,7 @@ awaitable<Relayed> Forwarding::RelayWell() {
 // Why the reply did not arrive as a whole. The system reports a reset once, to whatever sends or receives
 // next.
 awaitable<Relayed> Forwarding::WhenCut() {
-  co_await asio::post(co_await asio::this_coro::executor,
-                      asio::use_awaitable);  // what sends may know it already
+  for (int i = 0; i < 10 && isSending_; ++i) co_await Wait(10ms);
   const char* const where = head_ ? "inside its reply" : "before its reply";
   RecordReply();
   if (stopped_) co_return *stopped_;

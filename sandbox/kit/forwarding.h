@@ -64,6 +64,7 @@ class Forwarding {
   std::unique_ptr<Upstream>& upstream_;
   bool takesNoMore_ = false;  // the service
   std::uint64_t sent_ = 0;
+  bool isSending_ = false;
   bool wasReset_ = false;  // by the service, while the request was sent
   bool bodyHasEnded_ = false;
   bool hasReplied_ = false;

@@ -230,8 +230,12 @@ TEST_F(SandboxForward, AppliesScriptsInFrontOfTheService) {
   EXPECT_EQ(forwarder.Box().FiredFaults(unframed), std::vector<std::string>{"noContentLength"});
 }
 
-// A reset is an error of the next send or of the next receive, whichever comes first.
+// A reset is an error of the next send or of the next receive, whichever comes first. On Windows, the client
+// can take it for an orderly end when the send has reported it.
 CURLcode ResultOf(const HttpReply& reply) {
+#ifdef _WIN32
+  if (reply.result == CURLE_GOT_NOTHING) return CURLE_RECV_ERROR;
+#endif
   return reply.result == CURLE_SEND_ERROR ? CURLE_RECV_ERROR : reply.result;
 }
 
@@ -288,14 +292,14 @@ class SandboxForwardStream : public SandboxForward {
 };
 
 TEST_F(SandboxForwardStream, HoldsNoMoreThanAPiece) {
-  const TempFile video = TempFile::Sparse("video.mp4", 48'000'000);
+  const TempFile video = TempFile::Sparse("video.mp4", 24'000'000);
   Host host(video.Path());
   const auto before = MostMemory();
   EXPECT_EQ(CallNamed("StartYoutubeUploadFile").run(host), VELK_OK);
-  EXPECT_EQ(service.Requests().back().bodySize, 48'000'000U);
-  EXPECT_EQ(forwarder.Box().Newest().at("bodySize"), 48'000'000);
+  EXPECT_EQ(service.Requests().back().bodySize, 24'000'000U);
+  EXPECT_EQ(forwarder.Box().Newest().at("bodySize"), 24'000'000);
   const auto after = MostMemory();
-  EXPECT_LT(after.value_or(0) - before.value_or(0), 16 * 1024);
+  EXPECT_LT(after.value_or(0) - before.value_or(0), 8 * 1024);
 }
 
 TEST_F(SandboxForwardStream, KeepsProgressAndCancelUseful) {
@@ -389,7 +393,7 @@ TEST_F(SandboxForward, ShowsSecretsOnRequest) {
   Forwarder open(AddressOf(service), service.Certificate(), {"--show-secrets"});
   Send(open.Box(), {"GET", kGraph + "/me?access_token=accesstokenofauser"});
   EXPECT_THAT(open.Get("/requests"), HasSubstr("access_token=accesstokenofauser"));
-  EXPECT_THAT(open.Errors(), HasSubstr("warning: --show-secrets"));
+  EXPECT_THAT(open.ErrorsWith("warning"), HasSubstr("warning: --show-secrets"));
 }
 
 }  // namespace
