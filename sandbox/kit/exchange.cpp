@@ -288,7 +288,7 @@ awaitable<Exchange::Fed> Exchange::Feed() {
   try {
     co_await forwarding_->SendHead();
     const std::string held = std::exchange(held_, std::nullopt).value_or("");
-    co_await forwarding_->Send(held);
+    if (!held.empty()) co_await forwarding_->Send(held);
     co_await Receive(script_->stopReadingAfter);
   } catch (const BadRequest& bad) {
     refused_ = bad;

@@ -66,6 +66,8 @@ awaitable<std::string> Forwarding::Reach(bool secure) {
   const bool isLate = first.index() == 2;
   std::string why = isLate ? "no connection to " + request_.host + " within 10 s" : std::get<0>(first);
   if (!why.empty()) upstream_.reset();
+  if (upstream_) upstream_->Connection().UseBatches();
+  client_.UseBatches();
   co_return why;
 }
 

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <algorithm>
+#include <boost/asio/associated_cancellation_slot.hpp>
 #include <boost/asio/associated_executor.hpp>
 #include <boost/asio/async_result.hpp>
+#include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/bind_executor.hpp>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -30,6 +32,8 @@ class PacedSocket {
   executor_type get_executor() { return socket_.get_executor(); }
   lowest_layer_type& lowest_layer() { return socket_; }
 
+  bool IsSlow() const { return rate_ > 0; }
+
   template <typename Buffers, typename Token>
   auto async_read_some(const Buffers& buffers, Token&& token) {
     const auto start = [this](auto handler, asio::mutable_buffer to) {
@@ -51,13 +55,14 @@ class PacedSocket {
   void ReadLater(asio::mutable_buffer to, Handler handler) {
     const std::uint64_t bytes = std::clamp<std::uint64_t>(rate_ / 50, 1, 1024);
     const auto executor = asio::get_associated_executor(handler, get_executor());
+    const auto slot = asio::get_associated_cancellation_slot(handler);
     const asio::mutable_buffer part = asio::buffer(to, static_cast<std::size_t>(bytes));
     timer_.expires_after(std::chrono::microseconds(1'000'000 * bytes / rate_));
-    timer_.async_wait(asio::bind_executor(
-        executor, [this, part, handler = std::move(handler)](boost::system::error_code error) mutable {
-          if (error) return std::move(handler)(error, 0);
-          socket_.async_read_some(part, std::move(handler));
-        }));
+    auto read = [this, part, handler = std::move(handler)](boost::system::error_code error) mutable {
+      if (error) return std::move(handler)(error, 0);
+      socket_.async_read_some(part, std::move(handler));
+    };
+    timer_.async_wait(asio::bind_cancellation_slot(slot, asio::bind_executor(executor, std::move(read))));
   }
 
   asio::ip::tcp::socket socket_;

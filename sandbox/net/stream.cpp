@@ -22,6 +22,8 @@ using namespace std::chrono_literals;
 
 constexpr auto kLongestLinger = 10s;
 constexpr auto kLongestFlight = 2s;
+constexpr std::size_t kBatch = 128 * 1024;
+constexpr std::size_t kLargestRecord = 17 * 1024;
 
 }  // namespace
 
@@ -31,7 +33,7 @@ Stream::Stream(asio::ip::tcp::socket socket, std::uint64_t rate)
     : transport_(std::move(socket), rate), timer_(transport_.get_executor()) {}
 
 awaitable<void> Stream::AcceptTls(asio::ssl::context& context, std::string_view start) {
-  tls_.emplace(transport_, context);
+  tls_.emplace(batches_, context);
   co_await tls_->async_handshake(asio::ssl::stream_base::server, asio::buffer(start), use_awaitable);
 }
 
@@ -41,7 +43,7 @@ std::string Stream::RequestedHost() {
 }
 
 awaitable<void> Stream::ConnectTls(asio::ssl::context& context, const std::string& host) {
-  tls_.emplace(transport_, context);
+  tls_.emplace(batches_, context);
   SSL* const tls = tls_->native_handle();
   SSL_set_tlsext_host_name(tls, host.c_str());
   SSL_set_hostflags(tls, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
@@ -55,22 +57,42 @@ std::string Stream::WhyUntrusted() {
   return result == X509_V_OK ? std::string() : X509_verify_cert_error_string(result);
 }
 
+void Stream::UseBatches() {
+  if (isBatching_ || !tls_ || transport_.IsSlow()) return;
+  isBatching_ = true;
+  batches_.ReadAhead(kBatch);
+}
+
 awaitable<std::size_t> Stream::Read(std::span<char> to) {
+  if (tls_) co_return co_await ReadTls(to);
   error_code error;
-  const auto buffer = asio::buffer(to.data(), to.size());
-  auto token = asio::redirect_error(use_awaitable, error);
-  const std::size_t count = tls_ ? co_await tls_->async_read_some(buffer, token)
-                                 : co_await transport_.async_read_some(buffer, token);
+  const std::size_t count = co_await transport_.async_read_some(asio::buffer(to.data(), to.size()),
+                                                                asio::redirect_error(use_awaitable, error));
   if (error && error != asio::error::eof) throw boost::system::system_error(error);
+  co_return count;
+}
+
+// Reads on for as long as a whole record is there, so that no read waits.
+awaitable<std::size_t> Stream::ReadTls(std::span<char> to) {
+  std::size_t count = 0;
+  do {
+    error_code error;
+    const auto rest = asio::buffer(to.data() + count, to.size() - count);
+    count += co_await tls_->async_read_some(rest, asio::redirect_error(use_awaitable, error));
+    if (error && error != asio::error::eof) throw boost::system::system_error(error);
+  } while (batches_.BytesAhead() > kLargestRecord && count < to.size());
   co_return count;
 }
 
 awaitable<void> Stream::Write(std::string_view bytes) {
   const auto buffer = asio::buffer(bytes);
-  if (tls_)
-    co_await asio::async_write(*tls_, buffer, use_awaitable);
-  else
+  if (!tls_) {
     co_await asio::async_write(transport_, buffer, use_awaitable);
+    co_return;
+  }
+  if (isBatching_) batches_.Hold();
+  co_await asio::async_write(*tls_, buffer, use_awaitable);
+  if (isBatching_) co_await batches_.Flush();
 }
 
 awaitable<void> Stream::Sleep(Clock::duration time) {

@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 
+#include "net/batching_socket.h"
 #include "net/paced_socket.h"
 
 namespace velk::sandbox {
@@ -38,6 +39,7 @@ class Stream : public std::enable_shared_from_this<Stream> {
   // Verifies the peer's certificate and its host name. Sends nothing but the handshake before.
   awaitable<void> ConnectTls(asio::ssl::context& context, const std::string& host);
   std::string WhyUntrusted();  // empty when it was not the certificate that made the handshake fail
+  void UseBatches();           // for much that passes through; reads more from the socket than is requested
   awaitable<std::size_t> Read(std::span<char> to);  // returns 0 at the peer's orderly end
   awaitable<void> Write(std::string_view bytes);
   awaitable<void> Sleep(std::chrono::steady_clock::duration time);
@@ -53,13 +55,16 @@ class Stream : public std::enable_shared_from_this<Stream> {
   bool IsGone();  // the peer ended the connection, or this end was dropped
 
  private:
+  awaitable<std::size_t> ReadTls(std::span<char> to);
   awaitable<void> DiscardUntilEnd();
 
   asio::ip::tcp::socket& Socket() { return transport_.lowest_layer(); }
 
   PacedSocket transport_;
   asio::steady_timer timer_;
-  std::optional<asio::ssl::stream<PacedSocket&>> tls_;
+  BatchingSocket batches_{transport_};
+  bool isBatching_ = false;
+  std::optional<asio::ssl::stream<BatchingSocket&>> tls_;
 };
 
 }  // namespace velk::sandbox
