@@ -1,4 +1,5 @@
-// The fuzz targets for the parsers of the sandbox, which read requests and, in front of the real services, replies.
+// The fuzz targets for the parsers of the sandbox, which read requests and, in front of the real services,
+// replies.
 #pragma once
 
 #include <string_view>
