@@ -14,7 +14,7 @@
 namespace velk::sandbox {
 
 // Holds the newest events, for all watchers together. A slow one makes nobody wait, and needs no memory of
-// its own: it misses events, and is told so.
+// its own: it misses events, and a resync event reports that.
 class Events {
  public:
   Events();

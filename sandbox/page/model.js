@@ -1,4 +1,4 @@
-// What the page knows of the sandbox. Views read it, and are told when a part of it has changed.
+// What the page knows of the sandbox. Views read it, and are notified when a part of it changes.
 
 /** The names of the services, in the order in which they are shown. */
 export const kServices = { facebook: 'Facebook', twitter: 'Twitter', youtube: 'YouTube' };
@@ -17,7 +17,7 @@ export class Model extends EventTarget {
   switches = {};
   #serviceOfHost = new Map();
 
-  /** Tells the views that a part has changed. */
+  /** Notifies the views that a part has changed. */
   changed(part) {
     this.dispatchEvent(new Event(part));
   }

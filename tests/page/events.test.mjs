@@ -43,7 +43,7 @@ const request = async (query) => {
   for await (const _ of socket);
 };
 
-test('a new reader is told to fetch everything, and then gets what happens', async () => {
+test('a new reader is asked to fetch everything, and then gets what happens', async () => {
   const { socket, next } = read();
   await next(/event: resync\n/);
   await request('access_token=first');
