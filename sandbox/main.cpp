@@ -16,6 +16,7 @@
 #include "kit/script_docs.h"
 #include "kit/world.h"
 #include "net/platform.h"
+#include "net/standard_error.h"
 #include "services/all_services.h"
 
 namespace velk::sandbox {
@@ -48,12 +49,9 @@ class Program {
 };
 
 void WarnOfSecrets() {
-  std::fputs(
+  PrintError(
       "velk-sandbox: warning: --show-secrets: the journal, its exports and this terminal show access tokens "
-      "and "
-      "other secrets\n",
-      stderr);
-  std::fflush(stderr);  // Windows buffers it in a file
+      "and other secrets");
 }
 
 int Program::Run() {
@@ -82,7 +80,7 @@ bool Program::StartCommand() try {
   command_.emplace(context_, world_.options.command, added, removed, [this](int status) { Stop(status); });
   return true;
 } catch (const std::system_error& error) {
-  std::fprintf(stderr, "velk-sandbox: %s\n", error.what());
+  PrintError(std::string("velk-sandbox: ") + error.what());
   return false;
 }
 
@@ -122,10 +120,10 @@ int main(int count, char** values) {
     std::fputs(options.describesScripts ? ScriptTable().c_str() : options.help.c_str(), stdout);
     return 0;
   } catch (const UsageError& error) {
-    std::fprintf(stderr, "velk-sandbox: %s; --help lists the options\n", error.what());
+    PrintError(std::string("velk-sandbox: ") + error.what() + "; --help lists the options");
     return kUsageError;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "velk-sandbox: %s\n", error.what());
+    PrintError(std::string("velk-sandbox: ") + error.what());
     return 1;
   }
 }

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
+#include <string>
 #include <utility>
+
+#include "net/standard_error.h"
 
 namespace velk::sandbox {
 namespace {
@@ -107,9 +109,8 @@ void Account::Complete() {
   EndPhase(Phase::kReply);
   if (!world_.options.verbose) return;
   const bool isConnect = entry_->head.method == "CONNECT";
-  std::fprintf(stderr, "%s %s%s (%llu bytes) -> %d\n", entry_->head.method.c_str(), entry_->head.host.c_str(),
-               isConnect ? "" : entry_->head.target.c_str(),
-               static_cast<unsigned long long>(entry_->bodyReceived), entry_->status.load());
+  PrintError(entry_->head.method + ' ' + entry_->head.host + (isConnect ? "" : entry_->head.target) + " (" +
+             std::to_string(entry_->bodyReceived) + " bytes) -> " + std::to_string(entry_->status));
 }
 
 std::string Account::ScriptWhy(int status) const {
@@ -123,6 +124,8 @@ std::string Account::ScriptWhy(int status) const {
 // over, so that it names every fault. A client that left is no refusal, but the reader of the journal
 // wonders.
 void Account::Conclude() {
+  if (!isComplete_)
+    EndPhase(lastPhase_ == Phase::kHead ? Phase::kBody : Phase{static_cast<int>(lastPhase_) + 1});
   const int status = entry_->status;
   std::string reason = entry_->Snapshot().why.text;
   const bool explains = script_->IsPosted() && (!script_->passThrough || reason.empty());
@@ -132,8 +135,8 @@ void Account::Conclude() {
                       : "the client ended the connection after " + std::to_string(entry_->bodyReceived) +
                             " bytes of the body";
   } else if (!reason.empty()) {
-    std::fprintf(stderr, "velk-sandbox: %d %s %s: %s\n", status, OneLine(entry_->head.method).c_str(),
-                 OneLine(entry_->Url().substr(0, entry_->Url().find('?'))).c_str(), OneLine(reason).c_str());
+    PrintError("velk-sandbox: " + std::to_string(status) + ' ' + OneLine(entry_->head.method) + ' ' +
+               OneLine(entry_->Url().substr(0, entry_->Url().find('?'))) + ": " + OneLine(reason));
   }
   entry_->Update([&](Progress& progress) { progress.why.text = reason; });
   entry_->ended = true;

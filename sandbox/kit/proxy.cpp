@@ -3,7 +3,6 @@
 #include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/asio/ssl/error.hpp>
 #include <boost/system/system_error.hpp>
-#include <cstdio>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -13,6 +12,7 @@
 #include "kit/failure.h"
 #include "kit/why.h"
 #include "net/input.h"
+#include "net/standard_error.h"
 
 namespace velk::sandbox {
 namespace {
@@ -54,7 +54,7 @@ awaitable<std::optional<Head>> Session::ReadHead() {
   try {
     co_return co_await input_.ReadHead();
   } catch (const BadRequest& bad) {
-    std::fprintf(stderr, "velk-sandbox: %d: %s\n", bad.status, OneLine(bad.why).c_str());
+    PrintError("velk-sandbox: " + std::to_string(bad.status) + ": " + OneLine(bad.why));
     throw;
   }
 }
@@ -83,8 +83,7 @@ awaitable<void> Session::AcceptTls(asio::ssl::context& context, std::string_view
     co_await stream_.AcceptTls(context, start);
   } catch (const boost::system::system_error& error) {
     if (error.code().category() == asio::error::get_ssl_category()) {
-      std::fprintf(stderr, "velk-sandbox: %s: the TLS handshake failed: %s\n", tunnel_->host.c_str(),
-                   error.code().message().c_str());
+      PrintError("velk-sandbox: " + tunnel_->host + ": the TLS handshake failed: " + error.code().message());
     }
     throw;
   }

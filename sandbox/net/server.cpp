@@ -6,9 +6,9 @@
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/system/system_error.hpp>
-#include <cstdio>
 
 #include "net/platform.h"
+#include "net/standard_error.h"
 
 namespace velk::sandbox {
 
@@ -66,7 +66,7 @@ awaitable<void> Server::Run(std::shared_ptr<Stream> stream) {
   } catch (const boost::system::system_error&) {
     // Clients come and go as they please.
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "velk-sandbox: a connection failed: %s\n", error.what());
+    PrintError(std::string("velk-sandbox: a connection failed: ") + error.what());
   }
   const std::lock_guard lock(mutex_);
   connections_.erase(stream);
