@@ -62,6 +62,7 @@ void Account::SetReceived(const Head& head, std::shared_ptr<const Received> rece
 
 std::string Account::SetReply(std::string_view head, const BodyText& body) {
   std::shared_ptr<const Content> content;
+  const std::string shownHead = secrets_.HideHead(head);  // first, since the body can repeat its secrets
   if (world_.upstreams) {
     content = secrets_.Hide(world_.store, HeaderLines(head), body);
   } else {
@@ -71,7 +72,7 @@ std::string Account::SetReply(std::string_view head, const BodyText& body) {
     whole.Finish();
     content = std::make_shared<Content>(std::move(whole));
   }
-  entry_->Update([&](Progress& progress) { progress.reply = {secrets_.HideHead(head), content}; });
+  entry_->Update([&](Progress& progress) { progress.reply = {shownHead, content}; });
   return content->Load();
 }
 
@@ -109,8 +110,8 @@ void Account::Complete() {
   EndPhase(Phase::kReply);
   if (!world_.options.verbose) return;
   const bool isConnect = entry_->head.method == "CONNECT";
-  PrintError(entry_->head.method + ' ' + entry_->head.host + (isConnect ? "" : entry_->head.target) + " (" +
-             std::to_string(entry_->bodyReceived) + " bytes) -> " + std::to_string(entry_->status));
+  PrintError(entry_->head.method + ' ' + OneLine(entry_->head.host + (isConnect ? "" : entry_->head.target)) +
+             " (" + std::to_string(entry_->bodyReceived) + " bytes) -> " + std::to_string(entry_->status));
 }
 
 std::string Account::ScriptWhy(int status) const {

@@ -162,6 +162,15 @@ std::string Content::Load() const {
 
 std::string Content::Text() const { return size_ <= kLargestText ? Load() : std::string(); }
 
+std::string Content::Beginning(std::size_t most) const {
+  if (InMemory() || path_.empty()) return bytes_.substr(0, most);
+  std::string bytes(static_cast<std::size_t>(std::min<std::uint64_t>(most, size_)), '\0');
+  std::ifstream file(path_, std::ios::binary);
+  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  return bytes;
+}
+
 // What a sandbox that was killed left in the spool is of no use any more.
 Store::Store(const fs::path& folder, bool countOnly)
     : folder_(folder.empty() ? TemporaryFolder() : fs::absolute(folder)),

@@ -71,6 +71,7 @@ class Content {
   std::string File() const;                            // its file's path in UTF-8; empty without a file
   std::string Load() const;  // all bytes, from wherever they are; empty for what was only hashed or counted
   std::string Text() const;  // the same, but empty for more than 1 MiB
+  std::string Beginning(std::size_t most) const;  // the first bytes, as far as they are known
 
  private:
   friend class Store;

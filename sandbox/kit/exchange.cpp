@@ -49,8 +49,8 @@ void Exchange::Record() {
   if (!opens) account_.Publish();
 }
 
-void Exchange::ChooseByBody() {
-  script_ = world_.scripts.Take({Request(), kept_, received_.get()});
+void Exchange::ChooseByBody(const Received* received) {
+  script_ = world_.scripts.Take({Request(), kept_, received});
   account_.Apply(script_);
 }
 
@@ -61,6 +61,8 @@ awaitable<bool> Exchange::Serve() {
   if (!why.empty()) co_return co_await Refuse(why);
   if (script_->AwaitsBody()) co_await HoldBody();
   if (script_->passThrough) co_return co_await Forward();
+  held_.reset();
+  if (!received_) co_return co_await ServeHere();
   const bool goesOn = co_await Respond();
   if (!goesOn) co_await stream_.End();
   co_return goesOn;
@@ -68,10 +70,10 @@ awaitable<bool> Exchange::Serve() {
 
 awaitable<bool> Exchange::ServeHere() {
   const bool readsBody = !script_->answerEarly || script_->stopReadingAfter;
-  if (Request().expectsContinue && readsBody) co_await stream_.Write(kContinue);
+  if (Request().expectsContinue && readsBody && !intake_) co_await stream_.Write(kContinue);
   if (script_->answerEarly) co_return co_await ServeEarly();
   co_await Receive(script_->stopReadingAfter);
-  if (received_ && script_->AwaitsBody()) ChooseByBody();
+  if (received_ && script_->AwaitsBody()) ChooseByBody(received_.get());
   if (!received_) {
     account_.Fire("stopReadingAfter");
     PassPartOn();
@@ -99,7 +101,8 @@ std::size_t Exchange::PieceSize(std::optional<std::uint64_t> limit) const {
   std::uint64_t size = kLargestPiece;
   const std::uint64_t rate = script_->readSlowly;
   if (rate > 0) size = std::clamp<std::uint64_t>(rate / 20, 1, size);
-  if (limit) size = std::min(size, *limit - account_.BodyReceived());
+  // A script that was chosen late can state less than what has arrived.
+  if (limit) size = std::min(size, *limit - std::min(*limit, account_.BodyReceived()));
   return static_cast<std::size_t>(size);
 }
 
@@ -254,14 +257,20 @@ void Exchange::NoteTunnel(const Reply& reply) {
 bool Exchange::IsForwarded() const { return world_.upstreams && !IsConnect() && script_->passThrough; }
 
 // A script that depends on the body can replace what the service would reply, so the service gets nothing
-// before the script is chosen. A body that is too large for memory goes on without one.
+// before the script is chosen. A body that is too large for memory fits none of these scripts, and the ones
+// after them apply.
 awaitable<void> Exchange::HoldBody() {
   if (Request().expectsContinue) co_await stream_.Write(kContinue);
   held_.emplace();
   while (!body_.Complete() && held_->size() < kLargestInMemory) co_await ReceivePiece(kLargestInMemory);
-  if (!body_.Complete()) co_return;
-  co_await Receive(std::nullopt);
-  ChooseByBody();
+  if (body_.Complete()) {
+    co_await Receive(std::nullopt);
+    co_return ChooseByBody(received_.get());
+  }
+  Content unread(world_.store, Large::kCountOnly);
+  unread.Count(kLargestInMemory + 1);
+  const Received tooLarge{std::move(unread), {}};
+  ChooseByBody(&tooLarge);
 }
 
 // The body of the request remains unread.

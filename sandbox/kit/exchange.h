@@ -34,7 +34,7 @@ class Exchange {
   const Head& Request() const { return head_; }
   bool IsConnect() const { return Request().method == "CONNECT"; }
   void Record();
-  void ChooseByBody();
+  void ChooseByBody(const Received* received);
   Intake& Body();
   awaitable<void> Receive(std::optional<std::uint64_t> limit);
   awaitable<void> ReceivePiece(std::size_t size);

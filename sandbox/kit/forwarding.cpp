@@ -12,6 +12,9 @@
 namespace velk::sandbox {
 namespace {
 
+constexpr char kNotShown[] =
+    "the service's reply is compressed or larger than 64 KiB, so that its reason is not shown";
+
 using namespace asio::experimental::awaitable_operators;
 using namespace std::chrono_literals;
 using boost::system::system_error;
@@ -108,6 +111,7 @@ awaitable<Relayed> Forwarding::RelayWell() {
   } while (head.IsInterim());
   if (!co_await RelayBody(head)) co_return co_await WhenCut();
   account_.Complete();
+  isWhole_ = true;
   RecordReply();
   if (script_.reset) account_.Fire("reset");
   if (script_.reset) co_return Relayed::kReset;
@@ -236,7 +240,10 @@ void Forwarding::Keep(std::string_view content) {
 void Forwarding::RecordReply() {
   if (!head_) return;
   const std::string shown = account_.SetReply(head_->raw, kept_);
-  if (IsRefusal(head_->status)) account_.Explain(Reason(ServiceReason(*head_, shown)));
+  const bool isShown = !shown.empty() || kept_.size == 0;
+  // Of a reply that was cut before its body, nobody knows whether it has a reason.
+  if (IsRefusal(head_->status) && (isWhole_ || kept_.size > 0))
+    account_.Explain(Reason(isShown ? ServiceReason(*head_, shown) : kNotShown));
   head_.reset();
 }
 

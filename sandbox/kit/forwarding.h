@@ -68,6 +68,7 @@ class Forwarding {
   bool wasReset_ = false;  // by the service, while the request was sent
   bool bodyHasEnded_ = false;
   bool hasReplied_ = false;
+  bool isWhole_ = false;  // the reply was relayed up to its end
 
   std::optional<ReplyHead> head_;       // once it is known
   BodyText kept_;                       // of the reply's body

@@ -151,6 +151,20 @@ json::object HarEntry(const NumberedEntry& numbered) {
   return object;
 }
 
+// What the format does not define has a name that starts with an underscore.
+json::value WithMarkedNames(json::value value) {
+  if (value.is_array()) {
+    for (json::value& element : value.get_array()) element = WithMarkedNames(std::move(element));
+  }
+  if (!value.is_object()) return value;
+  json::object marked;
+  for (auto& [key, member] : value.get_object()) {
+    const std::string name(key);
+    marked[name.ends_with("Base64") ? '_' + name : name] = WithMarkedNames(std::move(member));
+  }
+  return marked;
+}
+
 }  // namespace
 
 // One by one, as Journal::ToJson does.
@@ -161,7 +175,7 @@ std::string ToHar(const Journal& journal) {
   for (const NumberedEntry& numbered : journal.Entries()) {
     if (!isFirst) text += ',';
     isFirst = false;
-    text += json::serialize(ToText(HarEntry(numbered)));
+    text += json::serialize(WithMarkedNames(ToText(HarEntry(numbered))));
   }
   return text += "]}}";
 }

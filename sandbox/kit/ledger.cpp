@@ -86,6 +86,7 @@ void Ledger::Fail() const {
 
 std::vector<LedgerRecord> Ledger::Load() const {
   Fold fold;
+  if (!fs::exists(path_)) return {};
   std::ifstream file(path_, std::ios::binary);
   std::string line;
   for (std::size_t number = 1; std::getline(file, line) && !file.eof(); ++number) {
@@ -96,6 +97,8 @@ std::vector<LedgerRecord> Ledger::Load() const {
     }
     fold.Apply(*changes);
   }
+  // A file that cannot be read must not count as an empty one: the start then writes it anew.
+  if (!file.is_open() || file.bad()) throw std::runtime_error("cannot read " + ToUtf8(path_));
   return fold.Take();
 }
 

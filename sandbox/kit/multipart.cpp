@@ -55,6 +55,12 @@ std::optional<std::string> FormBoundary(std::string_view contentType) {
   return boundary;
 }
 
+std::string PartName(std::string_view headers) try {
+  return HeaderParameter(HeaderValue(headers, "\r\n", "Content-Disposition"), "name");
+} catch (const BadRequest&) {
+  return {};
+}
+
 MultipartParser::MultipartParser(Store& store, const std::string& boundary)
     : store_(store), delimiter_("\n--" + boundary) {}
 

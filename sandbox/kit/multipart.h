@@ -20,6 +20,7 @@ struct FormPart {
 
 // The boundary of a multipart content type: form-data, related and mixed. None for any other type.
 std::optional<std::string> FormBoundary(std::string_view contentType);
+std::string PartName(std::string_view headers);  // of a part; empty if they state none
 
 // Lines end with CRLF. Some clients end them with LF alone. The first delimiter states which of both holds.
 class MultipartParser {

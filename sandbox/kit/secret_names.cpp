@@ -11,9 +11,10 @@ namespace {
 constexpr std::size_t kNone = std::string_view::npos;
 
 // The last part of a name suffices, so that client_secret, appSecret and oauth_token_secret are in the list.
-constexpr std::string_view kEndings[] = {
-    "token",  "secret",    "signature", "verifier", "password",      "_proof",         "api_key",
-    "apikey", "assertion", "upload_id", "cookie",   "authorization", "signed_request", "formdataupload"};
+constexpr std::string_view kEndings[] = {"token",         "secret",         "signature",     "verifier",
+                                         "password",      "_proof",         "api_key",       "apikey",
+                                         "assertion",     "upload_id",      "uploadid",      "cookie",
+                                         "authorization", "signed_request", "formdataupload"};
 
 // These are too short for that. `isAlsoNumber`: as a number, it is something else, such as the code of an
 // error.
@@ -21,7 +22,8 @@ struct WholeName {
   std::string_view name;
   bool isAlsoNumber = false;
 };
-constexpr WholeName kWholeNames[] = {{"pin"}, {"sig"}, {"jwt"}, {"code", true}, {"key", true}};
+constexpr WholeName kWholeNames[] = {{"pin"},       {"sig"},         {"jwt"},        {"device_code"},
+                                     {"user_code"}, {"session_key"}, {"code", true}, {"key", true}};
 
 enum class Kind { kNo, kSecret, kSecretText };  // the value of the last kind has quotes, or is in a form
 
@@ -29,7 +31,7 @@ enum class Kind { kNo, kSecret, kSecretText };  // the value of the last kind ha
 constexpr std::string_view kQuotes[] = {"\\\\\\\"", "\\\"",   "%5C%22", "%2522", "%22",
                                         "%27",      "&quot;", "\"",     "'"};
 constexpr std::string_view kEquals[] = {"=", "%3D"};
-constexpr std::string_view kColons[] = {":", "%3A"};
+constexpr std::string_view kColons[] = {":", "%3A", "%253A"};
 constexpr std::string_view kTwiceEncodedEquals[] = {"%253D"};
 constexpr std::string_view kSlashes[] = {"/", "\\/"};
 

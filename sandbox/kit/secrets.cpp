@@ -155,17 +155,15 @@ std::string Secrets::ByNameInForm(std::string_view body) {
 
 // The parts are between delimiters. The name of a part is in its head, before the first empty line.
 std::string Secrets::ByNameInParts(std::string_view body, const std::string& boundary) {
-  static constexpr std::string_view kName = "name=\"";
   const std::string delimiter = "--" + boundary;
   std::string shown;
   while (!body.empty()) {
     const std::string_view part = body.substr(0, body.find(delimiter, delimiter.size()));
     body.remove_prefix(part.size());
     const std::size_t content = part.find("\r\n\r\n");
-    const std::size_t name = part.substr(0, content).find(kName);
-    const std::size_t begin = name + kName.size();
-    const bool isSecret = content != std::string_view::npos && name != std::string_view::npos &&
-                          IsSecretName(part.substr(begin, part.find('"', begin) - begin));
+    const std::size_t head = part.find("\r\n") + 2;  // after the delimiter
+    const bool isSecret = content != std::string_view::npos && content >= head &&
+                          IsSecretName(PartName(part.substr(head, content - head)));
     if (!isSecret) {
       shown += ByName(part);
       continue;

@@ -24,8 +24,11 @@ std::string ToUtf8(const fs::path& path) { return path.string(); }
 
 void CreatePrivateFolder(const fs::path& path) {
   if (path.has_parent_path() && !fs::exists(path.parent_path())) CreatePrivateFolder(path.parent_path());
-  if (::mkdir(path.c_str(), S_IRWXU) != 0 && !fs::is_directory(path))
-    ThrowError("cannot create the folder " + path.string());
+  if (::mkdir(path.c_str(), S_IRWXU) == 0) return;
+  const int error = errno;  // the next call changes it
+  std::error_code ignored;
+  if (!fs::is_directory(path, ignored))
+    throw std::system_error(error, std::generic_category(), "cannot create the folder " + path.string());
 }
 
 std::FILE* CreatePrivateFile(const fs::path& path) {

@@ -65,6 +65,9 @@ expect 'option without its value' 2 '--store' --store
 expect 'no command' 2 'no command after --' --
 expect 'unknown command' 127 'no-such-program' -- no-such-program
 expect 'store that is a file' 1 'cannot create the folder .*file' --port 0 --control-port 0 --store "$folder/file"
+[[ -n $windows ]] || # where not even root can create a folder
+  expect 'store that cannot be created' 1 '/sys/store: (Operation not permitted|Permission denied|Read-only)' \
+    --port 0 --control-port 0 --store /sys/store
 cp "$folder/file" "$folder/ca.pem"
 expect 'authority without a key' 1 'ca-key.pem' --port 0 --control-port 0 --ca-dir "$folder"
 cp "$folder/file" "$folder/ca-key.pem"
@@ -107,6 +110,13 @@ readable=$(find "$folder/store" "$folder/authority" -perm "/$others")
 stop
 [[ ! -e $folder/store/spool ]] || fail 'the spool was left'
 cmp -s "$folder/video" "$folder"/store/video-* || fail 'the video was not kept'
+
+# A file that cannot be read is not taken for an empty one. A folder in its place fails for every user.
+mv "$folder/store/state.jsonl" "$folder/state.kept"
+mkdir "$folder/store/state.jsonl"
+expect 'records that cannot be read' 1 'cannot read .*state.jsonl' --port 0 --control-port 0 --store "$folder/store"
+rmdir "$folder/store/state.jsonl"
+mv "$folder/state.kept" "$folder/store/state.jsonl"
 
 start --port 0 --control-port 0 --ca-dir "$folder/authority"
 request "$(member control)/ca.pem" | cmp -s - "$folder/first.pem" || fail 'the authority was not kept'

@@ -212,6 +212,9 @@ TEST_F(SandboxForward, AppliesScriptsInFrontOfTheService) {
   EXPECT_TRUE(service.Requests().empty());
 
   forwarder.Box().Add({.withForm = {{"message", "hello"}}, .status = 418});
+  forwarder.Box().Add({.path = "/large", .status = 419});
+  EXPECT_EQ(Send(forwarder.Box(), {"POST", kGraph + "/large", {}, std::string(200'000, 'x')}).status, 419)
+      << "a script after one that compares the body";
   HttpRequest other = request;
   other.body = "access_token=t&message=other";
   EXPECT_EQ(Send(forwarder.Box(), other).status, 200)
@@ -225,6 +228,15 @@ TEST_F(SandboxForward, AppliesScriptsInFrontOfTheService) {
     const json::value times = forwarder.Box().Newest().at("times");
     return times.as_object().contains("reply") && times.at("reply").to_number<double>() >= 60;
   }));
+  service.Add({.status = 413, .body = "big"});
+  forwarder.Box().Add({.passThrough = true, .cutAfter = 10});
+  HttpRequest cut = request;
+  cut.mayFail = true;
+  Send(forwarder.Box(), cut);
+  EXPECT_THAT(forwarder.Reason(), HasSubstr("cutAfter")) << "not that the service gave no reason";
+  service.Add({.status = 413, .headers = {"Content-Encoding: gzip"}, .body = "packed"});
+  Send(forwarder.Box(), request);
+  EXPECT_THAT(forwarder.Reason(), HasSubstr("compressed"));
   const int unframed = forwarder.Box().Add({.passThrough = true, .noContentLength = true});
   EXPECT_THAT(Send(forwarder.Box(), request).head, Not(HasSubstr("Content-Length")));
   EXPECT_EQ(forwarder.Box().FiredFaults(unframed), std::vector<std::string>{"noContentLength"});
@@ -387,6 +399,17 @@ TEST_F(SandboxForwardStream, ShowsNoSecretOfAnyCall) {
   secrets.insert({"accesstokenofauser", "sec&ret", "sec%26ret", "ck-secret", "7-tk", "1234567"});
   for (const std::string& secret : secrets) EXPECT_THAT(shown, Not(HasSubstr(secret)));
   EXPECT_THAT(shown, HasSubstr("…"));
+}
+
+TEST_F(SandboxForward, HidesInABodyWhatTheHeadNames) {
+  service.Add({.status = 302,
+               .headers = {"Location: https://www.googleapis.com/?upload_id=longsecret"},
+               .body = "moved to longsecret"});
+  Send(forwarder.Box(), {"GET", kGraph + "/x"});
+  EXPECT_TRUE(forwarder.Box().WaitFor(
+      [this](const auto&) { return forwarder.Box().Newest().at("ended").as_bool(); }));
+  EXPECT_THAT(forwarder.Get("/requests"), HasSubstr("moved to …"));
+  EXPECT_THAT(forwarder.Get("/requests"), Not(HasSubstr("longsecret")));
 }
 
 TEST_F(SandboxForward, ShowsSecretsOnRequest) {

@@ -73,6 +73,21 @@ TEST_F(SandboxScriptControl, ComparesFieldsOfAnyBody) {
   EXPECT_EQ(Send(sandbox, {"POST", kFeed, {kForm}, "message=n"}).status, 400);
 }
 
+TEST_F(SandboxScriptControl, ComparesTheStartOfLargeBodies) {
+  const std::string form =
+      "--b\r\nContent-Disposition: form-data; name=\"message\"\r\n\r\nneedle\r\n--b\r\n"
+      "Content-Disposition: form-data; name=\"source\"; filename=\"a\"\r\n\r\n" +
+      std::string(100'000, 'x') + "\r\n--b--\r\n";
+  sandbox.Add({.withBody = "needle", .times = 0, .status = 555});
+  EXPECT_EQ(
+      Send(sandbox, {"POST", "graph.facebook.com/x", {}, "needle" + std::string(2'000'000, 'x')}).status,
+      555);
+  EXPECT_EQ(
+      Send(sandbox, {"POST", "graph.facebook.com/x", {"Content-Type: multipart/form-data; boundary=b"}, form})
+          .status,
+      555);
+}
+
 TEST_F(SandboxScriptControl, KeepsTheOrderWhenABodyDecides) {
   sandbox.Add({.withBody = "first", .status = 551});
   sandbox.Add({.status = 552});

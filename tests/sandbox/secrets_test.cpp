@@ -38,6 +38,11 @@ TEST(Secrets, AreFoundByTheirNamesInEveryForm) {
       {"encoded twice", "/?u=%252F%253Faccess_token%253Dabc%2526x", "/?u=%252F%253Faccess_token%253D…%2526x"},
       {"encoded JSON", "batch=%7B%22access_token%22%3A%22abc%22%7D",
        "batch=%7B%22access_token%22%3A%22…%22%7D"},
+      {"JSON that is encoded twice", "/?p=%257B%2522access_token%2522%253A%2522abc%2522%257D",
+       "/?p=%257B%2522access_token%2522%253A%2522…%2522%257D"},
+      {"code of a device", "device_code=abc&x=y", "device_code=…&x=y"},
+      {"session of an upload, as Google's header", R"({"X-GUploader-UploadID": "abc"})",
+       R"({"X-GUploader-UploadID": "…"})"},
       {"XML", "<url>u</url><token>abc</token>", "<url>u</url><token>…</token>"},
       {"PIN in HTML", "<p><code>1234567</code>", "<p><code>…</code>"},
       {"input in HTML", R"(<input name="oauth_token" value="abc">)",
@@ -110,6 +115,10 @@ TEST_F(SecretBodies, AreReadAsWhatTheyAre) {
                   "Content-Disposition: form-data; name=\"text\"\r\n\r\nt\r\n--b--\r\n"),
             "--b\r\nContent-Disposition: form-data; name=\"access_token\"\r\n\r\n…\r\n--b\r\n"
             "Content-Disposition: form-data; name=\"text\"\r\n\r\nt\r\n--b--\r\n");
+  EXPECT_EQ(
+      Shown(parts,
+            "--b\r\nContent-Disposition: form-data; filename=\"f\"; name=pin\r\n\r\n1234567\r\n--b--\r\n"),
+      "--b\r\nContent-Disposition: form-data; filename=\"f\"; name=pin\r\n\r\n…\r\n--b--\r\n");
   EXPECT_EQ(Shown("Content-Encoding: gzip\r\n", "packed"), "counted") << "it can contain secrets";
   EXPECT_EQ(Shown("", std::string(70'000, 'x')), "counted");
 }
