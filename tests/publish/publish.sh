@@ -88,6 +88,13 @@ state '"message":"--help"' '--help'
 
 # ---- Credentials
 
+printf '\xef\xbb\xbfexpired\r\n' >marked
+expect 'token after a byte order mark' 3 '' 'VELK_TOKEN_REJECTED' facebook me --token-file marked
+printf '\xef\xbb\xbf[facebook]\r\ntoken = "a"\r\n' >marked.conf
+expect 'configuration after a byte order mark' 0 'Velk' '' --config marked.conf facebook me
+printf '\xff\xfea\0\r\0\n\0' >wide
+expect 'token in UTF-16' 5 '' 'wide: is UTF-16; save it as UTF-8' facebook me --token-file wide
+
 expect 'secret as an argument' 2 '^$' 'unknown option "--token".*--token-file' \
   "${youtube[@]:0:2}" --token s3cret clip.mp4
 expect 'secret as an argument, joined' 2 '^$' 'unknown option "--token"' "${youtube[@]:0:2}" --token=s3cret clip.mp4
@@ -117,6 +124,13 @@ before=$(count POST)
 long=$(printf 'word %.0s' {1..60})
 expect 'tweet that is too long' 2 '' 'at least 300.*280' twitter photo --config user.conf --text "$long" photo.jpg
 (($(count POST) == before)) || fail 'a photo was uploaded for a tweet that is too long'
+for line in s3cret 'facebook.token s3cret' 'facebook.token : "s3cret"'; do # run looks for the secret
+  printf '%s\n' "$line" >wrong.conf
+  expect "configuration with $line" 2 '' 'wrong.conf: a line is no known setting' \
+    --json --config wrong.conf facebook me
+done
+printf '[facebook]\ntokn = "a"\n' >wrong.conf
+expect 'unknown setting' 2 '' '"facebook.tokn"; did you mean "facebook.token"' --config wrong.conf facebook me
 chmod 644 user.conf
 expect 'configuration that others may read' 5 '^$' 'user.conf: others may read' \
   twitter tweet --config user.conf --text a
@@ -138,6 +152,11 @@ script '{"path":"/me/feed","passThrough":true,"reset":true,"times":0}'
 expect 'a reset after a post' 4 '' '' "${retries[@]}" facebook post --token-file token --message once
 (($(count POST) == 1)) || fail "a post that may exist was sent $(count POST) times"
 reset
+script '{"host":"graph.facebook.com","method":"POST","passThrough":true,"reset":true,"times":0}'
+script '{"host":"graph-video.facebook.com","method":"POST","status":500,"times":0}'
+expect 'a video that the first host published' 6 '' 'VELK_SERVER_ERROR' "${retries[@]}" "${video[@]}" clip.mp4
+(($(count POST) == 2)) || fail "a video that may exist was sent $(count POST) times"
+reset
 script '{"path":"/me","reset":true,"times":2}'
 expect 'reading after two resets' 0 'Velk' '' "${retries[@]}" facebook me --token-file token
 expect 'a tweet' 0 '' '' twitter tweet --config user.conf --text twice
@@ -147,24 +166,35 @@ reset
 
 # ---- Ctrl-C
 
-script '{"method":"PUT","passThrough":true,"readSlowly":20000}'
-"${tool[@]}" --json "${youtube[@]}" clip.mp4 >out 2>err </dev/null &
-running=$!
-for ((i = 0; i < 100; ++i)); do
-  (($(count PUT) == 0)) || break
-  sleep 0.1
-done
-kill -INT "$running"
-code=0
-wait "$running" || code=$?
-((code == 130)) || fail "Ctrl-C: status $code: $(cat out err)"
-grep -q '"name":"VELK_CANCELLED"' out || fail "Ctrl-C: $(cat out)"
+# interrupt NAME METHOD SCRIPT WORDS...: presses Ctrl-C once, after a request with the method.
+interrupt() {
+  reset
+  script "$3"
+  "${tool[@]}" --json "${@:4}" >out 2>err </dev/null &
+  running=$!
+  for ((i = 0; i < 100; ++i)); do
+    (($(count "$2") == 0)) || break
+    sleep 0.1
+  done
+  kill -INT "$running"
+  code=0
+  wait "$running" || code=$?
+  ((code == 130)) || fail "Ctrl-C, $1: status $code: $(cat out err)"
+  grep -q '"name":"VELK_CANCELLED"' out || fail "Ctrl-C, $1: $(cat out)"
+}
+interrupt 'during the video' PUT '{"method":"PUT","passThrough":true,"readSlowly":20000}' \
+  "${youtube[@]}" clip.mp4
+interrupt 'before the video' POST '{"method":"POST","neverAnswer":true}' "${youtube[@]}" clip.mp4
+interrupt 'a post' POST '{"path":"/me/feed","neverAnswer":true}' facebook post --token-file token --message a
+interrupt 'the text of a photo' POST '{"host":"upload.twitter.com","neverAnswer":true}' \
+  twitter photo --config user.conf --text cancelled photo.jpg
 reset
 
 # ---- Values that are wrong
 
 expect 'unknown category' 2 '"service":"youtube"' '--category.*"99" is not one of' \
   "${youtube[@]}" --json --category 99 clip.mp4
+expect 'option without its value' 2 '"service":"youtube"' '--title: ' --json youtube upload --title
 expect 'title that is too long' 2 '' 'title is too long: 101 characters' youtube upload --token-file token \
   --title "$(printf 'x%.0s' {1..101})" --description a clip.mp4
 printf '{\n "title": "a",\n "tags": ["a", 1]\n}' >bad.json
@@ -176,6 +206,10 @@ expect 'wrong member in --meta' 2 '' 'bad.json, line 3: member "tags"' \
 printf '{"title": "From meta", "description": "d", "tags": ["x"], "category": "28"}' >meta.json
 expect 'metadata' 0 '' '' youtube upload --token-file token --meta meta.json clip.mp4
 state '"title":"From meta"' metadata
+deep=$(printf './%.0s' {1..600})clip.mp4
+expect 'a path that is too long between two files' 7 \
+  $'^[^\t]{11}\tclip.mp4\n[^\t]{11}\tclip.mp4$' 'the path is too long' \
+  "${youtube[@]}" --quiet clip.mp4 "$deep" clip.mp4
 expect 'unknown service' 2 '' 'unknown word "facebok"; did you mean facebook' facebok me
 expect 'unknown command' 2 '' 'unknown word "tweat" after "twitter"; did you mean tweet' twitter tweat
 expect 'unknown option' 2 '' 'unknown option "--titel".*did you mean --title' youtube upload --titel a clip.mp4
@@ -190,6 +224,20 @@ expect 'message beyond the field, once encoded' 2 '' 'message is too long: 60000
   facebook post --token-file token --message "$(printf '&%.0s' {1..20000})"
 "${tool[@]}" --version >/dev/full 2>err
 (($? == 5)) || fail "full standard output: $(cat err)"
+
+# The terminal of a person who does not type the PIN.
+mkfifo input
+"${tool[@]}" "${sign_in[@]}" cancelled.conf <>input >out 2>err &
+running=$!
+for ((i = 0; i < 100; ++i)); do
+  ! grep -q oauth_token= err || break
+  sleep 0.1
+done
+kill -INT "$running"
+code=0
+wait "$running" || code=$?
+((code == 130)) || fail "Ctrl-C at the PIN: status $code: $(cat err)"
+[[ -z $(find . -name 'cancelled.conf*') ]] || fail 'Ctrl-C at the PIN left a file'
 
 # ---- Manual page and completions
 
@@ -223,6 +271,15 @@ cp full.conf before.conf
 grep -q 'full.conf: cannot be written' out || fail "no space for --save: $(cat out)"
 cmp -s full.conf before.conf || fail '--save changed a file that it could not replace'
 [[ -z $(find . -name '*.new') ]] || fail '--save left a file'
+expect '--save without a name' 2 '^$' '--save: the name of the file is empty' "${sign_in[@]}" ''
+script '{"host":"api.twitter.com","neverAnswer":true}'
+"${tool[@]}" "${sign_in[@]}" ended.conf <pin >out 2>err &
+running=$!
+sleep 1
+kill -INT "$running"
+wait "$running" && fail 'Ctrl-C during the sign-in: status 0'
+[[ -z $(find . -name 'ended.conf*') ]] || fail 'Ctrl-C during the sign-in left a file'
+reset
 "${tool[@]}" "${sign_in[@]}" full.conf <pin >out 2>err || fail "--save into an existing file: $(cat err)"
 grep -q kept full.conf || fail '--save lost another section'
 "${tool[@]}" "${sign_in[@]}" /dev/full <pin >out 2>err

@@ -150,8 +150,28 @@ TEST(PublishRetries, NeverRepeatWhatMayBePublished) {
       EXPECT_FALSE(MayRetry(kind, result)) << static_cast<int>(kind) << ' ' << result;
   }
   EXPECT_FALSE(MayRetry(CallKind::kYoutubeUpload, VELK_NO_HANDLE));  // a status of the PUT
+  // A small video goes to two hosts, and the result is that of the second.
+  EXPECT_FALSE(MayRetry(CallKind::kFacebookVideo, VELK_SERVER_ERROR, 52'428'799));
+  EXPECT_TRUE(MayRetry(CallKind::kFacebookVideo, VELK_SERVER_ERROR, 52'428'800));
   EXPECT_TRUE(MayRetry(CallKind::kFacebookRead, VELK_TRANSFER_FAILED));
   EXPECT_TRUE(MayRetry(CallKind::kYoutubeUpdate, VELK_TRANSFER_FAILED));
+}
+
+TEST(PublishOutcome, IsValidJsonForAnyFileName) {
+  const struct {
+    std::string file, written;
+  } kRows[] = {{"Zo\xC3\xAB \xE6\x97\xA5 \xF0\x9F\x8E\xAC", "Zo\xC3\xAB \xE6\x97\xA5 \xF0\x9F\x8E\xAC"},
+               {"a\xFF.mp4", "a\xEF\xBF\xBD.mp4"},
+               {"caf\xE9", "caf\xEF\xBF\xBD"},
+               {"\xC3", "\xEF\xBF\xBD"},
+               {"\xC0\xAF", "\xEF\xBF\xBD\xEF\xBF\xBD"},
+               {"\xED\xA0\x80", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"}};
+  for (const auto& row : kRows) {
+    Outcome outcome;
+    outcome.file = row.file;
+    const std::string member = "\"file\":\"" + row.written + '"';
+    EXPECT_NE(ToJson("youtube", outcome).find(member), std::string::npos) << row.file;
+  }
 }
 
 TEST(PublishRetries, PauseLongerEachTime) {
@@ -176,6 +196,7 @@ TEST(PublishMetadata, NamesLineAndMember) {
       {"{\"title\": 1}", "line 1: member \"title\": must be a string"},
       {"{\n\"tags\": \"a\"}", "line 2: member \"tags\": must be an array of strings"},
       {"{\n\n\"privcy\": \"a\"}", "line 3: member \"privcy\": is unknown; did you mean \"privacy\"?"},
+      {"{\"title\": \"tags\",\n\"tags\": 1}", "line 2: member \"tags\": must be an array of strings"},
       {"[]", "line 1: no object of JSON"},
       {"{}\n}", "line 2"},
       {"{\"title\": \"a\",\n", "line 2"},
@@ -191,6 +212,16 @@ TEST(PublishMetadata, NamesLineAndMember) {
       EXPECT_TRUE(std::string(error.what()).starts_with("meta.json, "s + row.message)) << error.what();
     }
   }
+}
+
+TEST(PublishMetadata, CanRemoveAllTags) {
+  Options removed;
+  removed.noTags = true;
+  AddMetadata(removed, R"({"tags": ["c"]})", "meta.json");
+  EXPECT_TRUE(removed.tags.empty());
+  Options empty;
+  AddMetadata(empty, R"({"tags": []})", "meta.json");
+  EXPECT_TRUE(empty.noTags);
 }
 
 TEST(PublishMetadata, YieldsToTheCommandLine) {

@@ -1,6 +1,7 @@
 #include "encoding.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace velk::publish {
 namespace {
@@ -25,6 +26,19 @@ char32_t TakeCharacter(std::string_view& text) {
   for (; !text.empty() && IsContinuation(text.front()); text.remove_prefix(1))
     value = value << 6 | (static_cast<unsigned char>(text.front()) & 0x3FU);
   return value;
+}
+
+// The bytes of the character at the start of the text, or 0 when that is no UTF-8.
+std::size_t SequenceLength(std::string_view text) {
+  const auto first = static_cast<unsigned char>(text.front());
+  if (first < 0x80) return 1;
+  const auto length = static_cast<std::size_t>(std::countl_one(first));
+  if (length < 2 || length > 4 || length > text.size()) return 0;
+  if (!std::ranges::all_of(text.substr(1, length - 1), IsContinuation)) return 0;
+  constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // a smaller one is overlong
+  const char32_t value = TakeCharacter(text);
+  const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
+  return value >= kLeast[length] && value <= 0x10FFFF && !isSurrogate ? length : 0;
 }
 
 bool CountsOnce(char32_t c) {
@@ -99,6 +113,16 @@ std::size_t LeastTweetLength(std::string_view text) {
 
 std::size_t CharacterCount(std::string_view text) {
   return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return !IsContinuation(c); }));
+}
+
+std::string ValidUtf8(std::string_view text) {
+  std::string valid;
+  while (!text.empty()) {
+    const std::size_t length = SequenceLength(text);
+    valid += length > 0 ? text.substr(0, length) : "\xEF\xBF\xBD";
+    text.remove_prefix(std::max(length, std::size_t{1}));
+  }
+  return valid;
 }
 
 std::string Trimmed(std::string_view text) {

@@ -24,6 +24,9 @@ std::size_t LeastTweetLength(std::string_view text);
 // The number of characters in UTF-8.
 std::size_t CharacterCount(std::string_view text);
 
+// The same text, with U+FFFD for each byte that is no UTF-8: file names can have any bytes.
+std::string ValidUtf8(std::string_view text);
+
 // Without blanks and line ends at its end, as a file or a prompt leaves them.
 std::string Trimmed(std::string_view text);
 

@@ -15,4 +15,9 @@ struct FileError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Ctrl-C, while the program read its input.
+struct Interrupted : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
 }  // namespace velk::publish

@@ -36,6 +36,10 @@ std::string ReadTextFile(const std::string& path) {
   for (std::size_t count; (count = std::fread(piece.data(), 1, piece.size(), file.get())) > 0;)
     text.append(piece.data(), count);
   if (std::ferror(file.get())) throw FileError(path + ": " + std::generic_category().message(errno));
+  // Editors and shells of Windows write these marks.
+  if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
+    throw FileError(path + ": is UTF-16; save it as UTF-8");
+  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
   return text;
 }
 

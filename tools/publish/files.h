@@ -6,7 +6,8 @@
 
 namespace velk::publish {
 
-std::string ReadTextFile(const std::string& path);  // throws FileError
+// Returns the text without a byte order mark. Throws FileError, also for UTF-16.
+std::string ReadTextFile(const std::string& path);
 
 // Returns the size of a file to publish. Throws FileError when it is absent, no regular file or not readable.
 std::uint64_t MediaSize(const std::string& path);

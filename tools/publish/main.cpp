@@ -63,6 +63,8 @@ int RunCommand(Options& options, const Command& command) try {
   return ReportFailure(options, command.service, error.what(), kUsage);
 } catch (const FileError& error) {
   return ReportFailure(options, command.service, error.what(), kFile);
+} catch (const Interrupted& error) {
+  return ReportFailure(options, command.service, error.what(), kCancelled);
 } catch (const CLI::Error& error) {
   return ReportFailure(options, command.service, options.config + ": " + error.what(), kUsage);
 }
@@ -73,6 +75,7 @@ int Run(std::vector<std::string> arguments) {
   CLI::App app;
   BuildCommandLine(app, options, command);
   if (arguments.size() == 3 && arguments[0] == "--make") return Make(app, arguments[1], arguments[2]);
+  const bool json = std::ranges::find(arguments, "--json") != arguments.end();
   std::ranges::reverse(arguments);  // as the parser takes them
   try {
     app.parse(arguments);
@@ -83,6 +86,7 @@ int Run(std::vector<std::string> arguments) {
     std::printf("%s\n", version.what());
     return kDone;
   } catch (const CLI::ParseError& error) {
+    options.json = json;  // some errors come before the parser stores the values
     const auto services = app.get_subcommands();
     return ReportFailure(options, services.empty() ? "" : services.front()->get_name(),
                          Explain(app, error) + " (--help lists the options)", kUsage);

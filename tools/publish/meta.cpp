@@ -31,7 +31,14 @@ class Metadata {
   }
 
   [[noreturn]] void Refuse(std::string_view member, const std::string& why) const {
-    const std::size_t position = text_.find('"' + std::string(member) + '"');
+    const std::string name = '"' + std::string(member) + '"';
+    std::size_t position = text_.find(name);
+    // The same string can also be a value.
+    while (position != text_.npos) {
+      const std::size_t next = text_.find_first_not_of(" \t\r\n", position + name.size());
+      if (next != text_.npos && text_[next] == ':') break;
+      position = text_.find(name, position + 1);
+    }
     Fail(position == text_.npos ? 0 : position, "member \"" + std::string(member) + "\": " + why);
   }
 
@@ -88,7 +95,9 @@ void AddMetadata(Options& options, std::string_view text, const std::string& nam
     const auto known = std::ranges::find_if(kMembers, [&](const Member& row) { return row.name == member; });
     if (member == "tags") {
       const auto tags = Tags(metadata, entry.value());
-      if (options.tags.empty()) options.tags = tags;
+      if (!options.tags.empty() || options.noTags) continue;  // the command line counts more
+      options.tags = tags;
+      options.noTags = tags.empty();
     } else if (known == std::end(kMembers)) {
       metadata.Refuse(member, "is unknown" + Suggestion(member));
     } else {

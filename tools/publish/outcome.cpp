@@ -7,6 +7,7 @@
 #include <boost/json/serialize.hpp>
 #include <cstdio>
 
+#include "encoding.h"
 #include "result_codes.inc"
 #include "velk_upload.h"
 
@@ -100,7 +101,7 @@ std::string ToJson(std::string_view service, const Outcome& outcome) {
       {"bytes", outcome.bytes ? json::value(*outcome.bytes) : json::value()}};
   if (!outcome.file.empty()) object["file"] = outcome.file;
   for (const auto& member : outcome.extra) object[member.key()] = member.value();
-  std::string line = json::serialize(object);
+  std::string line = ValidUtf8(json::serialize(object));
   // The serializer would write 0.03 as 3E-2.
   std::array<char, 40> seconds{"null"};
   if (made) std::snprintf(seconds.data(), seconds.size(), "%.3f", outcome.seconds);

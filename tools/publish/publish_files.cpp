@@ -16,6 +16,16 @@ Outcome Unreadable(const std::string& path, const FileError& error) {
   return outcome;
 }
 
+// Other files of the call may be published, or already are.
+Outcome Refused(const std::string& path, const UsageError& error) {
+  Outcome outcome;
+  outcome.made = false;
+  outcome.file = path;
+  outcome.status = kUsage;
+  outcome.problem = error.what();
+  return outcome;
+}
+
 }  // namespace
 
 int PublishFiles(CallKind kind, const Options& options,
@@ -27,6 +37,8 @@ int PublishFiles(CallKind kind, const Options& options,
       outcome = publish(path, MediaSize(path));
     } catch (const FileError& error) {
       outcome = Unreadable(path, error);
+    } catch (const UsageError& error) {
+      outcome = Refused(path, error);
     }
     report.Add(outcome);
     if (outcome.status == kCancelled) break;

@@ -17,6 +17,8 @@ constexpr std::int32_t kFacebookUpdate[] = {VELK_PRIVACY_NOT_UPDATED, VELK_TEXT_
 constexpr std::int32_t kFacebookPost[] = {VELK_NO_HANDLE};
 // The video host itself reports the failure, or requests a later try.
 constexpr std::int32_t kFacebookVideo[] = {VELK_SERVER_ERROR, VELK_TOKEN_REJECTED};
+// A smaller video is first sent to another host, which may have published it before the video host failed.
+constexpr std::uint64_t kOneHost = 50 * 1'048'576;
 // A failure of the media, or an error status for the tweet. Twitter refuses to publish the same text twice.
 constexpr std::int32_t kTwitter[] = {VELK_UNEXPECTED_REPLY, VELK_TOO_LARGE, VELK_NO_HANDLE};
 // An error status for the session, which precedes the video, or status 400 for the video.
@@ -47,7 +49,8 @@ std::span<const std::int32_t> RetriedResults(CallKind kind) {
 
 }  // namespace
 
-bool MayRetry(CallKind kind, std::int32_t result) {
+bool MayRetry(CallKind kind, std::int32_t result, std::uint64_t fileSize) {
+  if (kind == CallKind::kFacebookVideo && fileSize < kOneHost) return false;
   const auto results = RetriedResults(kind);
   return std::ranges::find(results, result) != results.end();
 }

@@ -1,6 +1,8 @@
 #include "secrets.h"
 
+#include <chrono>
 #include <iostream>
+#include <thread>
 
 #include "encoding.h"
 #include "failure.h"
@@ -19,8 +21,11 @@ std::string FromEnvironmentOrSettings(const Options& options, const SecretSource
 }  // namespace
 
 std::string ReadInputLine() {
+  constexpr std::chrono::milliseconds kHandler{100};
   std::string line;
-  std::getline(std::cin, line);
+  // Ctrl-C ends the reading like the end of the input. On Windows another thread counts it, perhaps later.
+  if (!std::getline(std::cin, line)) std::this_thread::sleep_for(kHandler);
+  if (Interrupts() > 0) throw Interrupted("cancelled");
   return Trimmed(line);
 }
 

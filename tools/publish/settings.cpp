@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <sstream>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "failure.h"
@@ -31,12 +32,20 @@ const std::vector<std::string>& KnownNames() {
   return names;
 }
 
+// A line without "=" may be a secret, and is then not shown.
+bool MayBeShown(const std::string& name) {
+  return name.find_first_not_of("abcdefghijklmnopqrstuvwxyz.-_") == name.npos;
+}
+
 void CheckName(const std::string& path, const std::string& name) {
   for (const std::string& known : KnownNames())
     if (known == name) return;
   const std::string nearest = Nearest(name, KnownNames());
-  throw UsageError(path + ": unknown setting \"" + name + '"' +
-                   (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?"));
+  if (!nearest.empty() && MayBeShown(name))
+    throw UsageError(path + ": unknown setting \"" + name + "\"; did you mean \"" + nearest + "\"?");
+  std::string all;
+  for (const std::string& known : KnownNames()) all += (all.empty() ? "" : ", ") + known;
+  throw UsageError(path + ": a line is no known setting (not shown: it may be a secret). Known are " + all);
 }
 
 std::string SectionName(std::string_view line) {
@@ -87,11 +96,19 @@ SavedSettings::SavedSettings(const std::string& path) : path_(path), temporary_(
   std::error_code error;
   if (fs::exists(target, error) && !fs::is_regular_file(target, error))
     throw FileError(path + ": is no regular file");
+  // Only a test: an end of the program in the middle of the sign-in leaves no file.
+  Create();
+  std::fclose(std::exchange(file_, nullptr));
   fs::remove(FromUtf8(temporary_), error);
+}
+
+void SavedSettings::Create() {
+  std::error_code ignored;
+  fs::remove(FromUtf8(temporary_), ignored);
   try {
     file_ = CreatePrivateFile(FromUtf8(temporary_));
   } catch (const std::system_error& failure) {
-    throw FileError(path + ": cannot be written: " + failure.code().message());
+    throw FileError(path_ + ": cannot be written: " + failure.code().message());
   }
 }
 
@@ -104,6 +121,7 @@ SavedSettings::~SavedSettings() {
 void SavedSettings::Save(std::string_view section, const Settings& values) {
   const std::string text =
       WithSection(fs::exists(FromUtf8(path_)) ? ReadTextFile(path_) : std::string(), section, values);
+  Create();
   const bool written =
       std::fwrite(text.data(), 1, text.size(), file_) == text.size() && std::fflush(file_) == 0;
   int reason = errno;

@@ -29,9 +29,11 @@ class SavedSettings {
   void Save(std::string_view section, const Settings& values);  // throws FileError
 
  private:
+  void Create();  // throws FileError
+
   std::string path_;
   std::string temporary_;
-  std::FILE* file_;
+  std::FILE* file_ = nullptr;
 };
 
 }  // namespace velk::publish

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cwchar>
 #include <memory>
 #include <system_error>
@@ -81,7 +82,9 @@ bool OpensToOthers(const ACE_HEADER* entry, PSID user) {
 }  // namespace
 
 std::vector<std::string> Arguments(int, char**) {
-  ::SetConsoleOutputCP(CP_UTF8);
+  // The code page belongs to the console, and would stay after the program.
+  static const UINT before = ::GetConsoleOutputCP();
+  if (before != 0 && ::SetConsoleOutputCP(CP_UTF8)) std::atexit([] { ::SetConsoleOutputCP(before); });
   // The narrow arguments have lost what the ANSI code page lacks, and the C run-time may have expanded "*" in
   // them.
   int count = 0;

@@ -95,6 +95,7 @@ void SaveUser(SavedSettings& file, const TwitterConsumer& consumer, const Twitte
 
 int SignIn(const Options& options) {
   const TwitterConsumer consumer = ReadConsumer(options);
+  if (options.save.empty()) throw UsageError("--save: the name of the file is empty");
   SavedSettings file(options.save);  // before the PIN is used, which works once
   std::array<char, kUrlCapacity> url{};
   Outcome outcome = Perform(CallKind::kTwitterSignIn, options, [&] {

@@ -135,7 +135,7 @@ void AddUploadOptions(CLI::App& app, Options& options) {
 // An update replaces everything, so that nothing has a default.
 void AddUpdateOptions(CLI::App& app, Options& options) {
   AddDescription(app, options);
-  app.add_flag("--no-tags", options.noTags, "Remove all tags");
+  app.add_flag("--no-tags", options.noTags, "Remove all tags")->excludes("--tag");
   AddChoice(app, "--privacy", options.privacy, kPrivacies, "Who can see it");
   AddChoice(app, "--category", options.category, kCategories,
             "The number of the category, such as 28 for science");
