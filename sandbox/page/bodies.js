@@ -26,10 +26,33 @@ export function bodyOf(body) {
 function indentedJson(text) {
   if (!/^\s*[[{]/.test(text)) return undefined;
   try {
-    return colored(JSON.stringify(JSON.parse(text), null, 2));
+    JSON.parse(text);
   } catch {
     return undefined;
   }
+  return colored(indented(text));
+}
+
+// Only the white space changes: a number of 64 bits, an escape and a repeated name stay as they were sent.
+function indented(json) {
+  const tokens = json.match(/"(?:[^"\\]|\\.)*"|[[\]{},:]|[^\s[\]{},:"]+/g);
+  const isOpening = (token) => token === '[' || token === '{';
+  const isClosing = (token) => token === ']' || token === '}';
+  let depth = 0;
+  const line = () => `\n${'  '.repeat(depth)}`;
+  const parts = tokens.map((token, index) => {
+    if (isOpening(token)) {
+      ++depth;
+      return isClosing(tokens[index + 1]) ? token : token + line();
+    }
+    if (isClosing(token)) {
+      --depth;
+      return isOpening(tokens[index - 1]) ? token : line() + token;
+    }
+    if (token === ',') return token + line();
+    return token === ':' ? ': ' : token;
+  });
+  return parts.join('');
 }
 
 // Keys, strings and the other values have different colors.

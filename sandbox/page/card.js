@@ -42,7 +42,8 @@ export class Card {
 
   /** @param {import('./things.js').Thing} thing */
   show(thing) {
-    const state = JSON.stringify([thing.object?.number, thing.parts?.map(({ number }) => number)]);
+    const objects = thing.object ? [thing.object, ...thing.parts] : [];
+    const state = JSON.stringify(objects.map(({ incarnation, number }) => [incarnation, number]));
     const { request } = thing;
     const isSame = state === this.#shown && !request;
     if (isSame && thing.type === this.element.dataset.type) return;
@@ -87,7 +88,7 @@ export class Card {
 
   // A change of a title must not stop a video that plays.
   #showMedia(owners) {
-    const key = JSON.stringify(owners.map(({ id, members }) => [id, members.file, members.altText]));
+    const key = JSON.stringify(owners.map(({ incarnation, members }) => [incarnation, members.file, members.altText]));
     if (key === this.#mediaKey) return;
     this.#mediaKey = key;
     this.media.hidden = owners.length === 0;
@@ -128,8 +129,8 @@ export class Card {
 const hasMedium = ({ kind, members }) =>
   ['photo', 'video', 'media'].includes(kind) && (members.file || members.size > 0);
 
-function medium({ kind, members }) {
-  const url = mediaUrl(members.file);
+function medium({ kind, members, incarnation }) {
+  const url = mediaUrl(members.file, incarnation);
   if (!url) return make('p.placeholder', {}, `${size(members.size)} were counted, not stored.`);
   const isVideo = kind === 'video' || members.type?.startsWith('video/');
   const name = fileName(members.file);

@@ -6,33 +6,49 @@ const kOwn = ['host', 'content-length', 'expect', 'connection', 'proxy-connectio
 /** @param {string} text @returns {string} one word for a POSIX shell */
 export const quoted = (text) => `'${text.replaceAll("'", "'\\''")}'`;
 
+// What curl sends by itself, unless a header without a value removes it.
+const kAdded = ['user-agent', 'accept', 'content-type'];
+
 /**
  * @param {Object} exchange as of GET /requests/ID
- * @param {string} proxy the sandbox's
- * @returns {string} a line for a POSIX shell; the sandbox's certificate is not verified
+ * @param {Object} about as of GET /about
+ * @returns {{line: string, isWhole: boolean}} a line for a POSIX shell, which verifies no certificate; when it is not
+ *   whole, the sandbox does not have the body, and the line reads it from the file BODY
  */
-export function curlLine(exchange, proxy) {
-  const isForm = exchange.fields?.length > 0;
-  const words = ['curl', '--proxy', quoted(proxy ?? ''), '--insecure', '--request', quoted(exchange.method)];
-  for (const header of exchange.headers) {
-    const name = header.split(':')[0].toLowerCase();
-    if (kOwn.includes(name) || (isForm && name === 'content-type')) continue;
-    words.push('--header', quoted(header));
-  }
-  words.push(...(isForm ? exchange.fields.flatMap(formWords) : bodyWords(exchange)));
-  return [...words, quoted(`${exchange.scheme}://${exchange.host}${exchange.target}`)].join(' ');
+export function curlLine(exchange, about) {
+  const { bodyBase64, bodyFile, bodySize, body, fields, headers } = exchange;
+  const isText = body !== undefined && bodyBase64 === undefined && !body.includes('\0');
+  const isKept = !bodySize || body !== undefined || Boolean(bodyFile);
+  const isForm = !isKept && fields?.length > 0 && fields.every(isRepeatable);
+  const words = ['curl', '--proxy', quoted(about.proxy ?? ''), '--insecure', '--globoff', '--path-as-is'];
+  words.push(...(exchange.method === 'HEAD' ? ['--head'] : ['--request', quoted(exchange.method)]));
+  const names = headers.map((header) => header.split(':')[0].toLowerCase());
+  for (const name of kAdded)
+    if (!names.includes(name) && !(isForm && name === 'content-type')) words.push('--header', quoted(`${name}:`));
+  headers.forEach((header, index) => {
+    const name = names[index];
+    if (kOwn.includes(name) || (isForm && name === 'content-type')) return;
+    // For curl, "NAME:" removes a header. "NAME;" is one without a value.
+    words.push('--header', quoted(header.replace(/:\s*$/, ';')));
+  });
+  if (isForm) words.push(...fields.flatMap(formWords));
+  else if (bodySize && isText) words.push('--data-raw', quoted(body));
+  else if (bodySize) words.push('--data-binary', isKept ? '@-' : '@BODY');
+  words.push(quoted(`${exchange.scheme}://${exchange.host}${exchange.target}`));
+  const url = quoted(`${about.control}/requests/${exchange.id}/body`);
+  const source = words.includes('@-') ? `curl --silent ${url} | ` : '';
+  return { line: source + words.join(' '), isWhole: isKept || isForm };
 }
 
-function bodyWords({ body, bodyBase64, bodyFile, bodySize }) {
-  if (!bodySize) return [];
-  if (bodyFile) return ['--data-binary', quoted(`@${bodyFile}`)];
-  if (bodyBase64 === undefined && body !== undefined) return ['--data-raw', quoted(body)];
-  return ['--data-binary', quoted('@BODY')];
-}
+// A part without a name is of another form than the one that curl makes.
+const isRepeatable = ({ name, file, fileName, content, contentBase64 }) =>
+  name !== '' && (Boolean(file) || (!fileName && contentBase64 === undefined && content !== undefined));
 
-function formWords({ name, fileName, contentType, content, contentBase64, file }) {
-  const isText = !fileName && contentBase64 === undefined && content !== undefined;
-  if (isText) return ['--form-string', quoted(`${name}=${content}`)];
+const inQuotes = (text) => `"${text.replace(/[\\"]/g, '\\$&')}"`;
+
+function formWords({ name, fileName, contentType, content, file }) {
+  if (!file) return ['--form-string', quoted(`${name}=${content}`)];
+  const shown = fileName ? `;filename=${inQuotes(fileName)}` : '';
   const type = contentType ? `;type=${contentType}` : '';
-  return ['--form', quoted(`${name}=@${file ?? fileName};filename=${fileName}${type}`)];
+  return ['--form', quoted(`${name}=@${inQuotes(file)}${shown}${type}`)];
 }

@@ -14,6 +14,8 @@ const kPhases = {
   reply: 'reply',
 };
 
+const kNoBody = 'The line for curl was copied. The body was not kept: put it into the file BODY.';
+
 /**
  * Shows an exchange.
  * @param {HTMLElement} element
@@ -63,9 +65,9 @@ function summary(exchange) {
 
 function buttons(exchange, model) {
   const copy = async () => {
-    const line = curlLine(exchange, model.about.proxy);
+    const { line, isWhole } = curlLine(exchange, model.about);
     await navigator.clipboard.writeText(line).then(
-      () => toast('The line for curl was copied.'),
+      () => toast(isWhole ? 'The line for curl was copied.' : kNoBody),
       () => toast('This browser does not let the page copy.'),
     );
   };
@@ -92,7 +94,8 @@ function timing(times) {
 }
 
 function requestOf(exchange) {
-  const query = exchange.target.includes('?') ? new URLSearchParams(exchange.target.split('?')[1]) : [];
+  const [, queryText = ''] = /^[^?]*\?(.*)$/s.exec(exchange.target) ?? []; // a value can contain "?"
+  const query = new URLSearchParams(queryText);
   const isForm = exchange.fields?.length > 0;
   const rawBody = () =>
     bodyOf({

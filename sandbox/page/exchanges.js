@@ -126,7 +126,7 @@ export class ExchangesView {
     row.classList.toggle('refused', isRefused(exchange));
     row.dataset.service = service;
     const words = {
-      time: clockExactly(exchange.began),
+      time: withMilliseconds(exchange.began),
       service: kServices[service] ?? exchange.host,
       method: exchange.method,
       path: exchange.target,
@@ -147,8 +147,9 @@ export class ExchangesView {
     this.#openState = stateOf(summary);
     const exchange = await get(`/requests/${id}`).catch((error) => ({ error: error.message }));
     if (this.#openId !== id) return;
+    const restore = isOther ? undefined : stateOfControls(this.details);
     showDetails(this.details, exchange, this.model, () => (location.hash = '#exchanges'));
-    if (!isOther) return;
+    if (!isOther) return restore();
     this.details.scrollTop = 0;
     if (matchMedia('(max-width: 999px)').matches) this.details.focus({ preventScroll: true });
   }
@@ -187,8 +188,30 @@ function haystack(exchange) {
   return text;
 }
 
+// Each event of a request in progress builds its details anew. What is folded out and has the focus stays so.
+function stateOfControls(element) {
+  const controls = () => [...element.querySelectorAll('button, a, summary')];
+  const unfolded = new Set([...element.querySelectorAll('details[open]')].map(nameOf));
+  const focused = controls().indexOf(document.activeElement);
+  const top = element.scrollTop;
+  return () => {
+    for (const each of element.querySelectorAll('details')) each.open = unfolded.has(nameOf(each));
+    controls()[focused]?.focus({ preventScroll: true });
+    element.scrollTop = top;
+  };
+}
+
+const nameOf = (details) => details.firstElementChild.textContent;
+
+// Without the milliseconds where the column is narrow.
+function withMilliseconds(began) {
+  const [seconds, rest] = clockExactly(began).split('.');
+  return [seconds, make('span.milliseconds', {}, `.${rest}`)];
+}
+
 // What a change of means that the details are out of date.
-const stateOf = (exchange) => (exchange ? `${exchange.ended} ${exchange.bodyReceived} ${exchange.status}` : '');
+const stateOf = (exchange) =>
+  exchange ? `${exchange.began} ${exchange.ended} ${exchange.bodyReceived} ${exchange.status}` : '';
 
 function select(label, options, onchange) {
   const entries = Object.entries(options).map(([value, name]) => make('option', { value }, name));

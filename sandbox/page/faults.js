@@ -12,13 +12,13 @@ export class FaultsView {
     this.model = model;
     this.list = make('ul.scripts', { 'aria-label': 'Scripts' });
     this.empty = make('p.empty', {}, 'No script is prepared: the services reply as usual.');
+    this.removeAll = make('button', { type: 'button', onclick: () => this.#removeAll() }, 'Remove all');
     put(element, [
       make('div.page', {}, [
         make('h2', {}, 'Prepare a fault for the next request to'),
+        make('p.small', {}, 'A slow network, and media still processing, last until they are removed.'),
         make('div.services', {}, Object.entries(kServices).map(([key, name]) => serviceButtons(key, name))),
-        make('div.title', {}, make('h2', {}, 'Scripts'), [
-          make('button', { type: 'button', onclick: () => this.#removeAll() }, 'Remove all'),
-        ]),
+        make('div.title', {}, make('h2', {}, 'Scripts'), this.removeAll),
         this.empty,
         this.list,
         ownScript(),
@@ -57,13 +57,17 @@ export class FaultsView {
 
   #update() {
     if (!this.#isShown) return;
-    const focused = document.activeElement?.dataset?.key;
+    const focused = this.list.contains(document.activeElement) ? document.activeElement.dataset.key : undefined;
+    const index = [...this.list.children].findIndex((row) => row.contains(document.activeElement));
     const scripts = [...this.model.scripts.values()].map(scriptRow);
     const switches = this.#switches().map(switchRow);
     this.empty.hidden = scripts.length + switches.length > 0;
     put(this.list, [...scripts, ...switches]);
     // Whoever removes several by keyboard goes on where they were.
-    if (focused) this.list.querySelector(`[data-key="${CSS.escape(focused)}"]`)?.focus();
+    if (!focused) return;
+    const same = this.list.querySelector(`[data-key="${CSS.escape(focused)}"]`);
+    const next = this.list.children[Math.min(index, this.list.children.length - 1)]?.querySelector('button');
+    (same ?? next ?? this.removeAll).focus();
   }
 
   async #removeAll() {
@@ -93,7 +97,7 @@ function serviceButtons(service, title) {
 const prepare = ({ name, script, switches }, title) =>
   report(
     script ? call('POST', '/scripts', script) : call('POST', '/switches', switches),
-    `${name}: prepared for the next request to ${title}.`,
+    `${name}: prepared for ${script && script.times !== 0 ? 'the next request' : 'all requests'} to ${title}.`,
   );
 
 const isUsedUp = ({ matched, script }) => (script.times ?? 1) !== 0 && matched >= (script.times ?? 1);

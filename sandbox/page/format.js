@@ -31,8 +31,13 @@ export const clockExactly = (utc) => `${clock(utc)}.${pad(new Date(utc).getMilli
 /** @param {string} path of a file, on any system @returns {string} its name */
 export const fileName = (path) => path.split(/[\\/]/).pop();
 
-/** @param {string} path of a file of the store @returns {string} its URL; empty without a file */
-export const mediaUrl = (path) => (path ? `/media/${encodeURIComponent(fileName(path))}` : '');
+/**
+ * @param {string} path of a file of the store
+ * @param {string} incarnation differs when another file has the same name: a browser can reuse what a URL gave
+ * @returns {string} its URL; empty without a file
+ */
+export const mediaUrl = (path, incarnation) =>
+  path ? `/media/${encodeURIComponent(fileName(path))}?${encodeURIComponent(incarnation)}` : '';
 
 /** @param {*} value of a member @returns {string} in a line */
 export function inWords(value) {

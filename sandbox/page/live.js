@@ -27,7 +27,8 @@ export function follow(model, onConnection) {
       else apply(item);
     });
   }
-  source.addEventListener('resync', async () => {
+  source.addEventListener('resync', async ({ lastEventId }) => {
+    [model.run] = lastEventId.split('.');
     waiting = [];
     const own = ++round;
     await fetchAll(model, () => own === round).catch(() => undefined);

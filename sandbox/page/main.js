@@ -22,7 +22,10 @@ function showView() {
   const shown = Object.hasOwn(views, name) ? name : 'published';
   for (const [key, view] of Object.entries(views)) {
     byId(key).hidden = key !== shown;
-    document.querySelector(`[data-view="${key}"]`).toggleAttribute('aria-current', key === shown);
+    // The empty value would mean that it is not the current one.
+    const link = document.querySelector(`[data-view="${key}"]`);
+    if (key === shown) link.setAttribute('aria-current', 'page');
+    else link.removeAttribute('aria-current');
     view.setShown(key === shown, detail);
   }
 }

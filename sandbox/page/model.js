@@ -15,6 +15,7 @@ export class Model extends EventTarget {
   /** @type {Map<number, Object>} by id */
   scripts = new Map();
   switches = {};
+  run = ''; // of the sandbox
   #serviceOfHost = new Map();
 
   /** Notifies the views that a part has changed. */
@@ -58,13 +59,19 @@ export class Model extends EventTarget {
   }
 
   setObjects(list) {
-    this.objects = new Map(list.map((object) => [keyOf(object), object]));
+    this.objects = new Map();
+    for (const object of list) this.#keep(object);
     this.changed('objects');
   }
 
   putObject(object) {
-    this.objects.set(keyOf(object), object);
+    this.#keep(object);
     this.changed('objects');
+  }
+
+  // After a reset or a new start of the sandbox, another object can have the same id.
+  #keep(object) {
+    this.objects.set(keyOf(object), { ...object, incarnation: `${this.run}-${object.first}` });
   }
 
   setScripts(list) {

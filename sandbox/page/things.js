@@ -48,11 +48,8 @@ const isPending = ({ kind, members }) => kind === 'session' || (kind === 'media'
 function ownersOf(objects) {
   const byId = new Map(objects.map((object) => [`${object.service}/${object.id}`, object]));
   const owner = new Map();
-  const parts = new Map();
   const join = (part, whole) => {
-    if (!part || !whole || part === whole) return;
-    owner.set(part, whole);
-    parts.set(whole, [...(parts.get(whole) ?? []), part]);
+    if (part && whole && rootOf(owner, whole) !== part) owner.set(part, whole);
   };
   for (const object of objects) {
     const { about, parent, attached = [], mediaIds } = object.members;
@@ -62,7 +59,20 @@ function ownersOf(objects) {
     for (const id of attached) join(find(id), object);
     for (const id of mediaIds ? mediaIds.split(',') : []) join(find(id.trim()), object);
   }
+  const parts = new Map();
+  for (const part of owner.keys()) {
+    const whole = rootOf(owner, part);
+    if (!parts.has(whole)) parts.set(whole, []);
+    parts.get(whole).push(part);
+  }
   return { has: (object) => owner.has(object), partsOf: (object) => parts.get(object) ?? [] };
+}
+
+// A comment can be about a comment, or about the post of a photo: all are shown with the photo.
+function rootOf(owner, object) {
+  let root = object;
+  while (owner.has(root)) root = owner.get(root);
+  return root;
 }
 
 function addExchanges(model, things) {

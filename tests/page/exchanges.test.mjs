@@ -81,6 +81,42 @@ test('the line for curl repeats the request', async () => {
   assert.match(repeated.body, /^message=Hello/);
 });
 
+// What curl would read as its own syntax, or change.
+const kMe = 'https://graph.facebook.com/me';
+const kOdd = [
+  ['--globoff', 'https://graph.facebook.com/me?access_token=t&fields=posts{message},id&x[0]=1'],
+  ['--path-as-is', 'https://graph.facebook.com/a/../me?access_token=t'],
+  ['--header', 'X-Empty;', '--header', `X-Quote: it's "q" $HOME \`x\` \\ !`, `${kMe}?access_token=t`],
+  ['--header', 'Content-Type:', '--header', 'Accept:', '--data-raw', '{"message":"j"}', `${kMe}/feed`],
+  ['--data-binary', '@-', 'https://graph.facebook.com/me/feed?access_token=t'],
+  ['--form', `source=@${photo}`, '--form', 'message=x;type=text/plain', `${kMe}/photos?access_token=t`],
+];
+
+test('the line for curl repeats what is odd, byte for byte', async () => {
+  const { curlLine } = await import('../../sandbox/page/curl.js');
+  const about = await sandbox.get('/about');
+  const run = (program, words, input = '') =>
+    new Promise((resolve) => execFile(program, words, resolve).stdin.end(input));
+  for (const words of kOdd) {
+    await run('curl', ['--silent', '--insecure', '--proxy', sandbox.proxy, ...words], Buffer.from([0, 255, 10, 39]));
+    const { requests } = await sandbox.get('/totals');
+    const sent = await sandbox.get(`/requests/${requests}`);
+    await run('/bin/sh', ['-c', `${curlLine(sent, about).line} --silent`]);
+    const again = await sandbox.get(`/requests/${requests + 1}`);
+    const essence = ({ target, headers, bodySha256 }) => [target, [...headers].sort(), bodySha256];
+    assert.deepEqual(essence(again), essence(sent));
+  }
+});
+
+test('JSON is indented, and otherwise as it was sent', async () => {
+  const body = '{"id":710511363345354753,"a":[],"b":[{}],"c":"\\u00e9 [","c":1.0}';
+  await sandbox.post('/scripts', { path: '/odd', body });
+  await viaProxy(sandbox, 'GET', 'https://graph.facebook.com/odd');
+  const details = await open('/odd');
+  assert.equal(await details.locator('pre.body').last().innerText(),
+    '{\n  "id": 710511363345354753,\n  "a": [],\n  "b": [\n    {}\n  ],\n  "c": "\\u00e9 [",\n  "c": 1.0\n}');
+});
+
 test('a wrong signature shows both base strings, with the first difference marked', async () => {
   const url = 'https://api.twitter.com/1.1/statuses/update.json';
   const form = { status: 'a b' };
@@ -95,6 +131,26 @@ test('a wrong signature shows both base strings, with the first difference marke
     assert.equal(await sides.nth(index).locator('.same').innerText(), 'POST&http');
     assert.equal(await sides.nth(index).locator('mark').innerText(), mark);
   }
+});
+
+test('what is folded out stays so while a request is in progress', async () => {
+  await sandbox.post('/scripts', { path: '/me/photos', passThrough: true, readSlowly: 8000 });
+  const done = publisher.facebook('photo', '--message', 'Slow', '--privacy', 'SELF', photo);
+  await rows().filter({ hasText: '…' }).click();
+  const details = page.locator('.details');
+  await details.getByText('which is not all').waitFor();
+  await details.getByText(/^Head \(/).click();
+  await done;
+  await details.locator('h3', { hasText: 'Reply' }).waitFor();
+  await details.getByText('HTTP/1.1 200 OK').first().waitFor();
+  assert.equal(await details.locator('details').first().getAttribute('open'), '');
+  assert.equal(await page.evaluate(() => document.activeElement.tagName), 'SUMMARY');
+});
+
+test('a question mark in a parameter is part of its value', async () => {
+  await viaProxy(sandbox, 'GET', 'https://graph.facebook.com/me?access_token=t&redirect=https://x.example/?a=1');
+  await rows().filter({ hasText: 'redirect=' }).click();
+  await page.locator('.details td').filter({ hasText: /^https:\/\/x\.example\/\?a=1$/ }).waitFor();
 });
 
 test('HAR is a download', async () => {

@@ -48,6 +48,7 @@ test('the keyboard alone reaches everything, and the focus is visible', async ()
   await tabTo('Exchanges');
   await page.keyboard.press('Enter');
   await page.locator('.windowed .row').first().waitFor();
+  assert.equal(await page.locator('[aria-current=page]').getAttribute('data-view'), 'exchanges');
   await page.keyboard.press('/');
   await page.keyboard.type('photos');
   await page.waitForFunction(() => document.querySelectorAll('.windowed .row').length === 1);
@@ -68,7 +69,10 @@ test('the keyboard alone reaches everything, and the focus is visible', async ()
   await tabTo('Server error');
   await page.keyboard.press('Space');
   await page.locator('.script').nth(1).waitFor();
-  await tabTo('Remove');
+  await page.locator('.script button').first().focus();
+  await page.keyboard.press('Enter');
+  await page.waitForFunction(() => document.querySelectorAll('.script').length === 1);
+  assert.match(await page.evaluate(() => document.activeElement.ariaLabel), /^Remove script/);
   await page.keyboard.press('Enter');
   await page.waitForFunction(() => document.querySelectorAll('.script').length === 0);
   await page.context().close();
@@ -110,6 +114,8 @@ for (const colorScheme of ['light', 'dark']) {
         assert.deepEqual(await page.evaluate(faintTexts), [], `${view} at ${width}`);
         const wide = await page.evaluate(() => document.documentElement.scrollWidth - innerWidth);
         assert.ok(wide <= 0, `${view} at ${width} is ${wide} px too wide`);
+        const isCut = (all) => all.filter((each) => each.scrollWidth > each.clientWidth).length;
+        assert.equal(await page.locator('.row .time').evaluateAll(isCut), 0, `${view} at ${width}`);
       }
     }
     const ground = await page.evaluate(() => getComputedStyle(document.body).backgroundColor);

@@ -100,6 +100,27 @@ test('a bar moves while an upload arrives, and the card takes its place', async 
   assert.equal(await page.locator('.card').count(), 1);
 });
 
+test('after a reset or a new start, what has the same id is shown anew', async () => {
+  const first = await startSandbox();
+  const own = await newPublisher(first);
+  const watching = await openPage(browser, first.control);
+  const shown = watching.locator('.card img');
+  await own.facebook('photo', '--message', 'First run', '--privacy', 'SELF', photo);
+  await shown.waitFor();
+  await first.post('/reset');
+  const form = { message: 'After the reset', published: 'true' };
+  await viaProxy(first, 'POST', 'https://graph.facebook.com/me/feed?access_token=t', new URLSearchParams(form));
+  await watching.locator('.card').filter({ hasText: 'After the reset' }).waitFor();
+  await first.stop();
+  const ports = ['--port', new URL(first.proxy).port, '--control-port', new URL(first.control).port];
+  const second = await startSandbox(...ports);
+  await own.facebook('photo', '--message', 'Second run', '--privacy', 'SELF', photo);
+  await watching.locator('.card').filter({ hasText: 'Second run' }).waitFor();
+  await own.end();
+  await watching.context().close();
+  await second.stop();
+});
+
 test('a change and a deletion appear in place', async () => {
   await publisher.facebook('post', '--message', 'First', '--privacy', 'EVERYONE', '--target', kPage);
   await publisher.facebook('post', '--message', 'Second', '--privacy', 'EVERYONE');
@@ -114,6 +135,20 @@ test('a change and a deletion appear in place', async () => {
   // The older one is still the second.
   assert.match(await page.locator('.card').nth(1).innerText(), /Changed/);
   assert.match(await page.locator('.card').nth(1).innerText(), /was deleted/);
+});
+
+test('comments on a comment, and on the post of a photo, are on the card', async () => {
+  const comment = async (node, message) =>
+    JSON.parse(await viaProxy(sandbox, 'POST', `https://graph.facebook.com/${node}/comments?access_token=t`,
+      new URLSearchParams({ message }))).id;
+  await publisher.facebook('photo', '--message', 'Commented', '--privacy', 'SELF', photo);
+  const [{ id }, post] = (await sandbox.get('/state')).facebook.objects;
+  await comment(post.id, 'on the post');
+  await comment(await comment(id, 'on the photo'), 'a reply');
+  for (const text of ['on the post', 'on the photo', 'a reply']) {
+    await card('facebook', 'Commented').filter({ hasText: text }).waitFor();
+  }
+  assert.equal(await page.locator('.card').count(), 1);
 });
 
 test('a refused request is a card with the reason', async () => {

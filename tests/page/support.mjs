@@ -21,7 +21,8 @@ export const clip = join(media, 'clip.mp4');
 export async function startSandbox(...options) {
   const { command } = options.find((option) => option.command) ?? { command: [process.env.VELK_SANDBOX] };
   const own = options.filter((option) => !option.command);
-  const words = [...command, '--port', '0', '--control-port', '0', ...own];
+  const ports = own.includes('--port') ? [] : ['--port', '0', '--control-port', '0'];
+  const words = [...command, ...ports, ...own];
   const child = spawn(words[0], words.slice(1), { stdio: ['ignore', 'pipe', 'ignore'] });
   const [line] = await once(createInterface(child.stdout), 'line');
   const urls = JSON.parse(line);

@@ -71,6 +71,16 @@ test('a slow network, a stall and processing media are prepared too', async () =
   assert.equal((await sandbox.get('/switches')).twitter.processingSteps, null);
 });
 
+test('with a slow network, the upload itself is slow, not only what comes before it', async () => {
+  await page.click('[data-view=faults]');
+  await press('youtube', 'Slow network');
+  await script().waitFor();
+  await publisher.youtube('upload', '--title', 'Slow', '--description', 'd', '--privacy', 'private', photo);
+  const upload = (await sandbox.get('/requests?brief=1')).find(({ method }) => method === 'PUT');
+  assert.deepEqual(upload.faults, ['readSlowly']);
+  assert.ok(upload.duration > 100, String(upload.duration));
+});
+
 test('reset asks first, and then removes everything', async () => {
   await publisher.facebook('post', '--message', 'gone');
   await page.click('[data-view=published]');
