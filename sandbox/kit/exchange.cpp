@@ -172,6 +172,8 @@ std::string Exchange::WhyUnreachable() const {
   if (!world_.services.Simulates(Request().host))
     return "this proxy reaches the hosts of the services alone, and " + Quoted(Request().host) +
            " is none of them";
+  if (world_.upstreams && Request().namesHttps)
+    return "--forward takes a URL of https only through a tunnel that CONNECT opens";
   const std::string_view usual = IsConnect() ? "443" : "80";
   const bool isOther = !isSecure_ && !Request().port.empty() && Request().port != usual;
   if (!world_.upstreams || !isOther) return {};
@@ -226,7 +228,7 @@ std::size_t Exchange::CutPoint(std::size_t headSize, std::size_t size) const {
 awaitable<void> Exchange::Deliver(const Reply& reply) {
   const bool counted = !script_->noContentLength && !(IsConnect() && reply.status / 100 == 2);
   const std::string head = SerializeHead(reply, !counted);
-  const std::string whole = head + reply.body;
+  const std::string whole = Request().method == "HEAD" ? head : head + reply.body;
   const bool mayCut = script_->cutAfter || script_->cutBodyAfter;
   const std::size_t end = script_->reset && !mayCut ? 0 : CutPoint(head.size(), whole.size());
   const std::string sent = reply.body.substr(0, end - std::min(end, head.size()));

@@ -12,8 +12,7 @@
 namespace velk::sandbox {
 namespace {
 
-constexpr char kNotShown[] =
-    "the service's reply is compressed or larger than 64 KiB, so that its reason is not shown";
+constexpr char kNotShown[] = "the service's reply is not text or larger than 64 KiB: its reason is not known";
 
 using namespace asio::experimental::awaitable_operators;
 using namespace std::chrono_literals;

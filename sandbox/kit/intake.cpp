@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "net/text.h"
+
 namespace velk::sandbox {
 namespace {
 
@@ -21,9 +23,17 @@ Intake::Intake(Store& store, const Head& head, Form form)
       body_(store,
             boundary_ && store.LargeContents() == Large::kStore ? Large::kHashOnly : store.LargeContents()) {
   if (boundary_) form_.emplace(store, *boundary_);
+  if (!isLenient_ && SameName(head.Header("Content-Encoding"), "gzip")) gunzip_.emplace();
 }
 
 void Intake::Append(std::string_view bytes) {
+  if (gunzip_)
+    AppendExpanded(gunzip_->Expand(bytes));
+  else
+    AppendExpanded(bytes);
+}
+
+void Intake::AppendExpanded(std::string_view bytes) {
   body_.Append(bytes);
   if (!form_) return;
   try {
@@ -36,6 +46,7 @@ void Intake::Append(std::string_view bytes) {
 
 std::shared_ptr<const Received> Intake::Finish() {
   body_.Finish();
+  if (gunzip_ && !gunzip_->Complete()) throw Malformed("the compressed body ends too early");
   const bool isCut = form_ && body_.Size() > 0 && !form_->Complete();
   if (isCut && !isLenient_) throw Malformed("the form ends before its last delimiter");
   const bool hasFields = form_ && !isCut;

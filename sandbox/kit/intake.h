@@ -8,12 +8,13 @@
 #include <vector>
 
 #include "kit/content.h"
+#include "kit/gunzip.h"
 #include "kit/multipart.h"
 #include "net/head.h"
 
 namespace velk::sandbox {
 
-// A complete body, and the fields of a multipart form.
+// A complete body, and the fields of a multipart form. What was compressed with gzip is expanded.
 struct Received {
   Content body;
   std::vector<FormPart> fields;
@@ -30,9 +31,12 @@ class Intake {
   std::shared_ptr<const Received> FinishPart();  // of a body that ended early; without fields
 
  private:
+  void AppendExpanded(std::string_view bytes);
+
   const bool isLenient_;
   const std::optional<std::string> boundary_;
   std::optional<MultipartParser> form_;
+  std::optional<Gunzip> gunzip_;
   Content body_;
 };
 

@@ -167,6 +167,7 @@ bool MultipartParser::FeedHeaders(std::string_view& bytes) {
   if (parts_.size() == kMaxParts) throw Malformed("the form has more than 1000 parts");
   parts_.push_back({HeaderParameter(disposition, "name"), HeaderParameter(disposition, "filename"),
                     std::string(HeaderValue(head, lineEnd_, "Content-Type")),
+                    Lower(HeaderValue(head, lineEnd_, "Content-Transfer-Encoding")),
                     Content(store_, store_.LargeContents())});
   return true;
 }

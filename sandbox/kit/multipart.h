@@ -15,6 +15,7 @@ struct FormPart {
   std::string name;
   std::string fileName;     // without unescaping: a backslash separates directories
   std::string contentType;  // empty if the part has none
+  std::string encoding;     // the Content-Transfer-Encoding in lower case; the content is as it was sent
   Content content;
 };
 

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <boost/json/parse.hpp>
 #include <functional>
+#include <optional>
 #include <system_error>
 
+#include "kit/gunzip.h"
 #include "kit/multipart.h"
 #include "kit/secret_names.h"
 #include "net/text.h"
@@ -65,10 +67,17 @@ Content NewContent(Store& store, std::string_view bytes) try {
   return CountedContent(store, bytes.size());
 }
 
-// Whether what the sandbox can read of the body is the body itself.
-bool IsEncoded(const std::vector<std::string>& lines) {
+// What a body means. None for a coding that is not known here, and for what is too large once it is expanded.
+std::optional<std::string> Expanded(const std::vector<std::string>& lines, std::string body) try {
   const std::string coding = HeaderOf(lines, "Content-Encoding");
-  return !coding.empty() && !SameName(coding, "identity");
+  if (coding.empty() || SameName(coding, "identity")) return body;
+  if (!SameName(coding, "gzip")) return std::nullopt;
+  Gunzip gunzip;
+  std::string expanded = gunzip.Expand(body);
+  if (!gunzip.Complete() || expanded.size() > kLargestText) return std::nullopt;
+  return expanded;
+} catch (const BadRequest&) {
+  return std::nullopt;
 }
 
 std::string MediaTypeOf(const std::vector<std::string>& lines) {
@@ -219,7 +228,7 @@ std::string Secrets::HideBody(const std::vector<std::string>& lines, const std::
 
 FormPart Secrets::HidePart(Store& store, const FormPart& part) {
   const auto named = [&](Content content) {
-    return FormPart{part.name, part.fileName, part.contentType, std::move(content)};
+    return FormPart{part.name, part.fileName, part.contentType, part.encoding, std::move(content)};
   };
   if (!part.content.IsKnown()) return named(CountedContent(store, part.content.Size()));
   const std::string value = part.content.Load();
@@ -233,18 +242,19 @@ std::shared_ptr<const Received> Secrets::Hide(Store& store, const Head& head,
   if (!areHidden_) return received;
   std::vector<FormPart> fields;
   for (const FormPart& part : received->fields) fields.push_back(HidePart(store, part));
-  const bool isShown = received->body.IsKnown() && !IsEncoded(head.lines);
-  Content body = isShown ? NewContent(store, HideBody(head.lines, received->body.Load()))
-                         : CountedContent(store, received->body.Size());
+  const auto text = received->body.IsKnown() ? Expanded(head.lines, received->body.Load()) : std::nullopt;
+  Content body =
+      text ? NewContent(store, HideBody(head.lines, *text)) : CountedContent(store, received->body.Size());
   return std::make_shared<Received>(Received{std::move(body), std::move(fields)});
 }
 
 std::shared_ptr<const Content> Secrets::Hide(Store& store, const std::vector<std::string>& lines,
                                              const BodyText& body) {
-  const bool isWhole = body.bytes.size() == body.size;
-  if (!isWhole || (areHidden_ && IsEncoded(lines)))
-    return std::make_shared<Content>(CountedContent(store, body.size));
-  return std::make_shared<Content>(NewContent(store, areHidden_ ? HideBody(lines, body.bytes) : body.bytes));
+  if (body.bytes.size() != body.size) return std::make_shared<Content>(CountedContent(store, body.size));
+  const auto text = Expanded(lines, body.bytes);
+  if (!areHidden_) return std::make_shared<Content>(NewContent(store, text.value_or(body.bytes)));
+  return std::make_shared<Content>(text ? NewContent(store, HideBody(lines, *text))
+                                        : CountedContent(store, body.size));
 }
 
 }  // namespace velk::sandbox

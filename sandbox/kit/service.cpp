@@ -96,6 +96,7 @@ void Service::TouchPieces(const std::string& upload, std::size_t count) {
 Reply Service::Handle(const Head& head, std::shared_ptr<const Received> received) {
   ServiceRequest request(head, std::move(received));
   Normalize(request);
+  if (request.method == "HEAD") request.method = "GET";  // the reply goes without its body
   const Handler* const handler = routes_.Find(request);
   return handler ? (*handler)(request) : UnknownPath(request);
 }

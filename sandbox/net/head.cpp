@@ -40,22 +40,24 @@ void SetHost(std::string_view authority, Head& head) {
 }
 
 void ParseTarget(std::string_view target, Head& head) {
-  static constexpr std::string_view kScheme = "http://";
+  static constexpr std::string_view kScheme = "http://", kSecureScheme = "https://";
   Require(!target.empty() && std::ranges::none_of(target, IsControl),
           "the target is empty, or it contains a control character");
   if (head.method == "CONNECT") {
     Require(target.find(':') != std::string_view::npos, "the target of CONNECT has no port");
     SetHost(target, head);
     head.target = target;
-  } else if (SameName(target.substr(0, kScheme.size()), kScheme)) {
-    target.remove_prefix(kScheme.size());
+  } else if (!target.starts_with('/')) {
+    head.namesHttps = SameName(target.substr(0, kSecureScheme.size()), kSecureScheme);
+    Require(head.namesHttps || SameName(target.substr(0, kScheme.size()), kScheme),
+            "the target does not start with a slash, nor with http:// or https://");
+    target.remove_prefix(head.namesHttps ? kSecureScheme.size() : kScheme.size());
     const std::size_t path = std::min(target.find_first_of("/?"), target.size());
     SetHost(target.substr(0, path), head);
     head.target = target.substr(path);
     Require(!head.host.empty(), "the target has no host");
     if (!head.target.starts_with('/')) head.target.insert(head.target.begin(), '/');
   } else {
-    Require(target.starts_with('/'), "the target does not start with a slash, nor with http://");
     head.target = target;
   }
 }

@@ -36,6 +36,7 @@ struct Head {
   bool chunked = false;
   bool expectsContinue = false;
   bool keepAlive = true;
+  bool namesHttps = false;  // the target is a URL of https, without a tunnel
 
   bool HasBody() const { return chunked || length.value_or(0) > 0; }
   std::string Header(std::string_view name) const { return HeaderOf(lines, name); }

@@ -28,6 +28,7 @@ export function curlLine(exchange, about) {
   headers.forEach((header, index) => {
     const name = names[index];
     if (kOwn.includes(name) || (isForm && name === 'content-type')) return;
+    if (/^content-encoding:\s*gzip\s*$/i.test(header)) return; // the sandbox has the expanded body
     // For curl, "NAME:" removes a header. "NAME;" is one without a value.
     words.push('--header', quoted(header.replace(/:\s*$/, ';')));
   });

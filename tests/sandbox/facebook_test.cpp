@@ -34,6 +34,7 @@ TEST_F(SandboxFacebookClients, PublishesAPostHoweverItIsSent) {
        {kMultipart},
        Multipart({FormPart("access_token", "t"), FormPart("message", "\u00E9"),
                   FormPart("privacy", R"({"value":"SELF"})")})},
+      {"POST", kGraph + feed, {kForm}, "access_token=t&message=%C3%A9&privacy%5Bvalue%5D=SELF"},
   };
   std::size_t count = 0;
   for (const HttpRequest& row : rows) {
@@ -45,6 +46,29 @@ TEST_F(SandboxFacebookClients, PublishesAPostHoweverItIsSent) {
   }
   const HttpReply unauthorized = Send(sandbox, {"POST", kGraph + feed, {kForm}, form});
   EXPECT_EQ(unauthorized.At("/error/code"), "2500");
+}
+
+TEST_F(SandboxFacebookClients, AttachesPhotosHoweverTheyAreNamed) {
+  const std::string photo = Png(RandomBytes(100, 1));
+  const std::string id = Send(sandbox, {"POST",
+                                        kGraph + "/me/photos?access_token=t&published=false",
+                                        {kMultipart},
+                                        Multipart({FormPart("source", photo, "photo.png")})})
+                             .At("/id");
+  const std::string feed = kGraph + "/me/feed?access_token=t";
+  const HttpRequest rows[] = {
+      {"POST", feed, {kForm}, "attached_media[0][media_fbid]=" + id},
+      {"POST", feed, {kForm}, "attached_media%5B0%5D={\"media_fbid\":\"" + id + "\"}"},
+      {"POST", feed + "&attached_media%5B0%5D%5Bmedia_fbid%5D=" + id},
+      {"POST", feed, {kJson}, "{\"attached_media\":[{\"media_fbid\":" + id + "}]}"},
+  };
+  for (const HttpRequest& row : rows) {
+    SCOPED_TRACE(row.url + row.body);
+    EXPECT_EQ(Send(sandbox, row).status, 200);
+    ASSERT_EQ(Objects().back().at("attached").as_array().size(), 1U);
+    EXPECT_EQ(Objects().back().at("attached").at(0).as_string(), id);
+  }
+  EXPECT_EQ(Send(sandbox, {"POST", feed, {kForm}, "attached_media[0][media_fbid]=12"}).status, 400);
 }
 
 TEST_F(SandboxFacebookClients, TakesFilesUnderAnyName) {
@@ -97,6 +121,13 @@ TEST_F(SandboxFacebookClients, GivesItsOwnErrorsForUnknownPaths) {
     EXPECT_EQ(reply.At("/error/code"), row.code) << reply.body;
     EXPECT_EQ(reply.At("/error/fbtrace_id").size(), 11U);
   }
+}
+
+// Bytes after the head would be the start of the next reply on the connection.
+TEST_F(SandboxFacebookClients, RepliesToHeadWithoutABody) {
+  const HttpReply reply = Send(sandbox, {"HEAD", kGraph + "/v24.0/me?access_token=t"});
+  EXPECT_EQ(reply.status, 200);
+  EXPECT_EQ(sandbox.Newest().at("replyBodySize"), 0);
 }
 
 TEST_F(SandboxFacebookClients, IssuesAndDescribesTokens) {

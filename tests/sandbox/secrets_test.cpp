@@ -119,7 +119,14 @@ TEST_F(SecretBodies, AreReadAsWhatTheyAre) {
       Shown(parts,
             "--b\r\nContent-Disposition: form-data; filename=\"f\"; name=pin\r\n\r\n1234567\r\n--b--\r\n"),
       "--b\r\nContent-Disposition: form-data; filename=\"f\"; name=pin\r\n\r\n…\r\n--b--\r\n");
-  EXPECT_EQ(Shown("Content-Encoding: gzip\r\n", "packed"), "counted") << "it can contain secrets";
+  EXPECT_EQ(Shown("Content-Encoding: br\r\n", "packed"), "counted") << "it can contain secrets";
+  EXPECT_EQ(Shown("Content-Encoding: gzip\r\n", "packed"), "counted") << "it is no gzip";
+  constexpr char kPacked[] =
+      "\037\213\010\000\000\000\000\000\002\003\253\126\112\114\116\116\055\056\216\057\311\317\116\315"
+      "\123\262\122\312\311\317\113\057\116\115\056\112\055\121\252\005\000\143\365\067\033\035\000\000"
+      "\000";
+  EXPECT_EQ(Shown("Content-Encoding: gzip\r\n", std::string(kPacked, sizeof kPacked - 1)),
+            R"({"access_token":"…"})");
   EXPECT_EQ(Shown("", std::string(70'000, 'x')), "counted");
 }
 

@@ -149,6 +149,7 @@ TEST_F(SandboxTwitterClients, TakesAPhotoInOneRequest) {
       InQuery("POST", kUpload, {}, {kMultipart}, Multipart({FormPart("media", photo)})),
       InQuery("POST", kUpload, {}, {kMultipart}, Multipart({FormPart("media_data", base64)})),
       InForm(kUpload, {{"media_data", base64}}),
+      InForm(kUpload, {{"media", base64}}),
   };
   for (const HttpReply& reply : replies) {
     SCOPED_TRACE(reply.body);
@@ -159,7 +160,7 @@ TEST_F(SandboxTwitterClients, TakesAPhotoInOneRequest) {
   const boost::json::object state = State();
   for (const boost::json::value& media : state.at("media").as_array())
     EXPECT_EQ(media.at("sha256").as_string(), Sha256(photo));
-  EXPECT_EQ(state.at("media").as_array().size(), 4U);
+  EXPECT_EQ(state.at("media").as_array().size(), 5U);
   EXPECT_EQ(InForm(kTweets, {{"status", "x"}, {"media_ids", replies[3].At("/media_id_string")}}).status, 200);
   EXPECT_EQ(InForm(kUpload, {{"media_data", "no base64"}}).status, 400);
   const std::string text = Multipart({FormPart("media", "no photo", "photo.png")});
@@ -198,6 +199,16 @@ TEST_F(SandboxTwitterClients, TakesSegmentsWithParametersInTheQuery) {
     const Parameters refused{{"command", "INIT"}, {"total_bytes", size}, {"media_type", "video/mp4"}};
     EXPECT_EQ(InForm(kUpload, refused).status, 400) << size;
   }
+}
+
+TEST_F(SandboxTwitterClients, DescribesAMediumForClientsWithFixedTypes) {
+  const std::string photo = Png(RandomBytes(100, 1));
+  const HttpReply upload = InQuery("POST", kUpload, {}, {kMultipart}, Multipart({FormPart("media", photo)}));
+  const HttpReply tweet = InForm(kTweets, {{"status", "x"}, {"media_ids", upload.At("/media_id_string")}});
+  ASSERT_EQ(tweet.status, 200) << tweet.body;
+  for (const char* const member : {"id", "url", "media_url", "media_url_https", "display_url", "expanded_url",
+                                   "type", "indices/1", "sizes/large/w"})
+    EXPECT_NE(tweet.At(std::string("/extended_entities/media/0/") + member), "") << member;
 }
 
 TEST_F(SandboxTwitterClients, RefusesUnknownSwitches) {

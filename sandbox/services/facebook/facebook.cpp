@@ -229,7 +229,9 @@ std::string PrivacyOf(const ServiceRequest& request) {
   static constexpr std::string_view kValues[] = {"EVERYONE", "ALL_FRIENDS", "FRIENDS_OF_FRIENDS", "SELF",
                                                  "CUSTOM"};
   std::string why = "it is no object with a string as value";
-  const auto parsed = ParseLenientJson(request.FindParameter("privacy").value_or("{'value':''}"), &why);
+  auto parsed = ParseLenientJson(request.FindParameter("privacy").value_or("{'value':''}"), &why);
+  // A form can have the member of the object alone.
+  if (const auto member = request.FindParameter("privacy[value]")) parsed = json::object{{"value", *member}};
   const json::value* const value =
       parsed && parsed->is_object() ? parsed->get_object().if_contains("value") : nullptr;
   Require(value && value->is_string(), Because(kBadPrivacy, "privacy: " + why));

@@ -1,6 +1,7 @@
 // Publishing to Facebook: videos in one request, photos, posts and comments.
 #include <algorithm>
 #include <boost/json/array.hpp>
+#include <boost/json/serialize.hpp>
 
 #include "kit/media_type.h"
 #include "services/facebook/facebook.h"
@@ -31,23 +32,31 @@ std::string WhyNoFile(const FormPart* file, const std::string& urlName) {
 
 bool IsUrl(std::string_view text) { return text.starts_with("http://") || text.starts_with("https://"); }
 
-// attached_media is a list of {"media_fbid": ID}, or attached_media[0], attached_media[1] and so on are its
-// elements.
+// An identifier is a string. Some clients send it as a number.
+std::string MediaId(const json::value* id) {
+  Require(id && (id->is_string() || id->is_int64() || id->is_uint64()),
+          InvalidParameter("attached_media must be a list of media_fbid"));
+  return id->is_string() ? std::string(id->get_string()) : json::serialize(*id);
+}
+
+// attached_media is a list of {"media_fbid": ID}. Its elements can also be attached_media[0],
+// attached_media[1] and so on, or their members attached_media[0][media_fbid].
 std::vector<std::string> AttachedMedia(const ServiceRequest& request) {
   json::array list;
+  std::vector<std::string> ids;
   if (const auto parsed = ParseLenientJson(request.Parameter("attached_media")); parsed && parsed->is_array())
     list = parsed->get_array();
-  for (const auto& [name, value] : request.form) {
-    const auto parsed = name.starts_with("attached_media[") ? ParseLenientJson(value) : std::nullopt;
-    if (parsed) list.push_back(*parsed);
+  for (const Pairs* const pairs : {&request.form, &request.query}) {
+    for (const auto& [name, value] : *pairs) {
+      if (!name.starts_with("attached_media[")) continue;
+      if (name.ends_with("][media_fbid]"))
+        ids.push_back(value);
+      else if (const auto parsed = ParseLenientJson(value))
+        list.push_back(*parsed);
+    }
   }
-  std::vector<std::string> ids;
-  for (const json::value& element : list) {
-    const json::value* const id =
-        element.is_object() ? element.get_object().if_contains("media_fbid") : nullptr;
-    Require(id && id->is_string(), InvalidParameter("attached_media must be a list of media_fbid"));
-    ids.emplace_back(id->get_string());
-  }
+  for (const json::value& element : list)
+    ids.push_back(MediaId(element.is_object() ? element.get_object().if_contains("media_fbid") : nullptr));
   return ids;
 }
 

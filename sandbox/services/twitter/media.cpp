@@ -97,8 +97,8 @@ Reply Twitter::HandleMediaUpload(const ServiceRequest& request) {
   if (command == "INIT") return InitMedia(request, nonce);
   if (command == "APPEND") return AppendSegment(request);
   if (command == "FINALIZE") return FinalizeMedia(request);
-  Require(command.empty() &&
-              (request.Field("media") || request.Field("media_data") || request.FindParameter("media_data")),
+  Require(command.empty() && (request.Field("media") || request.FindParameter("media") ||
+                              request.Field("media_data") || request.FindParameter("media_data")),
           Because(Missing("command"), "command is " + Quoted(command) +
                                           "; it can be INIT, APPEND or FINALIZE, or absent beside media"));
   return UploadSimply(request, nonce);
@@ -136,14 +136,16 @@ Twitter::Media& Twitter::FindMedia(const std::string& id) {
   return found->second;
 }
 
-// The bytes are a file, or base64 text in a field or a parameter.
+// The bytes are a file, or base64 text in a field or a parameter. Outside of a multipart form, `media` is
+// base64 text, too.
 Piece Twitter::PieceOf(const ServiceRequest& request) {
   const FormPart* const file = request.Field("media");
   if (file) return {request.received, &file->content};
   const FormPart* const field = request.Field("media_data");
   if (field)
     return NewPiece(store_, Decode(field->content.Size() <= 2 * kMaxGifSize ? field->content.Load() : ""));
-  return NewPiece(store_, Decode(request.Parameter("media_data")));
+  const auto text = request.FindParameter("media_data");
+  return NewPiece(store_, Decode(text ? *text : request.Parameter("media")));
 }
 
 Reply Twitter::AppendSegment(const ServiceRequest& request) {

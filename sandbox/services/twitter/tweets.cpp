@@ -25,10 +25,24 @@ bool IsExtended(const ServiceRequest& request) { return request.Parameter("tweet
 // The number at the end of a URL such as https://twitter.com/i/statuses/1.
 std::string LastSegment(const std::string& url) { return url.substr(url.find_last_of('/') + 1); }
 
-json::object MediaEntity(const std::string& id, std::string_view type) {
+// Media are shown in these sizes, whatever theirs is.
+json::object Sizes() {
+  json::object sizes;
+  for (const char* const name : {"thumb", "small", "medium", "large"})
+    sizes[name] = {{"w", 150}, {"h", 150}, {"resize", "crop"}};
+  return sizes;
+}
+
+// Clients with fixed types require all of these members. The link would follow the text.
+json::object MediaEntity(const std::string& id, std::string_view type, std::size_t textLength) {
   const bool isVideo = type.starts_with("video/");
   return {{"id", IdNumber(id)},
           {"id_str", id},
+          {"indices", {textLength, textLength}},
+          {"sizes", Sizes()},
+          {"media_url", "http://pbs.velk.example/media/" + id},
+          {"display_url", "pic.velk.example/" + id},
+          {"expanded_url", "https://twitter.com/i/status/" + id},
           {"type", isVideo               ? "video"
                    : type == "image/gif" ? "animated_gif"
                                          : "photo"},
@@ -90,7 +104,8 @@ json::object Twitter::TweetJson(const Tweet& tweet, bool extended) const {
   json::array media;
   for (const std::string& id : Split(tweet.mediaIds, ',')) {
     const auto found = media_.find(id);
-    if (found != media_.end()) media.push_back(MediaEntity(id, found->second.type));
+    if (found != media_.end())
+      media.push_back(MediaEntity(id, found->second.type, CountCharacters(tweet.text)));
   }
   json::object entities{{"hashtags", json::array()},
                         {"symbols", json::array()},

@@ -1,7 +1,9 @@
 // YouTube's uploads: resumable in one piece or in several, with the metadata in one multipart body, and of
 // the media alone.
 #include <algorithm>
+#include <stdexcept>
 
+#include "kit/byte_strings.h"
 #include "services/youtube/content_range.h"
 #include "services/youtube/youtube.h"
 
@@ -14,6 +16,7 @@ namespace {
 namespace json = boost::json;
 
 constexpr std::uint64_t kPieceUnit = 256 * 1024;
+constexpr const char* kCommand = "X-Goog-Upload-Command";
 constexpr const char* kWrongLength = "The upload's length differs from the one that was declared.";
 
 void CheckMediaType(std::string_view type) {
@@ -25,20 +28,36 @@ void CheckMediaType(std::string_view type) {
               "' is not supported. Valid media types: [video/*, application/octet-stream]");
 }
 
-// The client goes on after the last byte that has arrived.
-Reply Incomplete(std::uint64_t received) {
+// The bytes that a part in base64 means.
+std::string Decode(std::string text) {
+  std::erase_if(text, [](char c) { return c == '\r' || c == '\n'; });
+  try {
+    return FromBase64(text);
+  } catch (const std::invalid_argument&) {
+    throw ApiError{400, "badContent", "The media is not valid base64."};
+  }
+}
+
+// The client goes on after the last byte that has arrived. One that takes 308 for a redirection has a header
+// that moves the status to another one.
+Reply Incomplete(const ServiceRequest& request, std::uint64_t received) {
   Reply reply{.status = 308, .reason = "Resume Incomplete", .headers = {"Content-Length: 0"}};
+  if (SameName(request.head.Header("X-GUploader-No-308"), "yes"))
+    reply = {.status = 200, .headers = {"Content-Length: 0", "X-HTTP-Status-Code-Override: 308"}};
   if (received > 0) reply.headers.push_back("Range: bytes=0-" + std::to_string(received - 1));
   return reply;
 }
 
 }  // namespace
 
+// A newer form of the protocol has its own headers for what the older one does with methods and ranges.
 Reply Youtube::Insert(const ServiceRequest& request) {
-  if (!request.Query("upload_id").empty()) return ContinueSession(request);
+  const bool isNewer = !request.head.Header(kCommand).empty();
+  if (!request.Query("upload_id").empty()) return isNewer ? FollowCommand(request) : ContinueSession(request);
   RequireToken(request);
   const Parts parts = RequireParts(request, kVideoParts);
-  const std::string type = request.Query("uploadType");
+  const std::string command = request.head.Header(kCommand);
+  const std::string type = command == "start" ? "resumable" : request.Query("uploadType");
   if (type == "resumable") return StartSession(request, parts);
   if (type == "multipart" || (type.empty() && !request.received->fields.empty()))
     return InsertMultipart(request, parts);
@@ -54,7 +73,11 @@ Reply Youtube::InsertMultipart(const ServiceRequest& request, const Parts& parts
           "the multipart body has " + std::to_string(bodies.size()) + " parts instead of metadata and media");
   CheckMediaType(bodies[1].contentType);
   const Metadata metadata = ParseMetadata(ParseJson(bodies[0].content), parts);
-  return JsonReply(200, VideoResource(Publish(metadata, bodies[1].content), parts));
+  const FormPart& media = bodies[1];
+  if (media.encoding != "base64")
+    return JsonReply(200, VideoResource(Publish(metadata, media.content), parts));
+  const Piece decoded = NewPiece(store_, Decode(media.content.Load()));
+  return JsonReply(200, VideoResource(Publish(metadata, *decoded.content), parts));
 }
 
 Reply Youtube::InsertMedia(const ServiceRequest& request, const Parts& parts) {
@@ -67,20 +90,57 @@ Reply Youtube::InsertMedia(const ServiceRequest& request, const Parts& parts) {
 // ---- Resumable uploads ----
 
 Reply Youtube::StartSession(const ServiceRequest& request, Parts parts) {
-  const std::string declared = request.head.Header("X-Upload-Content-Length");
+  const bool isNewer = !request.head.Header(kCommand).empty();
+  const std::string prefix = isNewer ? "X-Goog-Upload-Header-Content-" : "X-Upload-Content-";
+  const std::string declared = request.head.Header(prefix + "Length");
   const auto length = ToNumber(declared);
-  Require(declared.empty() || length, 400, "badRequest", "X-Upload-Content-Length is not a number.", "",
-          "X-Upload-Content-Length is " + Quoted(declared));
-  CheckMediaType(request.head.Header("X-Upload-Content-Type"));
+  Require(declared.empty() || length, 400, "badRequest", prefix + "Length is not a number.", "",
+          prefix + "Length is " + Quoted(declared));
+  CheckMediaType(request.head.Header(prefix + "Type"));
   const Content& body = request.received->body;
   Metadata metadata = ParseMetadata(body.Size() > 0 ? ParseJson(body) : json::object(), parts);
   const std::string id = RandomName(24);
   LimitPending(sessions_);
   sessions_.emplace(id, Session{length, std::move(metadata), std::move(parts)});
   Touch("session", id);
-  return {.status = 200,
-          .headers = {"X-GUploader-UploadID: " + id,
-                      "Location: https://" + request.head.host + request.head.target + "&upload_id=" + id}};
+  const std::string url = "https://" + request.head.host + request.head.target + "&upload_id=" + id;
+  if (isNewer)
+    return {.status = 200, .headers = {"X-Goog-Upload-Status: active", "X-Goog-Upload-URL: " + url}};
+  return {.status = 200, .headers = {"X-GUploader-UploadID: " + id, "Location: " + url}};
+}
+
+// "upload", "finalize", or both; "query"; "cancel".
+Reply Youtube::FollowCommand(const ServiceRequest& request) {
+  if (HasToken(request)) RequireToken(request);
+  Session& session = FindSession(request);
+  const std::string id = request.Query("upload_id");
+  const std::vector<std::string> commands = Split(Lower(request.head.Header(kCommand)), ',');
+  const auto has = [&](const char* name) { return std::ranges::find(commands, name) != commands.end(); };
+  if (has("cancel")) {
+    CancelSession(request);
+    return {.status = 200, .headers = {"X-Goog-Upload-Status: cancelled"}};
+  }
+  Require(has("upload") || has("finalize") || has("query"), 400, "badRequest",
+          "The X-Goog-Upload-Command is unknown.", "", "it is " + Quoted(request.head.Header(kCommand)));
+  if (session.videoId.empty() && has("upload")) {
+    const std::string offset = request.head.Header("X-Goog-Upload-Offset");
+    const std::uint64_t received = SizeOf(session.pieces);
+    Require(ToNumber(offset) == received, 400, "badRequest",
+            "The X-Goog-Upload-Offset is not the expected one.", "",
+            "it is " + Quoted(offset) + ", and " + std::to_string(received) + " bytes have arrived");
+    AddToSession(id, session, request);
+  }
+  if (session.videoId.empty() && has("finalize")) {
+    RequireLengthOf(session, SizeOf(session.pieces));
+    FinishSession(id, session);
+  }
+  if (session.videoId.empty())
+    return {.status = 200,
+            .headers = {"X-Goog-Upload-Status: active",
+                        "X-Goog-Upload-Size-Received: " + std::to_string(SizeOf(session.pieces))}};
+  Reply reply = JsonReply(200, VideoResource(FindVideo(session.videoId), session.parts));
+  reply.headers.emplace_back("X-Goog-Upload-Status: final");
+  return reply;
 }
 
 Youtube::Session& Youtube::FindSession(const ServiceRequest& request) {
@@ -120,8 +180,9 @@ Reply Youtube::ContinueSession(const ServiceRequest& request) {
   if (range->total) session.length = range->total;
   Touch("session", id);
   const std::uint64_t received = SizeOf(session.pieces);
-  if (!range->first) return session.length == received ? FinishSession(id, session) : Incomplete(received);
-  if (*range->first != received) return Incomplete(received);
+  if (!range->first)
+    return session.length == received ? FinishSession(id, session) : Incomplete(request, received);
+  if (*range->first != received) return Incomplete(request, received);
   const std::uint64_t size = *range->last - *range->first + 1;
   Require(body.Size() == size, 400, "badRequest", "The body's length differs from its Content-Range.", "",
           "the body has " + std::to_string(body.Size()) + " bytes, and its Content-Range " +
@@ -132,7 +193,7 @@ Reply Youtube::ContinueSession(const ServiceRequest& request) {
           "the piece has " + std::to_string(size) +
               " bytes; each piece but the last must be a multiple of 262144");
   AddToSession(id, session, request);
-  return isLast ? FinishSession(id, session) : Incomplete(received + size);
+  return isLast ? FinishSession(id, session) : Incomplete(request, received + size);
 }
 
 void Youtube::AddToSession(const std::string& id, Session& session, const ServiceRequest& request) {
@@ -158,13 +219,16 @@ void Youtube::TakePartial(const ServiceRequest& request) {
     return;
   Session& session = found->second;
   const auto range = ParseContentRange(request.head.Header("Content-Range"));
-  if (!range) {
+  const bool isNewer = !request.head.Header(kCommand).empty();
+  if (!range && !isNewer) {
     TouchPieces(found->first, session.pieces.size());
     session.pieces.clear();
   }
   const std::uint64_t received = SizeOf(session.pieces);
+  const auto first = isNewer ? ToNumber(request.head.Header("X-Goog-Upload-Offset"))
+                             : (range ? range->first : std::optional(received));
   const bool fits = !session.length || received + request.received->body.Size() <= *session.length;
-  if (fits && (!range || range->first == received)) AddToSession(found->first, session, request);
+  if (fits && first == received) AddToSession(found->first, session, request);
 }
 
 Reply Youtube::CancelSession(const ServiceRequest& request) {

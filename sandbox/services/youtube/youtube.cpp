@@ -78,6 +78,15 @@ void Youtube::RegisterRoutes() {
   }
 }
 
+// A client names the method in a header when it cannot send it, or when a URL would be too long. Then the
+// body has the parameters of a GET.
+void Youtube::Normalize(ServiceRequest& request) const {
+  const std::string method = request.head.Header("X-HTTP-Method-Override");
+  if (request.method != "POST" || method.empty()) return;
+  request.method = method;
+  if (method == "GET") request.query.insert(request.query.end(), request.form.begin(), request.form.end());
+}
+
 Reply Youtube::UnknownPath(const ServiceRequest& request) const {
   return ErrorReply({404, "notFound", "Not Found", "", routes_.WhyNone(request)});
 }

@@ -36,6 +36,7 @@ class Youtube : public Service {
   void TakePartial(const ServiceRequest& request) override;
 
  protected:
+  void Normalize(ServiceRequest& request) const override;
   Reply UnknownPath(const ServiceRequest& request) const override;
 
  private:
@@ -79,6 +80,7 @@ class Youtube : public Service {
   Reply InsertMultipart(const ServiceRequest& request, const Parts& parts);
   Reply InsertMedia(const ServiceRequest& request, const Parts& parts);
   Reply ContinueSession(const ServiceRequest& request);
+  Reply FollowCommand(const ServiceRequest& request);
   Reply CancelSession(const ServiceRequest& request);
   Reply FinishSession(const std::string& id, Session& session);
   void AddToSession(const std::string& id, Session& session, const ServiceRequest& request);
