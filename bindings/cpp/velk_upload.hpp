@@ -165,8 +165,9 @@ inline std::string Encoded(std::string_view value, const char* name, Encoding en
 }
 
 template <std::size_t width>
-void SetField(char (&field)[width], std::string_view value, const char* name, Encoding encode = Plain) {
-  const std::string encoded = Encoded(value, name, encode, width - 1);
+void SetField(char (&field)[width], std::string_view value, const char* name, Encoding encode = Plain,
+              std::size_t longest = width - 1) {
+  const std::string encoded = Encoded(value, name, encode, longest);
   std::memcpy(field, encoded.c_str(), encoded.size() + 1);
 }
 
@@ -188,6 +189,7 @@ inline void AppendUtf8(std::string& text, std::uint32_t c) {
 }
 
 // The library returns names and URLs with JSON's escapes, and ends them at a quote: its backslash is dropped.
+// Half of a character is dropped, too.
 inline std::string Unescaped(std::string_view text) {
   constexpr std::string_view kLetters = "bfnrt", kCharacters = "\b\f\n\r\t";
   std::string plain;
@@ -196,13 +198,17 @@ inline std::string Unescaped(std::string_view text) {
     const bool escaped = text.front() == '\\';
     if (escaped) text.remove_prefix(1);
     if (text.empty()) break;
+    const std::uint32_t first = std::exchange(high, 0);
     std::uint32_t value = 0;
     if (escaped && text.front() == 'u' && text.size() > 4 &&
         std::from_chars(text.data() + 1, text.data() + 5, value, 16).ptr == text.data() + 5) {
       text.remove_prefix(4);
-      if (value >> 10 == 0x37) value += high - 0xDC00;
-      high = value >> 10 == 0x36 ? 0x10000 + (value - 0xD800) * 0x400 : 0;
-      if (high == 0) AppendUtf8(plain, value);
+      if (value >> 10 == 0x36)
+        high = 0x10000 + (value - 0xD800) * 0x400;
+      else if (value >> 10 != 0x37)
+        AppendUtf8(plain, value);
+      else if (first != 0)
+        AppendUtf8(plain, first + (value - 0xDC00));
     } else {
       const auto index = escaped ? kLetters.find(text.front()) : kLetters.npos;
       plain += index == kLetters.npos ? text.front() : kCharacters[index];
@@ -443,6 +449,12 @@ void Follow(const HandleFunctions& functions, const Options& options, const Star
 // The valid tokens of the last minutes, since each check of one costs memory until the process exits.
 class ValidTokens {
  public:
+  // Of the process, as is the memory: a program may make several objects of the library.
+  static ValidTokens& Shared() {
+    static ValidTokens tokens;
+    return tokens;
+  }
+
   bool Contains(const std::string& token) {
     const std::scoped_lock lock(mutex_);
     std::erase_if(ends_, [now = Clock::now()](const auto& entry) { return entry.second <= now; });
@@ -528,13 +540,13 @@ class Facebook {
 
   /// A valid token is remembered for five minutes, since each check of one costs memory until the process
   /// exits.
-  bool CheckToken(std::string_view appId, std::string_view token) {
+  bool CheckToken(std::string_view appId, std::string_view token) const {
     const std::string app = Url(appId, "appId"), checked = Url(token, "token");
     const std::string key = app + ' ' + checked;
-    if (valid_.Contains(key)) return true;
+    if (detail::ValidTokens::Shared().Contains(key)) return true;
     std::uint32_t valid = 0;
     detail::Check(library_.checkToken(app.c_str(), checked.c_str(), &valid));
-    if (valid != 0) valid_.Add(key);
+    if (valid != 0) detail::ValidTokens::Shared().Add(key);
     return valid != 0;
   }
 
@@ -652,7 +664,6 @@ class Facebook {
   }
 
   const detail::Functions& library_;
-  detail::ValidTokens valid_;
 };
 
 // ---- Twitter ----
@@ -683,8 +694,9 @@ class Twitter {
   SignInPage SignIn(const Consumer& consumer) const {
     constexpr std::string_view kName = "oauth_token=";
     std::array<char, 2 * detail::kValueCapacity> url{};
-    detail::Check(library_.oauthUrl(detail::Encoded(consumer.key, "key").c_str(),
-                                    detail::Encoded(consumer.secret, "secret").c_str(), nullptr, url.data()));
+    const std::string key = detail::Encoded(consumer.key, "key", detail::Plain, kLongestKey);
+    detail::Check(library_.oauthUrl(key.c_str(), detail::Encoded(consumer.secret, "secret").c_str(), nullptr,
+                                    url.data()));
     const std::string_view page = url.data();
     return {std::string(page), std::string(page.substr(page.find(kName) + kName.size()))};
   }
@@ -693,10 +705,11 @@ class Twitter {
   TwitterUser FinishSignIn(const Consumer& consumer, std::string_view requestToken,
                            std::string_view pin) const {
     constexpr std::string_view kBlanks = " \t\r\n";
-    pin.remove_prefix(std::min(pin.find_first_not_of(kBlanks), pin.size()));
+    // In parentheses, since windows.h may define a macro of this name.
+    pin.remove_prefix((std::min)(pin.find_first_not_of(kBlanks), pin.size()));
     pin = pin.substr(0, pin.find_last_not_of(kBlanks) + 1);
     TwitterAccessRequest request{};
-    detail::SetField(request.consumerKey, consumer.key, "key");
+    detail::SetField(request.consumerKey, consumer.key, "key", detail::Plain, kLongestKey);
     detail::SetField(request.consumerSecret, consumer.secret, "secret");
     detail::SetField(request.requestToken, requestToken, "requestToken");
     detail::SetField(request.verifier, pin, "pin", detail::PercentEncoded);
@@ -735,11 +748,14 @@ class Twitter {
   }
 
  private:
+  // The library uses that many bytes of each, and Twitter refuses what is longer as unknown.
+  static constexpr std::size_t kLongestKey = 1004, kLongestToken = 1011;
+
   struct Credentials {
     Credentials(const Consumer& application, const TwitterUser& user) {
-      detail::SetField(consumer.consumerKey, application.key, "key");
+      detail::SetField(consumer.consumerKey, application.key, "key", detail::Plain, kLongestKey);
       detail::SetField(consumer.consumerSecret, application.secret, "secret");
-      detail::SetField(token.oauthToken, user.token, "token");
+      detail::SetField(token.oauthToken, user.token, "token", detail::Plain, kLongestToken);
       detail::SetField(token.oauthTokenSecret, user.tokenSecret, "tokenSecret");
       detail::SetField(token.userId, user.id, "id");
       detail::SetField(token.screenName, user.screenName, "screenName");

@@ -265,7 +265,7 @@ namespace Velk.Upload
             // The library publishes to the user's own feed instead of a node that is no number.
             if (!string.IsNullOrEmpty(target) && (target[0] < '1' || target[0] > '9'))
                 throw new ArgumentException("Target is no identifier: it begins with a digit from 1 to 9");
-            foreach (char c in privacy)
+            foreach (char c in privacy ?? "")
                 if ((c < 'A' || c > 'Z') && c != '_')
                     throw new ArgumentException("Privacy has other characters than A to Z and _");
             return new Record(Layout.FacebookUploadInfo)

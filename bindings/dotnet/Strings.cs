@@ -49,6 +49,7 @@ namespace Velk.Upload
         /// <summary>YouTube's tags, one in each line.</summary>
         internal static string Tags(IEnumerable<string> tags)
         {
+            if (tags == null) throw new ArgumentNullException(nameof(tags));
             var lines = new List<string>();
             foreach (string tag in tags)
             {

@@ -101,7 +101,7 @@ namespace Velk.Upload
         {
             Record request = SetConsumer(new Record(Layout.TwitterAccessRequest), consumer)
                 .Set("requestToken", requestToken, nameof(requestToken))
-                .Set("verifier", pin.Trim(), nameof(pin), Strings.Percent);
+                .Set("verifier", pin?.Trim(), nameof(pin), Strings.Percent);
             return Calls.Run(() =>
             {
                 Layout layout = Layout.TwitterAccessToken;
@@ -140,6 +140,7 @@ namespace Velk.Upload
             IProgress<UploadProgress> progress = null, CancellationToken cancellation = default(CancellationToken))
         {
             byte[] application = Application(consumer), token = Account(user);
+            if (photo.File == null) throw new ArgumentNullException(nameof(photo.File));
             string name = Path.GetFileName(photo.File);
             string folder = photo.File.Substring(0, photo.File.Length - name.Length);
             // The library joins both with a separator.

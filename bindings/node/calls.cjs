@@ -79,6 +79,14 @@ async function checked(name, args) {
   return reply.args;
 }
 
+/** Ends a call that still waits for a thread as cancelled. */
+function withdraw(job) {
+  if (!waiting.includes(job)) return false;
+  waiting.splice(waiting.indexOf(job), 1);
+  job.resolve({ result: -10 });
+  return true;
+}
+
 // One upload, its handle, and who follows it.
 class Upload {
   #sent = new Float64Array(1);
@@ -139,7 +147,7 @@ async function follow(service, name, args, { onProgress, signal } = {}) {
   load();
   if (signal?.aborted) throw new VelkError(-10, { cause: signal.reason });
   const upload = new Upload(service, onProgress);
-  const abort = () => upload.cancel();
+  const abort = () => withdraw(upload.job) || upload.cancel();
   signal?.addEventListener('abort', abort);
   following.add(upload);
   let reply;

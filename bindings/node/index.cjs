@@ -83,13 +83,15 @@ const facebook = {
   },
 
   async checkToken(appId, token) {
-    const key = createHash('sha256').update(`${appId} ${token}`).digest('base64');
-    for (const [known, { end }] of valid) if (end <= Date.now()) valid.delete(known);
+    const key = createHash('sha256')
+      .update(JSON.stringify([appId, token]))
+      .digest('base64');
+    for (const [known, { end }] of valid) if (end <= performance.now()) valid.delete(known);
     if (valid.has(key)) return valid.get(key).check;
     // Checks at the same time share one request.
     const check = fetchValidity(appId, token);
     if (valid.size >= mostValid) valid.clear();
-    valid.set(key, { check, end: Date.now() + validFor });
+    valid.set(key, { check, end: performance.now() + validFor });
     const isValid = await check.catch((error) => {
       valid.delete(key);
       throw error;
@@ -160,15 +162,19 @@ const facebook = {
 
 // ---- Twitter ----
 
+// The library uses that many bytes of each, and Twitter refuses what is longer as unknown.
+const longestKey = 1004;
+const longestToken = 1011;
+
 const consumerFields = ({ key, secret }) => ({
-  consumerKey: [key, 'key'],
+  consumerKey: [key, 'key', undefined, longestKey],
   consumerSecret: [secret, 'secret'],
 });
 
 const credentials = (consumer, { token, tokenSecret, id, screenName }) => [
   record('TwitterConsumer', consumerFields(consumer)),
   record('TwitterAccessToken', {
-    oauthToken: [token, 'token'],
+    oauthToken: [token, 'token', undefined, longestToken],
     oauthTokenSecret: [tokenSecret, 'tokenSecret'],
     userId: [id, 'id'],
     screenName: [screenName, 'screenName'],
@@ -180,7 +186,8 @@ const tweetText = (text) => encoded(text, 'text', undefined, 420);
 
 const twitter = {
   async signIn({ key, secret }) {
-    const args = [encoded(key, 'key'), encoded(secret, 'secret'), null, new Uint8Array(2 * valueCapacity)];
+    const consumerKey = encoded(key, 'key', undefined, longestKey);
+    const args = [consumerKey, encoded(secret, 'secret'), null, new Uint8Array(2 * valueCapacity)];
     const url = decoded((await checked('GetTwitterOauthUrl', args))[3]);
     return { url, requestToken: url.slice(url.indexOf('oauth_token=') + 'oauth_token='.length) };
   },

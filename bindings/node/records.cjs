@@ -74,13 +74,13 @@ const layouts = {
   },
 };
 
-/** A record. Each field is [value, its name for the caller, its encoding]. */
+/** A record. Each field is [value, its name for the caller, its encoding, a limit below its width]. */
 function record(type, fields) {
   const layout = layouts[type];
   const bytes = Buffer.alloc(layout.size);
-  for (const [field, [value, name, encode]] of Object.entries(fields)) {
+  for (const [field, [value, name, encode, longest = Infinity]] of Object.entries(fields)) {
     const [offset, width] = layout[field];
-    encoded(value, name, encode, width - 1).copy(bytes, offset);
+    encoded(value, name, encode, Math.min(longest, width - 1)).copy(bytes, offset);
   }
   return bytes;
 }

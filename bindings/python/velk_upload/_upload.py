@@ -78,21 +78,32 @@ def follow(
     if not handle:
         raise VelkError(Result.OUT_OF_MEMORY)
     results: List[int] = []
-    thread = threading.Thread(target=lambda: results.append(start(handle)), daemon=True)
+    ended = threading.Event()
+
+    def run() -> None:
+        try:
+            results.append(start(handle))
+        finally:
+            ended.set()
+
+    # Not is_alive: after Ctrl-C in join, Python 3.9 to 3.12 report a running thread as ended.
+    def is_running() -> bool:
+        return not (results or ended.is_set())
+
     follower = _Follower(service, handle, report)
-    thread.start()
+    threading.Thread(target=run, daemon=True).start()
     try:
-        while thread.is_alive():
+        while is_running():
             cancelling = cancel is not None and cancel.is_set()
             if cancelling:
                 follower.cancel()
             follower.report()
-            thread.join(_CANCEL_SECONDS if cancelling else _POLL_SECONDS)
+            ended.wait(_CANCEL_SECONDS if cancelling else _POLL_SECONDS)
         follower.report()
     finally:
         # After an exception of the callback's, or Ctrl-C. A second Ctrl-C leaves the handle to the thread.
-        while thread.is_alive():
+        while is_running():
             follower.cancel()
-            thread.join(_CANCEL_SECONDS)
+            ended.wait(_CANCEL_SECONDS)
         _release(service, handle)
     check(results[0])

@@ -63,5 +63,15 @@ TEST(BindingLibrary, IsLoadedByItsPath) {
   EXPECT_EQ(library.Proxy(), Library().Proxy());
 }
 
+// ---- Tokens ----
+
+using BindingTokens = BindingTest;
+
+TEST_F(BindingTokens, AreRememberedByEveryObject) {
+  EXPECT_TRUE(library.facebook.CheckToken("app", "of two objects"));
+  EXPECT_TRUE(Library().facebook.CheckToken("app", "of two objects"));
+  EXPECT_EQ(sandbox.Requests().size(), 1U);
+}
+
 }  // namespace
 }  // namespace velk::test

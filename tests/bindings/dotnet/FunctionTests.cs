@@ -1,4 +1,5 @@
 using System;
+using System.Collections.Generic;
 using System.Threading.Tasks;
 
 namespace Velk.Upload.Tests
@@ -40,6 +41,18 @@ namespace Velk.Upload.Tests
             foreach (string message in new[] { null, "half: \ud83d" })
                 await Check.Throws<ArgumentException>(
                     () => Facebook.PostAsync("token", new FacebookPost { Message = message }), message);
+            var consumer = new TwitterConsumer("ck", "ck-secret");
+            var user = new TwitterUser("tk", "tk-secret", "7", "velk");
+            var calls = new Dictionary<string, Func<Task>>
+            {
+                { "privacy", () => Facebook.PostAsync("token", new FacebookPost { Message = "M", Privacy = null }) },
+                { "pin", () => Twitter.FinishSignInAsync(consumer, "token", null) },
+                { "file", () => Twitter.UploadPhotoAsync(consumer, user, new TwitterPhoto { File = null, Text = "T" }) },
+                { "tags", () => YouTube.UpdateAsync("token", "id",
+                    new YouTubeVideo { Title = "T", Description = "D", Tags = null }) },
+            };
+            foreach (var call in calls)
+                Check.Contains(call.Key, (await Check.Throws<ArgumentNullException>(call.Value, call.Key)).ParamName);
             Check.Equal(0, Sandbox.Requests().Count);
         }
 

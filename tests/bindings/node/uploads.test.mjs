@@ -106,6 +106,19 @@ test('makes more calls than there are threads', { skip: isWindows }, async () =>
   assert.ok(names.every(({ name }) => name === 'Vera Velk'));
 });
 
+test('cancels an upload that waits for a thread', { skip: isWindows }, async () => {
+  await addScript({ times: 0, neverAnswer: true });
+  const running = Promise.allSettled(Array.from({ length: 16 }, () => services[1](pictureFile)));
+  const controller = new AbortController();
+  const waiting = services.map((upload) => upload(pictureFile, { signal: controller.signal }));
+  setImmediate(() => controller.abort(new Error('enough')));
+  for (const upload of waiting)
+    await assert.rejects(upload, (error) => error.code === -10 && error.cause.message === 'enough');
+  while ((await requests()).length < 16) await new Promise((resolve) => setTimeout(resolve, 5));
+  await reset(); // ends the connections
+  await running;
+});
+
 // The thread of an upload would keep the process alive until the upload ends.
 test('ends with the process', { skip: isWindows }, async () => {
   await addScript({ method: 'PUT', passThrough: true, readSlowly: 100_000 });

@@ -1,7 +1,9 @@
 """Progress, cancelling, handles, and what remains of a call."""
 
 import gc
+import signal
 import threading
+import time
 import unittest
 import weakref
 from unittest import mock
@@ -113,6 +115,20 @@ class Handles(SandboxTest):
                 calls = self.watched(service, self.uploads(after(0.2))[service])
                 self.assertEqual(calls[-1], (f"Uninit{service}FileUploder", Result.OK))
                 self.assertIn((f"Cancel{service}UploadFile", Result.OK), calls)
+
+    def test_none_is_released_in_use_after_an_interrupt(self):
+        ended = threading.Event()
+
+        def start(handle):
+            time.sleep(0.4)
+            ended.set()
+            return Result.CANCELLED
+
+        main = threading.main_thread().ident
+        threading.Timer(0.1, signal.pthread_kill, (main, signal.SIGINT)).start()
+        with self.assertRaises(KeyboardInterrupt):
+            _upload.follow("Facebook", start, None, None)
+        self.assertTrue(ended.is_set())
 
     def test_a_cancel_before_the_PUT_is_repeated(self):
         script(method="POST", passThrough=True, delayMs=300)
