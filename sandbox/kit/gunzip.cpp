@@ -13,7 +13,7 @@ namespace zlib = boost::beast::zlib;
 
 constexpr std::size_t kFixedHead = 10;
 constexpr std::size_t kLargestHead = 4096;
-constexpr std::size_t kPiece = 64 * 1024;
+constexpr std::size_t kExpandedPiece = 64 * 1024;
 constexpr int kHasChecksum = 2, kHasExtra = 4, kHasName = 8, kHasComment = 16;
 
 // Of 32 bits, the least significant byte first.
@@ -66,7 +66,7 @@ bool Gunzip::SkipHead(std::string_view& bytes) {
 
 std::string Gunzip::Inflate(std::string_view& bytes) {
   std::string expanded;
-  std::array<char, kPiece> piece;
+  std::array<char, kExpandedPiece> piece;
   while (!inflated_) {
     zlib::z_params params;
     params.next_in = bytes.data();

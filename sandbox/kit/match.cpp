@@ -40,6 +40,14 @@ class Comparison {
   std::vector<Difference> differences_;
 };
 
+// Of a list of hosts, the pattern that fits. All of them if none does.
+std::string PatternFor(const std::string& host, const std::string& patterns) {
+  for (const std::string& pattern : Split(patterns, ',')) {
+    if (FitsPattern(pattern, host)) return pattern;
+  }
+  return patterns;
+}
+
 bool Equal(std::string_view a, std::string_view b) { return a == b; }
 
 Pairs HeaderPairs(const Head& head) {
@@ -88,7 +96,7 @@ bool NeedsBody(const ScriptText& wanted) { return !wanted.withBody.empty() || !w
 // A tunnel is opened by the client's own machinery, so only a description that names CONNECT fits one.
 std::vector<Difference> Differences(const ScriptText& wanted, const Head& head, const Received* received) {
   Comparison comparison;
-  comparison.Compare("host", wanted.host, head.host);
+  comparison.Compare("host", PatternFor(head.host, wanted.host), head.host);
   const bool isConnect = head.method == "CONNECT";
   comparison.Compare("method", wanted.method.empty() && isConnect ? "any but CONNECT" : wanted.method,
                      head.method);

@@ -10,7 +10,7 @@ using S = ScriptText;
 constexpr std::uint64_t kLargestReply = 64 * 1024 * 1024;
 
 const ScriptMember kMembers[] = {
-    {"host", Use::kMatch, &S::host, "host of the request; any if absent"},
+    {"host", Use::kMatch, &S::host, "host of the request, or several separated by commas; any if absent"},
     {"method", Use::kMatch, &S::method, "method; any but CONNECT if absent"},
     {"path", Use::kMatch, &S::path, "path without the query; any if absent"},
     {"withQuery", Use::kMatch, &S::withQuery, "parameters that the query must have, decoded"},

@@ -5,6 +5,7 @@ import { make, onceAFrame, put, setText } from './dom.js';
 import { clockExactly, duration, size } from './format.js';
 import { PlaceKeeper } from './keep_place.js';
 import { kServices } from './model.js';
+import { NewerButton } from './newer.js';
 import { isRefused } from './things.js';
 import { WindowedList } from './windowed.js';
 
@@ -48,11 +49,10 @@ export class ExchangesView {
     const outcomes = Object.fromEntries(Object.entries(kOutcomes).map(([key, [name]]) => [key, name]));
     this.outcome = select('Outcome', outcomes, onChange);
     this.found = make('span.small', { role: 'status' });
-    this.newer = make('button.newer', { type: 'button', hidden: true, onclick: () => this.#showNewest() });
+    this.newer = new NewerButton(this.list.element, kRowHeight);
     const names = ['time', 'service', 'method', 'path', 'status', 'size', 'duration'];
     const columns = make('div.row.columns', { 'aria-hidden': 'true' });
     put(columns, names.map((name) => make(`span.${name}`, {}, name)));
-    this.list.element.addEventListener('scroll', () => this.#hideNewer(), { passive: true });
     put(this.element, [
       make(
         'div.list',
@@ -65,7 +65,7 @@ export class ExchangesView {
           this.found,
         ]),
         columns,
-        make('div.rows', {}, this.list.element, this.newer),
+        make('div.rows', {}, this.list.element, this.newer.element),
       ),
       this.details,
     ]);
@@ -98,26 +98,9 @@ export class ExchangesView {
     const newest = this.list.items[0]?.id ?? Infinity;
     const isHeld = this.keeper.isHeld();
     this.list.setItems(items, isHeld);
-    this.#offerNewer(isHeld ? items.findIndex(({ id }) => id <= newest) : 0);
+    this.newer.offer(isHeld ? items.findIndex(({ id }) => id <= newest) : 0);
     setText(this.found, items.length === all.length ? `${all.length}` : `${items.length} of ${all.length}`);
     this.#refreshOpen();
-  }
-
-  #offerNewer(count) {
-    if (count <= 0) return;
-    this.newerCount = (this.newer.hidden ? 0 : this.newerCount) + count;
-    setText(this.newer, `↑ ${this.newerCount} new`);
-    this.newer.hidden = this.list.element.scrollTop < kRowHeight;
-  }
-
-  #hideNewer() {
-    if (this.list.element.scrollTop < kRowHeight) this.newer.hidden = true;
-  }
-
-  #showNewest() {
-    this.list.element.scrollTop = 0;
-    this.newer.hidden = true;
-    this.list.element.focus();
   }
 
   #fillRow(row, exchange) {

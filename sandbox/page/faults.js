@@ -17,7 +17,7 @@ export class FaultsView {
       make('div.page', {}, [
         make('h2', {}, 'Prepare a fault for the next request to'),
         make('p.small', {}, 'A slow network, and media still processing, last until they are removed.'),
-        make('div.services', {}, Object.entries(kServices).map(([key, name]) => serviceButtons(key, name))),
+        make('div.services', {}, Object.entries(kServices).map(([key, name]) => this.#buttons(key, name))),
         make('div.title', {}, make('h2', {}, 'Scripts'), this.removeAll),
         this.empty,
         this.list,
@@ -34,6 +34,26 @@ export class FaultsView {
   count() {
     const scripts = [...this.model.scripts.values()].filter((report) => !isUsedUp(report));
     return scripts.length + this.#switches().length;
+  }
+
+  #buttons(service, title) {
+    const buttons = presetsOf(service).map((preset) =>
+      make('button', { type: 'button', onclick: () => this.#prepare(preset, service) }, preset.name),
+    );
+    const id = `faults-${service}`;
+    return make('section.panel', { 'data-service': service, 'aria-labelledby': id }, [
+      make('h3', { id }, make('span.dot', { 'aria-hidden': 'true' }), title),
+      make('div.buttons', {}, buttons),
+    ]);
+  }
+
+  #prepare({ name, script, switches }, service) {
+    const host = this.model.about.services[service]?.join(', ');
+    const requests = script && script.times !== 0 ? 'the next request' : 'all requests';
+    return report(
+      script ? call('POST', '/scripts', { host, ...script }) : call('POST', '/switches', switches),
+      `${name}: prepared for ${requests} to ${kServices[service]}.`,
+    );
   }
 
   setShown(isShown) {
@@ -59,7 +79,7 @@ export class FaultsView {
     if (!this.#isShown) return;
     const focused = this.list.contains(document.activeElement) ? document.activeElement.dataset.key : undefined;
     const index = [...this.list.children].findIndex((row) => row.contains(document.activeElement));
-    const scripts = [...this.model.scripts.values()].map(scriptRow);
+    const scripts = [...this.model.scripts.values()].map((state) => scriptRow(state, this.model.about.services));
     const switches = this.#switches().map(switchRow);
     this.empty.hidden = scripts.length + switches.length > 0;
     put(this.list, [...scripts, ...switches]);
@@ -83,32 +103,15 @@ const report = (promise, words) =>
     (error) => toast(error.message),
   );
 
-function serviceButtons(service, title) {
-  const buttons = presetsOf(service).map((preset) =>
-    make('button', { type: 'button', onclick: () => prepare(preset, title) }, preset.name),
-  );
-  const id = `faults-${service}`;
-  return make('section.panel', { 'data-service': service, 'aria-labelledby': id }, [
-    make('h3', { id }, make('span.dot', { 'aria-hidden': 'true' }), title),
-    make('div.buttons', {}, buttons),
-  ]);
-}
-
-const prepare = ({ name, script, switches }, title) =>
-  report(
-    script ? call('POST', '/scripts', script) : call('POST', '/switches', switches),
-    `${name}: prepared for ${script && script.times !== 0 ? 'the next request' : 'all requests'} to ${title}.`,
-  );
-
 const isUsedUp = ({ matched, script }) => (script.times ?? 1) !== 0 && matched >= (script.times ?? 1);
 
-function scriptRow(state) {
+function scriptRow(state, services) {
   const { id, matched, fireCounts, script } = state;
   const fired = Object.entries(fireCounts).map(([fault, count]) => `${fault} ${count}×`);
   const counts = [`matched ${matched}×`, ...fired].join(', ');
   return make(`li.script${isUsedUp(state) ? '.used' : ''}`, {}, [
     make('code', {}, `#${id}`),
-    make('span.what', {}, make('b', {}, requestsOf(script)), ` ${effectOf(script)}`),
+    make('span.what', {}, make('b', {}, requestsOf(script, services)), ` ${effectOf(script)}`),
     make('span.counts', {}, isUsedUp(state) ? `${counts} · used up` : counts),
     removeButton(`script-${id}`, `Remove script ${id}`, () => call('DELETE', `/scripts/${id}`)),
   ]);

@@ -1,6 +1,5 @@
 // The faults that a button prepares for the next request to a service.
-
-const kHosts = { facebook: 'graph*.facebook.com', twitter: '*.twitter.com', youtube: '*.googleapis.com' };
+import { kServices } from './model.js';
 
 const kJson = ['Content-Type: application/json; charset=UTF-8'];
 
@@ -46,12 +45,11 @@ const kFaults = {
 
 /** @param {string} service @returns {Preset[]} */
 export function presetsOf(service) {
-  const host = kHosts[service];
   const errors = Object.entries(kErrors).map(([name, { [service]: [status, body] }]) => ({
     name,
-    script: { host, status, headers: kJson, body: JSON.stringify(body) },
+    script: { status, headers: kJson, body: JSON.stringify(body) },
   }));
-  const faults = Object.entries(kFaults).map(([name, fault]) => ({ name, script: { host, ...fault } }));
+  const faults = Object.entries(kFaults).map(([name, fault]) => ({ name, script: fault }));
   return [...errors, ...faults, ...processingOf(service)];
 }
 
@@ -61,7 +59,7 @@ const processingOf = (service) =>
     ? [{ name: 'Media still processing', switches: { twitter: { processingSteps: 3 } } }]
     : [];
 
-const kMatch = ['method', 'host', 'path'];
+const kMatch = ['method', 'path'];
 const kEffects = {
   passThrough: () => '',
   status: (value) => `status ${value}`,
@@ -74,9 +72,10 @@ const kEffects = {
   stopReadingAfter: (value) => `stops reading after ${value} bytes`,
 };
 
-/** @param {Object} script @returns {string} which requests it is for */
-export function requestsOf(script) {
-  const words = kMatch.map((name) => script[name]).filter(Boolean);
+/** @param {Object} script @param {Object} services the hosts of each @returns {string} which requests it is for */
+export function requestsOf(script, services) {
+  const service = Object.keys(services).find((key) => services[key].join(', ') === script.host);
+  const words = [kServices[service] ?? script.host, ...kMatch.map((name) => script[name])].filter(Boolean);
   const others = Object.keys(script).filter((name) => name.startsWith('with'));
   return [...words, ...others].join(' ') || 'any request';
 }

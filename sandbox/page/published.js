@@ -3,6 +3,7 @@ import { Card } from './card.js';
 import { make, onceAFrame, put } from './dom.js';
 import { PlaceKeeper } from './keep_place.js';
 import { kServices } from './model.js';
+import { NewerButton } from './newer.js';
 import { thingsOf } from './things.js';
 
 const kPage = 60; // cards of a lane that are shown at first, and how many more each time
@@ -21,8 +22,10 @@ class Lane {
     this.list = make('div.cards');
     this.empty = make('p.empty', {}, 'Nothing was published yet.');
     this.more = make('button.more', { type: 'button', hidden: true, onclick: () => this.#showMore(onMore) });
-    this.scroller = make('div.scroller', {}, this.empty, this.list, this.more);
-    this.element = make('section.lane', { 'aria-label': title }, make('h2', {}, title), this.scroller);
+    this.scroller = make('div.scroller', { tabindex: '-1' }, this.empty, this.list, this.more);
+    this.newer = new NewerButton(this.scroller);
+    const rows = make('div.rows', {}, this.scroller, this.newer.element);
+    this.element = make('section.lane', { 'aria-label': title }, make('h2', {}, title), rows);
     this.keeper = new PlaceKeeper(this.scroller);
   }
 
@@ -34,7 +37,9 @@ class Lane {
   /** Shows the things, and reuses the cards that exist. */
   show(things) {
     const shown = things.slice(0, this.#limit);
+    const newest = this.list.firstElementChild?.dataset.key;
     this.keeper.during(() => this.#arrange(shown), [...this.list.children]);
+    this.newer.offer(shown.findIndex(({ key }) => key === newest));
     this.empty.hidden = things.length > 0;
     const left = things.length - shown.length;
     this.more.hidden = left === 0;

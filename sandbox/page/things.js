@@ -92,12 +92,13 @@ function addExchanges(model, things) {
 /** @param {Object} exchange @returns {boolean} whether the client did not get what it requested */
 export const isRefused = (exchange) => exchange.ended && (exchange.status >= 400 || exchange.status === 0);
 
-// The upload that a request goes on with. Only YouTube names it in the URL.
+const kContinuation = { facebook: /\/videos/, twitter: /media\/upload\.json/, youtube: /^$/ };
+
+// The upload that a request goes on with. Where the URL does not name it, it is known only if there is one.
 function uploadOf(request, service, uploads) {
   const own = uploads.filter((upload) => upload.service === service);
-  if (service === 'youtube') return own.find(({ object }) => request.target.includes(`upload_id=${object.id}`));
-  const goesOn = service === 'twitter' ? /media\/upload\.json/ : /\/videos/;
-  return goesOn.test(request.target) ? own.at(-1) : undefined;
+  const named = own.find(({ object }) => request.target.includes(`=${object.id}`));
+  return named ?? (own.length === 1 && kContinuation[service].test(request.target) ? own[0] : undefined);
 }
 
 /**

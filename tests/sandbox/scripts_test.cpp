@@ -37,6 +37,8 @@ TEST_F(SandboxScriptControl, MatchesEveryPartOfARequest) {
   } rows[] = {
       {"nothing", {}, true},
       {"host", {.host = "Graph.*"}, true},
+      {"one of several hosts", {.host = "api.twitter.com, graph.facebook.com"}, true},
+      {"none of several hosts", {.host = "api.twitter.com,api.x.com"}, false},
       {"other host", {.host = "graph.*.net"}, false},
       {"method", {.method = "POST"}, true},
       {"other method", {.method = "PUT"}, false},
