@@ -257,6 +257,11 @@ completes tw twitter
 completes youtube u 'upload update'
 completes youtube upload --ti --title
 completes twitter tweet --te --text
+completes --json --proxy http://127.0.0.1:1 facebook pa pages
+completes --vers --version
+completes facebook --qui --quiet
+completes youtube upload --privacy un unlisted
+completes youtube upload --title up ''
 
 # ---- --save
 

@@ -129,6 +129,27 @@ TEST_F(SandboxYoutubeClients, TakesCompressedMetadata) {
   for (const std::string& body : bad) EXPECT_EQ(Send(sandbox, {"POST", start, headers, body}).status, 400);
 }
 
+TEST_F(SandboxYoutubeClients, ExchangesEveryGrant) {
+  const std::string form = "Content-Type: application/x-www-form-urlencoded";
+  const struct {
+    const char *url, *body;
+    int status;
+  } rows[] = {
+      {"oauth2.googleapis.com/token", "grant_type=refresh_token&client_id=c&refresh_token=r", 200},
+      {"accounts.google.com/o/oauth2/token", "grant_type=authorization_code&client_id=c&code=d", 200},
+      {"www.googleapis.com/oauth2/v4/token", "grant_type=refresh_token&refresh_token=r", 400},
+      {"oauth2.googleapis.com/token",
+       "grant_type=urn%3Aietf%3Aparams%3Aoauth%3Agrant-type%3Ajwt-bearer&assertion=a.b.c", 200},
+      {"oauth2.googleapis.com/token",
+       "grant_type=urn%3Aietf%3Aparams%3Aoauth%3Agrant-type%3Ajwt-bearer&client_id=c", 400},
+      {"oauth2.googleapis.com/token", "grant_type=refresh_token&client_id=c&refresh_token=expired", 400},
+  };
+  for (const auto& row : rows) {
+    const HttpReply reply = Send(sandbox, {"POST", row.url, {form}, row.body});
+    EXPECT_EQ(reply.status, row.status) << row.body << ": " << reply.body;
+  }
+}
+
 TEST_F(SandboxYoutubeClients, ListsInPages) {
   std::string ids;
   for (int i = 0; i < 3; ++i) {

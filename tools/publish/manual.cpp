@@ -1,7 +1,9 @@
 #include "manual.h"
 
+#include <string_view>
 #include <vector>
 
+#include "options.h"
 #include "velk_upload.h"
 
 namespace velk::publish {
@@ -79,10 +81,53 @@ std::string Joined(const std::vector<std::string>& words) {
   return line;
 }
 
+// The words that the option takes, which the name of its type lists. Empty if it takes any.
+std::string ChoicesOf(const CLI::Option& option) {
+  std::string type = option.get_type_name();
+  if (!type.starts_with(kChoice)) return {};
+  std::erase(type, ',');
+  return type.substr(kChoice.size());
+}
+
 std::string ChildNames(const CLI::App& app) {
   std::vector<std::string> names;
   for (const CLI::App* child : app.get_subcommands(nullptr)) names.push_back(child->get_name());
   return Joined(names);
+}
+
+// What can follow the service and the command that were typed, in the order in which a shell looks for it. A
+// row with a choice is for its option, which was typed last. `options` are for a word that begins with a
+// hyphen.
+struct Completion {
+  std::string service, command, choice, words, options;
+};
+
+std::vector<Completion> Completions(const CLI::App& app) {
+  std::vector<Completion> rows;
+  const std::string common = Joined(OptionWords(app));
+  ForEachCommand(app, [&](const CLI::App& service, const CLI::App& leaf) {
+    const std::string &name = service.get_name(), &command = leaf.get_name();
+    for (const CLI::Option* option : leaf.get_options()) {
+      if (const std::string words = ChoicesOf(*option); !words.empty())
+        rows.push_back({name, command, LongNames(*option), words, ""});
+    }
+    rows.push_back({name, command, "", "", Joined(OptionWords(leaf)) + ' ' + common});
+  });
+  for (const CLI::App* service : app.get_subcommands(nullptr))
+    rows.push_back({service->get_name(), "", "", ChildNames(*service), common});
+  rows.push_back({"", "", "", ChildNames(app), common});
+  return rows;
+}
+
+std::string CommandNames(const CLI::App& app) {
+  std::string names = ChildNames(app);
+  for (const CLI::App* service : app.get_subcommands(nullptr)) names += ' ' + ChildNames(*service);
+  return names;
+}
+
+// The pattern of a row, for a case statement over "SERVICE COMMAND PREVIOUS-WORD".
+std::string Pattern(const Completion& row) {
+  return '\'' + row.service + ' ' + row.command + ' ' + row.choice + '\'' + (row.choice.empty() ? "*" : "");
 }
 
 }  // namespace
@@ -108,23 +153,20 @@ std::string ManPage(const CLI::App& app) {
 
 std::string BashCompletion(const CLI::App& app) {
   std::string cases;
-  for (const CLI::App* service : app.get_subcommands(nullptr))
-    cases += "    '" + service->get_name() + " ') words='" + ChildNames(*service) + "' ;;\n";
-  const std::string common = Joined(OptionWords(app));
-  ForEachCommand(app, [&](const CLI::App& service, const CLI::App& leaf) {
-    cases += "    '" + service.get_name() + ' ' + leaf.get_name() + "') words='" + Joined(OptionWords(leaf)) +
-             ' ' + common + "' ;;\n";
-  });
+  for (const Completion& row : Completions(app))
+    cases += "    " + Pattern(row) + ") words='" + row.words + "' options='" + row.options + "' ;;\n";
   return "# Completes velk-publish in bash.\n"
          "_velk_publish() {\n"
-         "  local words='" +
-         ChildNames(app) +
-         "' word=${COMP_WORDS[COMP_CWORD]} named=()\n"
-         "  local i\n"
-         "  for ((i = 1; i < COMP_CWORD && i < 3; ++i)); do named+=(\"${COMP_WORDS[i]}\"); done\n"
-         "  case \"${named[0]-} ${named[1]-}\" in\n" +
+         "  local words='' options='' word=${COMP_WORDS[COMP_CWORD]} named=() i\n"
+         "  for ((i = 1; i < COMP_CWORD && ${#named[@]} < 2; ++i)); do\n"
+         "    [[ ' " +
+         CommandNames(app) +
+         " ' != *\" ${COMP_WORDS[i]} \"* ]] || named+=(\"${COMP_WORDS[i]}\")\n"
+         "  done\n"
+         "  case \"${named[0]-} ${named[1]-} ${COMP_WORDS[COMP_CWORD - 1]}\" in\n" +
          cases +
          "  esac\n"
+         "  [[ $word != -* ]] || words=$options\n"
          "  # shellcheck disable=SC2207 # the words have no blanks\n"
          "  COMPREPLY=($(compgen -W \"$words\" -- \"$word\"))\n"
          "}\n"
@@ -133,24 +175,28 @@ std::string BashCompletion(const CLI::App& app) {
 
 std::string ZshCompletion(const CLI::App& app) {
   std::string cases;
-  for (const CLI::App* service : app.get_subcommands(nullptr))
-    cases += "    '" + service->get_name() + " ') compadd -- " + ChildNames(*service) + " ;;\n";
-  const std::string common = Joined(OptionWords(app));
-  ForEachCommand(app, [&](const CLI::App& service, const CLI::App& leaf) {
-    cases += "    '" + service.get_name() + ' ' + leaf.get_name() +
-             "') if [[ $PREFIX == -* ]]; then compadd -- " + Joined(OptionWords(leaf)) + ' ' + common +
-             "; else _files; fi ;;\n";
-  });
+  for (const Completion& row : Completions(app))
+    cases += "    " + Pattern(row) + ") choices=(" + row.words + ") flags=(" + row.options + ") ;;\n";
   return "#compdef velk-publish\n"
          "# Completes velk-publish in zsh.\n"
          "_velk_publish() {\n"
-         "  local first=\"\" second=\"\"\n"
-         "  ((CURRENT > 2)) && first=$words[2]\n"
-         "  ((CURRENT > 3)) && second=$words[3]\n"
-         "  case \"$first $second\" in\n"
-         "    ' ') compadd -- " +
-         ChildNames(app) + " ;;\n" + cases +
+         "  local -a choices flags named known=(" +
+         CommandNames(app) +
+         ")\n"
+         "  local i\n"
+         "  for ((i = 2; i < CURRENT && ${#named} < 2; ++i)); do\n"
+         "    ((${known[(Ie)${words[i]}]} == 0)) || named+=(\"${words[i]}\")\n"
+         "  done\n"
+         "  case \"${named[1]-} ${named[2]-} ${words[CURRENT - 1]}\" in\n" +
+         cases +
          "  esac\n"
+         "  if [[ $PREFIX == -* ]]; then\n"
+         "    compadd -- $flags\n"
+         "  elif ((${#choices})); then\n"
+         "    compadd -- $choices\n"
+         "  else\n"
+         "    _files\n"
+         "  fi\n"
          "}\n"
          "_velk_publish \"$@\"\n";
 }

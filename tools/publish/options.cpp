@@ -103,7 +103,8 @@ void AddChoice(CLI::App& app, const std::string& name, std::optional<std::string
            (nearest.empty() ? "" : "; did you mean " + nearest + "?");
   };
   AddValue(app, name, value, list.size() < kLongestList ? help + ": " + list : help)
-      ->type_name("WORD")
+      ->option_text("WORD")
+      ->type_name(std::string(kChoice) + list)
       ->check(CLI::Validator(check, "", ""));
 }
 

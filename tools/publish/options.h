@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "settings.h"
@@ -54,6 +55,9 @@ CLI::Option* AddValue(CLI::App& app, const std::string& name, std::optional<std:
 
 void AddFiles(CLI::App& app, Options& options, const std::string& what);
 void AddToken(CLI::App& app, Options& options, const char* variable);
+
+// An option that takes one of some words. The name of its type lists them after kChoice.
+constexpr std::string_view kChoice = "WORD:";
 void AddChoice(CLI::App& app, const std::string& name, std::optional<std::string>& value,
                const std::vector<std::string>& words, const std::string& help);
 

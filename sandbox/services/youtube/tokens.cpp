@@ -1,4 +1,6 @@
 // Google's token endpoint, where clients renew their access tokens.
+#include <algorithm>
+
 #include "services/youtube/youtube.h"
 
 namespace velk::sandbox {
@@ -12,20 +14,37 @@ Reply Refused(const char* error, const std::string& description, const std::stri
   return reply;
 }
 
+// What a client has for an access token. An assertion names the client itself.
+struct Grant {
+  std::string_view type;
+  const char* parameter;
+  bool namesClient;
+};
+constexpr Grant kGrants[] = {{"authorization_code", "code", true},
+                             {"refresh_token", "refresh_token", true},
+                             {"urn:ietf:params:oauth:grant-type:jwt-bearer", "assertion", false}};
+
+std::string GrantTypes() {
+  std::string list;
+  for (const Grant& grant : kGrants) list += (list.empty() ? "" : ", ") + std::string(grant.type);
+  return list;
+}
+
 }  // namespace
 
-// Accepts any code and any refresh token but "expired".
+// Accepts any code, assertion and refresh token but "expired".
 Reply Youtube::IssueToken(const ServiceRequest& request) {
   const std::string grant = request.Parameter("grant_type");
-  const std::string given = request.Parameter(grant == "authorization_code" ? "code" : "refresh_token");
-  if (grant != "authorization_code" && grant != "refresh_token")
+  const auto row = std::ranges::find(kGrants, grant, &Grant::type);
+  if (row == std::end(kGrants))
     return Refused("unsupported_grant_type", "Invalid grant_type: " + grant,
-                   "grant_type is " + Quoted(grant) + "; it can be authorization_code or refresh_token");
-  if (request.Parameter("client_id").empty())
+                   "grant_type is " + Quoted(grant) + "; it can be " + GrantTypes());
+  if (row->namesClient && request.Parameter("client_id").empty())
     return Refused("invalid_request", "Missing client_id", "client_id is missing or empty");
+  const std::string given = request.Parameter(row->parameter);
   if (given.empty() || given == "expired")
     return Refused("invalid_grant", "Bad Request",
-                   given.empty() ? "the code or the refresh_token is missing"
+                   given.empty() ? std::string(row->parameter) + " is missing or empty"
                                  : "the token \"expired\" is refused by its name");
   boost::json::object body{{"access_token", "ya29." + RandomName(40)},
                            {"expires_in", kLifetime},

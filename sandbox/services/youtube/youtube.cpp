@@ -17,7 +17,7 @@ namespace {
 namespace json = boost::json;
 
 constexpr std::string_view kGdataHosts[] = {"gdata.youtube.com"};
-constexpr std::string_view kTokenHosts[] = {"oauth2.googleapis.com"};
+constexpr std::string_view kTokenHosts[] = {"oauth2.googleapis.com", "accounts.google.com"};
 constexpr std::string_view kSandboxHosts[] = {"127.0.0.1"};
 
 constexpr std::uint64_t kUploadCost = 1600;  // in units of the quota
@@ -66,6 +66,7 @@ void Youtube::RegisterRoutes() {
       {kApiHosts, "GET", "/youtube/v3/playlistItems", &Youtube::ListUploads, kReadCost},
       {kApiHosts, "POST", "/oauth2/v4/token", &Youtube::IssueToken, 0},
       {kTokenHosts, "POST", "/token", &Youtube::IssueToken, 0},
+      {kTokenHosts, "POST", "/o/oauth2/token", &Youtube::IssueToken, 0},
       {kGdataHosts, "POST", "/action/GetUploadToken", &Youtube::GetUploadToken, 0},
       {kSandboxHosts, "POST", "/action/FormDataUpload/{upload}", &Youtube::HandleFormUpload, 0},
   };

@@ -16,8 +16,9 @@ class Youtube : public Service {
  public:
   static constexpr std::string_view kApiHosts[] = {"www.googleapis.com", "youtube.googleapis.com",
                                                    "content-youtube.googleapis.com"};
-  static constexpr std::string_view kHosts[] = {kApiHosts[0], kApiHosts[1], kApiHosts[2],
-                                                "oauth2.googleapis.com", "gdata.youtube.com"};
+  static constexpr std::string_view kHosts[] = {kApiHosts[0],          kApiHosts[1],
+                                                kApiHosts[2],          "oauth2.googleapis.com",
+                                                "accounts.google.com", "gdata.youtube.com"};
 
   // The browser upload sends its forms to sandboxUrl.
   Youtube(Store& store, std::string sandboxUrl) : store_(store), sandboxUrl_(std::move(sandboxUrl)) {}
