@@ -207,7 +207,8 @@ std::string TokenOf(const ServiceRequest& request) {
   static constexpr std::string_view kOlderScheme = "OAuth ";
   const std::string header = request.head.Header("Authorization");
   if (const auto token = request.FindParameter("access_token")) return *token;
-  return header.starts_with(kOlderScheme) ? header.substr(kOlderScheme.size()) : request.BearerToken();
+  const bool isOlder = SameName(std::string_view(header).substr(0, kOlderScheme.size()), kOlderScheme);
+  return isOlder ? header.substr(kOlderScheme.size()) : request.BearerToken();
 }
 
 std::string NodeId(const ServiceRequest& request, const std::string& node) {
