@@ -16,7 +16,6 @@ namespace {
 namespace json = boost::json;
 
 constexpr std::uint64_t kPieceUnit = 256 * 1024;
-constexpr const char* kCommand = "X-Goog-Upload-Command";
 constexpr const char* kWrongLength = "The upload's length differs from the one that was declared.";
 
 void CheckMediaType(std::string_view type) {
@@ -52,11 +51,11 @@ Reply Incomplete(const ServiceRequest& request, std::uint64_t received) {
 
 // A newer form of the protocol has its own headers for what the older one does with methods and ranges.
 Reply Youtube::Insert(const ServiceRequest& request) {
-  const bool isNewer = !request.head.Header(kCommand).empty();
+  const bool isNewer = !request.head.Header(kUploadCommand).empty();
   if (!request.Query("upload_id").empty()) return isNewer ? FollowCommand(request) : ContinueSession(request);
   RequireToken(request);
   const Parts parts = RequireParts(request, kVideoParts);
-  const std::string command = request.head.Header(kCommand);
+  const std::string command = request.head.Header(kUploadCommand);
   const std::string type = command == "start" ? "resumable" : request.Query("uploadType");
   if (type == "resumable") return StartSession(request, parts);
   if (type == "multipart" || (type.empty() && !request.received->fields.empty()))
@@ -90,7 +89,7 @@ Reply Youtube::InsertMedia(const ServiceRequest& request, const Parts& parts) {
 // ---- Resumable uploads ----
 
 Reply Youtube::StartSession(const ServiceRequest& request, Parts parts) {
-  const bool isNewer = !request.head.Header(kCommand).empty();
+  const bool isNewer = !request.head.Header(kUploadCommand).empty();
   const std::string prefix = isNewer ? "X-Goog-Upload-Header-Content-" : "X-Upload-Content-";
   const std::string declared = request.head.Header(prefix + "Length");
   const auto length = ToNumber(declared);
@@ -107,40 +106,6 @@ Reply Youtube::StartSession(const ServiceRequest& request, Parts parts) {
   if (isNewer)
     return {.status = 200, .headers = {"X-Goog-Upload-Status: active", "X-Goog-Upload-URL: " + url}};
   return {.status = 200, .headers = {"X-GUploader-UploadID: " + id, "Location: " + url}};
-}
-
-// "upload", "finalize", or both; "query"; "cancel".
-Reply Youtube::FollowCommand(const ServiceRequest& request) {
-  if (HasToken(request)) RequireToken(request);
-  Session& session = FindSession(request);
-  const std::string id = request.Query("upload_id");
-  const std::vector<std::string> commands = Split(Lower(request.head.Header(kCommand)), ',');
-  const auto has = [&](const char* name) { return std::ranges::find(commands, name) != commands.end(); };
-  if (has("cancel")) {
-    CancelSession(request);
-    return {.status = 200, .headers = {"X-Goog-Upload-Status: cancelled"}};
-  }
-  Require(has("upload") || has("finalize") || has("query"), 400, "badRequest",
-          "The X-Goog-Upload-Command is unknown.", "", "it is " + Quoted(request.head.Header(kCommand)));
-  if (session.videoId.empty() && has("upload")) {
-    const std::string offset = request.head.Header("X-Goog-Upload-Offset");
-    const std::uint64_t received = SizeOf(session.pieces);
-    Require(ToNumber(offset) == received, 400, "badRequest",
-            "The X-Goog-Upload-Offset is not the expected one.", "",
-            "it is " + Quoted(offset) + ", and " + std::to_string(received) + " bytes have arrived");
-    AddToSession(id, session, request);
-  }
-  if (session.videoId.empty() && has("finalize")) {
-    RequireLengthOf(session, SizeOf(session.pieces));
-    FinishSession(id, session);
-  }
-  if (session.videoId.empty())
-    return {.status = 200,
-            .headers = {"X-Goog-Upload-Status: active",
-                        "X-Goog-Upload-Size-Received: " + std::to_string(SizeOf(session.pieces))}};
-  Reply reply = JsonReply(200, VideoResource(FindVideo(session.videoId), session.parts));
-  reply.headers.emplace_back("X-Goog-Upload-Status: final");
-  return reply;
 }
 
 Youtube::Session& Youtube::FindSession(const ServiceRequest& request) {
@@ -219,13 +184,13 @@ void Youtube::TakePartial(const ServiceRequest& request) {
     return;
   Session& session = found->second;
   const auto range = ParseContentRange(request.head.Header("Content-Range"));
-  const bool isNewer = !request.head.Header(kCommand).empty();
+  const bool isNewer = !request.head.Header(kUploadCommand).empty();
   if (!range && !isNewer) {
     TouchPieces(found->first, session.pieces.size());
     session.pieces.clear();
   }
   const std::uint64_t received = SizeOf(session.pieces);
-  const auto first = isNewer ? ToNumber(request.head.Header("X-Goog-Upload-Offset"))
+  const auto first = isNewer ? ToNumber(request.head.Header(kUploadOffset))
                              : (range ? range->first : std::optional(received));
   const bool fits = !session.length || received + request.received->body.Size() <= *session.length;
   if (fits && first == received) AddToSession(found->first, session, request);

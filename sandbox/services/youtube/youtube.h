@@ -42,6 +42,8 @@ class Youtube : public Service {
 
  private:
   using Member = Reply (Youtube::*)(const ServiceRequest&);
+  static constexpr const char* kUploadCommand = "X-Goog-Upload-Command";
+  static constexpr const char* kUploadOffset = "X-Goog-Upload-Offset";
   using Parts = youtube::Parts;
 
   struct Metadata {
@@ -82,6 +84,7 @@ class Youtube : public Service {
   Reply InsertMedia(const ServiceRequest& request, const Parts& parts);
   Reply ContinueSession(const ServiceRequest& request);
   Reply FollowCommand(const ServiceRequest& request);
+  void AddAtOffset(Session& session, const ServiceRequest& request);
   Reply CancelSession(const ServiceRequest& request);
   Reply FinishSession(const std::string& id, Session& session);
   void AddToSession(const std::string& id, Session& session, const ServiceRequest& request);
