@@ -65,7 +65,7 @@ expect 'option without its value' 2 '--store' --store
 expect 'no command' 2 'no command after --' --
 expect 'unknown command' 127 'no-such-program' -- no-such-program
 expect 'store that is a file' 1 'cannot create the folder .*file' --port 0 --control-port 0 --store "$folder/file"
-[[ -n $windows ]] || # where not even root can create a folder
+[[ -n $windows || ! -d /sys/kernel ]] || # not even root can create a folder there
   expect 'store that cannot be created' 1 '/sys/store: (Operation not permitted|Permission denied|Read-only)' \
     --port 0 --control-port 0 --store /sys/store
 cp "$folder/file" "$folder/ca.pem"
