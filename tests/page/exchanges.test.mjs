@@ -93,7 +93,8 @@ const kOdd = [
 ];
 
 test('the line for curl repeats what is odd, byte for byte', async () => {
-  const { curlLine } = await import('../../sandbox/page/curl.js');
+  const line = (exchange, about) =>
+    page.evaluate(async (values) => (await import('/curl.js')).curlLine(...values).line, [exchange, about]);
   const about = await sandbox.get('/about');
   const run = (program, words, input = '') =>
     new Promise((resolve) => execFile(program, words, resolve).stdin.end(input));
@@ -101,7 +102,7 @@ test('the line for curl repeats what is odd, byte for byte', async () => {
     await run('curl', ['--silent', '--insecure', '--proxy', sandbox.proxy, ...words], Buffer.from([0, 255, 10, 39]));
     const { requests } = await sandbox.get('/totals');
     const sent = await sandbox.get(`/requests/${requests}`);
-    await run('/bin/sh', ['-c', `${curlLine(sent, about).line} --silent`]);
+    await run('/bin/sh', ['-c', `${await line(sent, about)} --silent`]);
     const again = await sandbox.get(`/requests/${requests + 1}`);
     const essence = ({ target, headers, bodySha256 }) => [target, [...headers].sort(), bodySha256];
     assert.deepEqual(essence(again), essence(sent));
