@@ -51,6 +51,17 @@ test('it loads at once', async (t) => {
   assert.ok(times[0] < 1000, `${times}`);
 });
 
+test('no module waits for another one that imports it', async () => {
+  const page = await openPage(browser, sandbox.control);
+  const late = await page.evaluate(() => {
+    const preloaded = [...document.querySelectorAll('[rel=modulepreload]')].map((link) => link.href);
+    const modules = performance.getEntriesByType('resource').map(({ name }) => name);
+    return modules.filter((name) => name.endsWith('.js') && !preloaded.includes(name));
+  });
+  assert.deepEqual(late, [`${sandbox.control}/main.js`]);
+  await page.context().close();
+});
+
 test('an event is on the page soon', async (t) => {
   const page = await openPage(browser, sandbox.control);
   const delays = [];

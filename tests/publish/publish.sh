@@ -166,6 +166,14 @@ reset
 
 # ---- Ctrl-C
 
+# press_ctrl_c NAME: once, in what runs in the background, which then ends with the status for it.
+press_ctrl_c() {
+  kill -INT "$running"
+  code=0
+  wait "$running" || code=$?
+  ((code == 130)) || fail "Ctrl-C, $1: status $code: $(cat out err)"
+}
+
 # interrupt NAME METHOD SCRIPT WORDS...: presses Ctrl-C once, after a request with the method.
 interrupt() {
   reset
@@ -176,10 +184,7 @@ interrupt() {
     (($(count "$2") == 0)) || break
     sleep 0.1
   done
-  kill -INT "$running"
-  code=0
-  wait "$running" || code=$?
-  ((code == 130)) || fail "Ctrl-C, $1: status $code: $(cat out err)"
+  press_ctrl_c "$1"
   grep -q '"name":"VELK_CANCELLED"' out || fail "Ctrl-C, $1: $(cat out)"
 }
 interrupt 'during the video' PUT '{"method":"PUT","passThrough":true,"readSlowly":20000}' \
@@ -233,10 +238,7 @@ for ((i = 0; i < 100; ++i)); do
   ! grep -q oauth_token= err || break
   sleep 0.1
 done
-kill -INT "$running"
-code=0
-wait "$running" || code=$?
-((code == 130)) || fail "Ctrl-C at the PIN: status $code: $(cat err)"
+press_ctrl_c 'at the PIN'
 [[ -z $(find . -name 'cancelled.conf*') ]] || fail 'Ctrl-C at the PIN left a file'
 
 # ---- Manual page and completions

@@ -189,6 +189,8 @@ TEST(PublishSettings, KeepsOtherSections) {
   EXPECT_EQ(WithSection("", "twitter", {{"token", "a\"b"}}), "[twitter]\ntoken = 'a\"b'\n");
 }
 
+const Choices kChoices{{"privacy", {"public", "private"}}};
+
 TEST(PublishMetadata, NamesLineAndMember) {
   const struct {
     const char *text, *message;
@@ -197,6 +199,8 @@ TEST(PublishMetadata, NamesLineAndMember) {
       {"{\n\"tags\": \"a\"}", "line 2: member \"tags\": must be an array of strings"},
       {"{\n\n\"privcy\": \"a\"}", "line 3: member \"privcy\": is unknown; did you mean \"privacy\"?"},
       {"{\"title\": \"tags\",\n\"tags\": 1}", "line 2: member \"tags\": must be an array of strings"},
+      {"{\"title\": \"a\",\n\"privacy\": \"SELF\"}",
+       "line 2: member \"privacy\": \"SELF\" is not one of public, private"},
       {"[]", "line 1: no object of JSON"},
       {"{}\n}", "line 2"},
       {"{\"title\": \"a\",\n", "line 2"},
@@ -206,7 +210,7 @@ TEST(PublishMetadata, NamesLineAndMember) {
     SCOPED_TRACE(row.text);
     Options options;
     try {
-      AddMetadata(options, row.text, "meta.json");
+      AddMetadata(options, kChoices, row.text, "meta.json");
       ADD_FAILURE() << "accepted";
     } catch (const UsageError& error) {
       EXPECT_TRUE(std::string(error.what()).starts_with("meta.json, "s + row.message)) << error.what();
@@ -217,17 +221,17 @@ TEST(PublishMetadata, NamesLineAndMember) {
 TEST(PublishMetadata, CanRemoveAllTags) {
   Options removed;
   removed.noTags = true;
-  AddMetadata(removed, R"({"tags": ["c"]})", "meta.json");
+  AddMetadata(removed, kChoices, R"({"tags": ["c"]})", "meta.json");
   EXPECT_TRUE(removed.tags.empty());
   Options empty;
-  AddMetadata(empty, R"({"tags": []})", "meta.json");
+  AddMetadata(empty, kChoices, R"({"tags": []})", "meta.json");
   EXPECT_TRUE(empty.noTags);
 }
 
 TEST(PublishMetadata, YieldsToTheCommandLine) {
   Options options;
   options.title = "given";
-  AddMetadata(options, R"({"title": "a", "description": "b", "tags": ["c", "d"]})", "meta.json");
+  AddMetadata(options, kChoices, R"({"title": "a", "description": "b", "tags": ["c", "d"]})", "meta.json");
   EXPECT_EQ(options.title, "given");
   EXPECT_EQ(options.description, "b");
   EXPECT_EQ(options.tags, (std::vector<std::string>{"c", "d"}));

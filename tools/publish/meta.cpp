@@ -42,9 +42,13 @@ class Metadata {
     Fail(position == text_.npos ? 0 : position, "member \"" + std::string(member) + "\": " + why);
   }
 
-  std::string String(std::string_view member, const json::value& value) const {
+  std::string String(const std::string& member, const json::value& value, const Choices& choices) const {
     if (!value.is_string()) Refuse(member, "must be a string");
-    return std::string(value.as_string());
+    std::string text(value.as_string());
+    const auto words = choices.find(member);
+    const std::string why = words == choices.end() ? "" : WhyUnknown(text, words->second);
+    if (!why.empty()) Refuse(member, why);
+    return text;
   }
 
  private:
@@ -87,7 +91,7 @@ std::string Suggestion(const std::string& member) {
 
 }  // namespace
 
-void AddMetadata(Options& options, std::string_view text, const std::string& name) {
+void AddMetadata(Options& options, const Choices& choices, std::string_view text, const std::string& name) {
   const Metadata metadata(text, name);
   const json::object object = metadata.Parse();
   for (const auto& entry : object) {
@@ -101,14 +105,14 @@ void AddMetadata(Options& options, std::string_view text, const std::string& nam
     } else if (known == std::end(kMembers)) {
       metadata.Refuse(member, "is unknown" + Suggestion(member));
     } else {
-      const std::string value = metadata.String(member, entry.value());
+      const std::string value = metadata.String(member, entry.value(), choices);
       if (!(options.*known->value)) options.*known->value = value;
     }
   }
 }
 
-void AddMetadata(Options& options) {
-  if (!options.meta.empty()) AddMetadata(options, ReadTextFile(options.meta), options.meta);
+void AddMetadata(Options& options, const Choices& choices) {
+  if (!options.meta.empty()) AddMetadata(options, choices, ReadTextFile(options.meta), options.meta);
 }
 
 }  // namespace velk::publish

@@ -41,4 +41,19 @@ std::string Nearest(std::string_view word, const std::vector<std::string>& candi
   return nearest;
 }
 
+std::string Listed(const std::vector<std::string>& words) {
+  std::string list;
+  for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
+  return list;
+}
+
+std::string WhyUnknown(const std::string& word, const std::vector<std::string>& known) {
+  if (std::ranges::find(known, word) != known.end()) return {};
+  // A number resembles many others by chance.
+  const bool isNumber = word.find_first_not_of("0123456789") == word.npos;
+  const std::string nearest = isNumber ? "" : Nearest(word, known);
+  return '"' + word + "\" is not one of " + Listed(known) +
+         (nearest.empty() ? "" : "; did you mean " + nearest + "?");
+}
+
 }  // namespace velk::publish

@@ -91,17 +91,8 @@ void AddToken(CLI::App& app, Options& options, const char* variable) {
 void AddChoice(CLI::App& app, const std::string& name, std::optional<std::string>& value,
                const std::vector<std::string>& words, const std::string& help) {
   constexpr std::size_t kLongestList = 60;
-  std::string list;
-  for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
-  const auto check = [words, list](std::string& given) -> std::string {
-    for (const std::string& word : words)
-      if (word == given) return "";
-    // A number resembles many others by chance.
-    const bool isNumber = given.find_first_not_of("0123456789") == given.npos;
-    const std::string nearest = isNumber ? "" : Nearest(given, words);
-    return '"' + given + "\" is not one of " + list +
-           (nearest.empty() ? "" : "; did you mean " + nearest + "?");
-  };
+  const std::string list = Listed(words);
+  const auto check = [words](const std::string& given) { return WhyUnknown(given, words); };
   AddValue(app, name, value, list.size() < kLongestList ? help + ": " + list : help)
       ->option_text("WORD")
       ->type_name(std::string(kChoice) + list)

@@ -1,5 +1,7 @@
 #include "publish_files.h"
 
+#include <exception>
+
 #include "failure.h"
 #include "files.h"
 #include "velk_upload.h"
@@ -7,21 +9,11 @@
 namespace velk::publish {
 namespace {
 
-Outcome Unreadable(const std::string& path, const FileError& error) {
+// Other files of the call may be published, or already are, so that the error ends none of them.
+Outcome Failed(const std::string& path, const std::exception& error, ExitStatus status) {
   Outcome outcome;
   outcome.file = path;
-  outcome.result = VELK_FILE_NOT_OPENED;
-  outcome.status = kFile;
-  outcome.problem = error.what();
-  return outcome;
-}
-
-// Other files of the call may be published, or already are.
-Outcome Refused(const std::string& path, const UsageError& error) {
-  Outcome outcome;
-  outcome.made = false;
-  outcome.file = path;
-  outcome.status = kUsage;
+  outcome.status = status;
   outcome.problem = error.what();
   return outcome;
 }
@@ -36,9 +28,11 @@ int PublishFiles(CallKind kind, const Options& options,
     try {
       outcome = publish(path, MediaSize(path));
     } catch (const FileError& error) {
-      outcome = Unreadable(path, error);
+      outcome = Failed(path, error, kFile);
+      outcome.result = VELK_FILE_NOT_OPENED;
     } catch (const UsageError& error) {
-      outcome = Refused(path, error);
+      outcome = Failed(path, error, kUsage);
+      outcome.made = false;
     }
     report.Add(outcome);
     if (outcome.status == kCancelled) break;

@@ -1,5 +1,4 @@
 // Publishing to YouTube, and changing what was published.
-#include <algorithm>
 #include <array>
 
 #include "call.h"
@@ -29,6 +28,8 @@ const std::vector<std::string> kCategories{"1",  "2",  "10", "15", "17", "18", "
                                            "24", "25", "26", "27", "28", "29", "30", "31", "32", "33", "34",
                                            "35", "36", "37", "38", "39", "40", "41", "42", "43", "44"};
 
+const Choices kChoices{{"privacy", kPrivacies}, {"category", kCategories}};
+
 void CheckTitle(const std::string& title) {
   if (const std::size_t count = CharacterCount(title); count > kLongestTitle)
     throw UsageError("the title is too long: " + std::to_string(count) +
@@ -44,12 +45,6 @@ std::string JoinedTags(const std::vector<std::string>& tags) {
   return joined;
 }
 
-std::string OneOf(const std::vector<std::string>& words, const std::string& word, const char* what) {
-  if (std::ranges::find(words, word) == words.end())
-    throw UsageError(std::string("the ") + what + " \"" + word + "\" is unknown");
-  return word;
-}
-
 std::string Required(const std::optional<std::string>& value, const char* option) {
   if (!value || value->empty()) throw UsageError(std::string(option) + " is required, and must not be empty");
   return *value;
@@ -61,10 +56,8 @@ YoutubeUploadInfo Describe(const Options& options) {
   CheckTitle(title);
   SetField(info.title, YoutubeText(title), "title");
   SetField(info.description, YoutubeText(Required(options.description, "--description")), "description");
-  SetField(info.privacyStatus, OneOf(kPrivacies, Required(options.privacy, "--privacy"), "privacy"),
-           "privacy");
-  SetField(info.categoryId, OneOf(kCategories, Required(options.category, "--category"), "category"),
-           "category");
+  SetField(info.privacyStatus, Required(options.privacy, "--privacy"), "privacy");
+  SetField(info.categoryId, Required(options.category, "--category"), "category");
   SetField(info.tags, JoinedTags(options.tags), "list of tags");
   return info;
 }
@@ -87,7 +80,7 @@ Outcome UploadOne(const YoutubeUploadInfo& described, const std::string& token, 
 
 int Upload(const Options& given) {
   Options options = given;
-  AddMetadata(options);
+  AddMetadata(options, kChoices);
   if (!options.privacy) options.privacy = "private";
   if (!options.category) options.category = "22";
   const YoutubeUploadInfo info = Describe(options);
@@ -99,7 +92,7 @@ int Upload(const Options& given) {
 
 int Update(const Options& given) {
   Options options = given;
-  AddMetadata(options);
+  AddMetadata(options, kChoices);
   if (options.tags.empty() && !options.noTags)
     throw UsageError("an update replaces the tags: give each --tag, or --no-tags to remove all");
   YoutubeUploadInfo info = Describe(options);
