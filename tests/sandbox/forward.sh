@@ -73,6 +73,19 @@ done
 exports=$(request "$control/requests" "$control/har"; cat "$folder/front.errors")
 [[ $exports == *'access_token'* && $exports != *token-of-a-user* ]] || fail 'a token is shown'
 
+# Some clients send a URL of https to a proxy as they would send one of http. What is meant for TLS must not go out
+# without it.
+without_tunnel() {
+  request -x "$1" --request-target 'https://graph.facebook.com/me?access_token=t' -o /dev/null -w '%{http_code}' \
+    http://graph.facebook.com/
+}
+code=$(without_tunnel "$service")
+((code == 200)) || fail "a URL of https without a tunnel: $code"
+before=$(request "$(member control service)/totals")
+code=$(without_tunnel "$front")
+((code == 502)) || fail "a URL of https without a tunnel, forwarded: $code"
+[[ $(request "$(member control service)/totals") == "$before" ]] || fail 'the service got what was meant for TLS'
+
 variables=(VELK_SANDBOX_PROXY="$front" VELK_SANDBOX_CONTROL="$(member control service)" VELK_SANDBOX_FORWARDS=1)
 env "${variables[@]}" "$@" || fail "$*"
 
